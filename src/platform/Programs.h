@@ -1,0 +1,28 @@
+#pragma once
+// Starting programs and shell "open".
+#include <string>
+#include <string_view>
+
+#include "platform/VbError.h"
+
+enum class WindowShow { Normal, Minimised, Hidden };
+
+// Starts a program without waiting. pathText is resolved like every path text; a name ending in
+// ".exe" that does not exist is tried without the ending. Returns error 53 when nothing is found.
+// parameters is split on blanks (double quotes group).
+VbError StartProgram(std::string_view pathText, std::string_view parameters, WindowShow show);
+
+// Shell "open": a program is started, a document opened with the desktop's viewer (xdg-open).
+// A missing target fails quietly (the result is returned but the spec'd callers ignore it).
+VbError ShellOpen(std::string_view pathText, std::string_view parameters);
+
+// The folder of the running program file, or $VOLTARIS_PROGRAM_DIR when set. No trailing separator.
+std::string ProgramFolder();
+// The program file's name without its extension ("voltamon").
+std::string ProgramName();
+// Full path of the running program file.
+std::string ProgramFilePath();
+// The whole command line after the program name, arguments joined with single blanks
+// (switches are found by substring search of it).
+std::string CommandLine();
+void SetCommandLine(int argc, char** argv);

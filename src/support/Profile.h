@@ -1,0 +1,26 @@
+#pragma once
+// INI files read and written with the private-profile semantics of the original platform.
+// Section and key names match without regard to case; blanks around names and values are trimmed;
+// a missing file, section or key gives the default. Writes keep every other section, key, comment
+// and their order, create the file or section when missing, and replace the file atomically.
+// fileName is a path text (see platform/Paths.h).
+#include <string>
+#include <string_view>
+
+// The value (or default) cut to bufferSize - 1 characters. A value in matching quotes loses them.
+std::string GetPrivateProfileString(std::string_view section, std::string_view key,
+                                    std::string_view defaultValue, int bufferSize,
+                                    std::string_view fileName);
+// The leading decimal integer of the value (sign allowed), or the default when the key is missing;
+// a value without leading digits gives 0.
+int GetPrivateProfileInt(std::string_view section, std::string_view key, int defaultValue,
+                         std::string_view fileName);
+// An absent key (nullptr) deletes the whole section; an absent value (nullptr) deletes the key.
+// Returns false when the file could not be written (it is then left as it was).
+bool WritePrivateProfileString(const char* section, const char* key, const char* value,
+                               std::string_view fileName);
+
+// The same on the system profile (win.ini in the prefix's Windows folder).
+std::string GetProfileString(std::string_view section, std::string_view key,
+                             std::string_view defaultValue, int bufferSize);
+bool WriteProfileString(const char* section, const char* key, const char* value);
