@@ -5,6 +5,8 @@
 #include "common/TempPrefix.h"
 #include "platform/Clock.h"
 #include "platform/DateSerial.h"
+#include "platform/Paths.h"
+#include "platform/Programs.h"
 
 namespace fs = std::filesystem;
 
@@ -136,7 +138,7 @@ TEST_F(LogTest, DiagnosticFileIsDeletedOnlyAboveFiveMillionBytes) {
     const fs::path diag = prefix.Prefix() / "drives" / "c" / "lumdiag.txt";
     TempPrefix::Write(diag, std::string(5000000, 'd'));
     WriteDiagnosticLine("c:\\lumdiag.txt", " energy monitor Loaded ");
-    EXPECT_EQ(fs::file_size(diag), 5000000u + 19 + 23 + 2);
+    EXPECT_EQ(fs::file_size(diag), 5000000u + 17 + 23 + 2);
 
     TempPrefix::Write(diag, std::string(5000001, 'd'));
     WriteDiagnosticLine("C:\\LUMDIAG.TXT", " energy monitor Loaded ");
