@@ -28,6 +28,29 @@ void CivilFromDays(int64_t z, int& y, int& m, int& d) {
 }
 
 constexpr int64_t kEpochOffset = 25569; // days from 30 Dec 1899 to 1 Jan 1970
+constexpr int64_t kSecondsPerDay = 86400;
+// Day counts beyond this are clamped: far outside any date the monitor meets, yet the
+// calendar arithmetic stays inside int64 and the year inside int.
+constexpr double kDayLimit = 1e9;
+
+int64_t WindowYear(int64_t year) {
+    if (year >= 0 && year <= 29) return year + 2000;
+    if (year >= 30 && year <= 99) return year + 1900;
+    return year;
+}
+
+int64_t FloorDiv(int64_t a, int64_t b) {
+    int64_t q = a / b;
+    if ((a % b != 0) && ((a < 0) != (b < 0))) --q;
+    return q;
+}
+
+// A day count and seconds of that day encoded the classic way: negative days carry the time
+// as a positive fraction subtracted from them (-1.25 is 29 Dec 1899 06:00).
+DateTime Encode(int64_t days, int64_t secondsOfDay) {
+    const double frac = static_cast<double>(secondsOfDay) / static_cast<double>(kSecondsPerDay);
+    return days < 0 ? static_cast<double>(days) - frac : static_cast<double>(days) + frac;
+}
 
 } // namespace
 
@@ -39,13 +62,21 @@ int DaysInMonth(int year, int month) {
     return month == 2 && IsLeapYear(year) ? 29 : days[month - 1];
 }
 
+bool IsCalendarDate(int year, int month, int day) {
+    const int64_t y = WindowYear(year);
+    if (y < 100 || y > 9999) return false;
+    return month >= 1 && month <= 12 && day >= 1 && day <= DaysInMonth(static_cast<int>(y), month);
+}
+
+bool InDateRange(DateTime value) { return value > -657435.0 && value < 2958466.0; }
+
 double DateSerial(int year, int month, int day) {
     // Normalise the month first, then let the day run on from the first of that month.
-    int64_t m0 = static_cast<int64_t>(month) - 1;
-    int64_t y = year + (m0 >= 0 ? m0 / 12 : (m0 - 11) / 12);
-    m0 = ((m0 % 12) + 12) % 12;
-    const int64_t first = DaysFromCivil(y, static_cast<unsigned>(m0 + 1), 1);
-    return static_cast<double>(first + (day - 1) + kEpochOffset);
+    const int64_t m0 = static_cast<int64_t>(month) - 1;
+    const int64_t y = WindowYear(year) + FloorDiv(m0, 12);
+    const int64_t mm = m0 - FloorDiv(m0, 12) * 12;
+    const int64_t first = DaysFromCivil(y, static_cast<unsigned>(mm + 1), 1);
+    return static_cast<double>(first + (static_cast<int64_t>(day) - 1) + kEpochOffset);
 }
 
 double TimeSerial(int hour, int minute, int second) {
@@ -53,24 +84,31 @@ double TimeSerial(int hour, int minute, int second) {
 }
 
 DateTime MakeDateTime(int year, int month, int day, int hour, int minute, int second) {
-    const double date = DateSerial(year, month, day);
-    const double time = TimeSerial(hour, minute, second);
-    if (date < 0 && time >= 0 && time < 1) return date - time; // negative days carry a positive time
-    return date + time;
+    // Whole seconds first, so out-of-range times roll over into the day before the encoding.
+    const int64_t dateDays = static_cast<int64_t>(DateSerial(year, month, day));
+    const int64_t total = dateDays * kSecondsPerDay + static_cast<int64_t>(hour) * 3600 +
+                          static_cast<int64_t>(minute) * 60 + second;
+    const int64_t days = FloorDiv(total, kSecondsPerDay);
+    return Encode(days, total - days * kSecondsPerDay);
 }
 
 void SplitDateTime(DateTime value, int64_t& days, int& secondsOfDay) {
-    double whole = std::trunc(value);
-    double frac = std::fabs(value - whole);
-    if (value < 0 && frac == 0) whole = value;
-    int64_t secs = std::llround(frac * 86400.0);
-    int64_t d = static_cast<int64_t>(whole);
-    if (value < 0 && frac > 0) {
-        // -1.25 is 29 Dec 1899 06:00: the day is the whole part, the time the fraction's size.
+    if (!std::isfinite(value)) {
+        days = 0;
+        secondsOfDay = 0;
+        return;
     }
-    if (secs >= 86400) {
-        secs -= 86400;
-        d += value < 0 ? -1 : 1;
+    if (value > kDayLimit) value = kDayLimit;
+    if (value < -kDayLimit) value = -kDayLimit;
+    // The whole part is the day (toward zero: -1.25 is day -1), the fraction's size the time.
+    const double whole = std::trunc(value);
+    const double frac = std::fabs(value - whole);
+    int64_t d = static_cast<int64_t>(whole);
+    int64_t secs = std::llround(frac * 86400.0);
+    if (secs >= kSecondsPerDay) {
+        // Rounding up to midnight moves on to the next calendar day, whatever the sign.
+        secs -= kSecondsPerDay;
+        d += 1;
     }
     days = d;
     secondsOfDay = static_cast<int>(secs);

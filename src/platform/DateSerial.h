@@ -17,6 +17,7 @@ struct CivilTime {
 
 // Days from 30 Dec 1899 to the given date; months and days outside their range roll over
 // as the classic DateSerial does (month 13 is January of the next year, day 0 the last of the month before).
+// A two-digit year is read in the classic window: 0..29 are 2000..2029, 30..99 are 1930..1999.
 double DateSerial(int year, int month, int day);
 // Fraction of a day; hours, minutes and seconds may be out of range and roll over.
 double TimeSerial(int hour, int minute, int second);
@@ -30,3 +31,7 @@ void SplitDateTime(DateTime value, int64_t& days, int& secondsOfDay);
 
 bool IsLeapYear(int year);
 int DaysInMonth(int year, int month);
+// True when year, month and day name a real calendar date (no roll-over); the two-digit year window applies.
+bool IsCalendarDate(int year, int month, int day);
+// The range the original date type could hold: 1 Jan 100 00:00:00 to 31 Dec 9999 23:59:59.
+bool InDateRange(DateTime value);

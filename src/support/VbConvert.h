@@ -9,7 +9,14 @@
 // Text to number: blanks, tabs and line feeds are ignored anywhere; an optional sign, digits,
 // one decimal point, an exponent with E or D (either case); "&H" hex and "&O" octal integers.
 // Reading stops at the first character that cannot continue the number; no number gives 0.
+// "&H"/"&O" values of up to 16 bits are 16-bit signed ("&HFFFF" is -1), up to 32 bits 32-bit signed;
+// larger ones, and decimal numbers beyond the double range, count as no number (0). A decimal number
+// too small for a double gives 0.
 double Val(std::string_view text);
+// Val that reports error 6 (Overflow) where the original raised it instead of answering 0.
+VbResult<double> ValChecked(std::string_view text);
+// Round to the nearest integer, halves to even (the rounding CInt, CLng and Round use).
+double RoundHalfEven(double value);
 
 // Rounding to integers with halves to even; a result outside the type's range is error 6.
 VbResult<int16_t> CInt(double value);

@@ -12,6 +12,8 @@
 //   yy yyyy         year
 //   h hh            hours (24-hour clock)
 //   s ss            seconds
+//   also: y (day of year), w (weekday 1 = Sunday), ww (week of year), q (quarter), c (GeneralDate),
+//   AM/PM am/pm A/P a/p (switch h/hh to the 12-hour clock), \x (x copied)
 // Every other character is copied; text in double quotes is copied without the quotes.
 // The formats the monitor uses: "dd/mm/yy hh:mm:ss", "ddd, mmm d yyyy", "hh:mm:ss",
 // "mmm dd, yy. hh:mm", "mmm dd, yyyy. hh:mm:ss", "mmm dd, yyyy.", "yymm".
@@ -33,7 +35,7 @@ int Hour(DateTime value);
 int Minute(DateTime value);
 int Second(DateTime value);
 int Weekday(DateTime value);                 // 1 = Sunday
-DateTime DateOnly(DateTime value);           // Int of the value: the date at midnight
+DateTime DateOnly(DateTime value);           // the date at midnight (the whole days; toward zero for the rare negative dates, which keeps their calendar day)
 DateTime TimeOnly(DateTime value);           // the fraction: the time of day
 
 // Reads "YYYY-MM-DDTHH:MM:SS" (or with a blank instead of T, or a date alone). False when malformed

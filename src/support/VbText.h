@@ -21,6 +21,7 @@ bool EqualsNoCase(std::string_view a, std::string_view b);
 // InStr(1, haystack, needle, vbTextCompare) > 0.
 bool ContainsNoCase(std::string_view haystack, std::string_view needle);
 // Left$/Right$/Mid$ on bytes; out-of-range lengths are clipped as the originals clip them.
+// Mid with a start of 0 (an error in the original) starts at 1.
 std::string Left(std::string_view text, std::size_t n);
 std::string Right(std::string_view text, std::size_t n);
 std::string Mid(std::string_view text, std::size_t start1, std::size_t n = std::string_view::npos);
