@@ -1,0 +1,122 @@
+#include "support/Profile.h"
+
+#include <sys/stat.h>
+
+#include <cstdint>
+
+#include "platform/Files.h"
+#include "platform/Paths.h"
+#include "platform/Prefix.h"
+#include "support/IniText.h"
+
+namespace {
+
+// A bare file name ("WinSockets.ini") means the file in the Windows folder, as on the original platform.
+std::string ProfileFileText(std::string_view fileName) {
+    if (fileName.find_first_of("\\/") == std::string_view::npos)
+        return PathJoin(WindowsFolderText(), fileName);
+    return std::string(fileName);
+}
+
+std::string CutToBuffer(std::string_view text, int bufferSize) {
+    if (bufferSize <= 0) return {};
+    return std::string(text.substr(0, static_cast<std::size_t>(bufferSize - 1)));
+}
+
+// The platform strips trailing blanks from the default it hands back.
+std::string_view TrimTrailingBlanks(std::string_view text) {
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+    return text;
+}
+
+// A file without any write permission counts as read-only, like the read-only attribute the
+// settings programs know; an atomic replace would otherwise go through it.
+bool IsReadOnlyFile(const std::string& fileText) {
+    struct stat st {};
+    if (::stat(LocalPath(fileText).c_str(), &st) != 0) return false;
+    return (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+}
+
+bool IsDigitIn(char c, unsigned base) {
+    if (c >= '0' && c <= '9') return true;
+    if (base == 16) return (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    return false;
+}
+
+unsigned DigitValue(char c) {
+    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
+    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
+    return static_cast<unsigned>(c - 'A' + 10);
+}
+
+// Leading blanks, a sign, then decimal digits or "0x" and hex digits; the rest ignored.
+// Values beyond 32 bits wrap around, as the platform's conversion does.
+int ProfileTextToInt(std::string_view text) {
+    std::size_t i = 0;
+    while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
+    bool negative = false;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
+    unsigned base = 10;
+    if (i + 2 < text.size() && text[i] == '0' && (text[i + 1] == 'x' || text[i + 1] == 'X') &&
+        IsDigitIn(text[i + 2], 16)) {
+        base = 16;
+        i += 2;
+    }
+    std::uint32_t result = 0;
+    for (; i < text.size() && IsDigitIn(text[i], base); ++i) result = result * base + DigitValue(text[i]);
+    if (negative) result = 0u - result;
+    return static_cast<int>(result);
+}
+
+}  // namespace
+
+std::string GetPrivateProfileString(std::string_view section, std::string_view key,
+                                    std::string_view defaultValue, int bufferSize,
+                                    std::string_view fileName) {
+    if (bufferSize <= 0) return {};
+    VbResult<std::string> file = ReadWholeFile(ProfileFileText(fileName));
+    if (file.Ok()) {
+        if (std::optional<std::string_view> value = IniFindValue(file.Value, section, key))
+            return CutToBuffer(*value, bufferSize);
+    }
+    return CutToBuffer(TrimTrailingBlanks(defaultValue), bufferSize);
+}
+
+int GetPrivateProfileInt(std::string_view section, std::string_view key, int defaultValue,
+                         std::string_view fileName) {
+    VbResult<std::string> file = ReadWholeFile(ProfileFileText(fileName));
+    if (!file.Ok()) return defaultValue;
+    std::optional<std::string_view> value = IniFindValue(file.Value, section, key);
+    return value ? ProfileTextToInt(*value) : defaultValue;
+}
+
+bool WritePrivateProfileString(const char* section, const char* key, const char* value,
+                               std::string_view fileName) {
+    if (!section) return false;
+    const std::string fileText = ProfileFileText(fileName);
+    VbResult<std::string> file = ReadWholeFile(fileText);
+    const bool exists = file.Ok();
+    // A file that is there but cannot be read must not be replaced by one holding only this key.
+    if (!exists && FileExists(fileText)) return false;
+
+    std::string updated;
+    if (!key) {
+        updated = IniDeleteSection(file.Value, section);
+    } else if (!value) {
+        updated = IniDeleteKey(file.Value, section, key);
+    } else {
+        updated = IniSetValue(file.Value, section, key, value);
+    }
+    if (updated == file.Value) return true;  // nothing to change (a delete never creates the file)
+    if (exists && IsReadOnlyFile(fileText)) return false;
+    return !WriteFileAtomically(fileText, updated).Failed();
+}
+
+std::string GetProfileString(std::string_view section, std::string_view key,
+                             std::string_view defaultValue, int bufferSize) {
+    return GetPrivateProfileString(section, key, defaultValue, bufferSize, SystemProfilePath().string());
+}
+
+bool WriteProfileString(const char* section, const char* key, const char* value) {
+    return WritePrivateProfileString(section, key, value, SystemProfilePath().string());
+}

@@ -1,0 +1,289 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "platform/Prefix.h"
+#include "support/IniText.h"
+#include "support/Profile.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// One text exercising every reading rule at once.
+const std::string Sample =
+    "junk=before any section\r\n"
+    "; comment=not a key\r\n"
+    "[General]\r\n"
+    "  StoreFilePrefix  =  Site A  \r\n"
+    "\tTabbed\t=\tvalue\t\r\n"
+    "quoted=\"  padded  \"\r\n"
+    "single='x'\r\n"
+    "mixed=\"x'\r\n"
+    "lone=\"\r\n"
+    "formula=a=b=c\r\n"
+    "bare line\r\n"
+    "; StoreFilePrefix=commented\r\n"
+    "dup=first\r\n"
+    "dup=second\r\n"
+    "empty=\r\n"
+    "[ Spaced Name ]\n"
+    "k=lf only\n"
+    "[\xC4rger\r\n"
+    "\xE9t\xE9=accent\r\n"
+    "[general]\r\n"
+    "onlyInSecond=lost\r\n";
+
+TEST(IniText, ReadingRules) {
+    auto find = [](std::string_view s, std::string_view k) { return IniFindValue(Sample, s, k); };
+    EXPECT_EQ(find("GENERAL", "storefileprefix"), "Site A");
+    EXPECT_EQ(find("general", "tabbed"), "value");
+    EXPECT_EQ(find("general", "quoted"), "  padded  ");
+    EXPECT_EQ(find("general", "single"), "x");
+    EXPECT_EQ(find("general", "mixed"), "\"x'");
+    EXPECT_EQ(find("general", "lone"), "\"");
+    EXPECT_EQ(find("general", "formula"), "a=b=c");
+    EXPECT_EQ(find("general", "dup"), "first");
+    EXPECT_EQ(find("general", "empty"), "");
+    EXPECT_EQ(find("  general\t", " dup "), "first");
+    EXPECT_EQ(find("spaced name", "K"), "lf only");
+    // Windows-1252 letters fold too; a header without "]" runs to the end of its line.
+    EXPECT_EQ(find("\xE4RGER", "\xC9T\xC9"), "accent");
+
+    EXPECT_FALSE(find("general", "junk"));          // before the first section
+    EXPECT_FALSE(find("general", "; comment"));
+    EXPECT_FALSE(find("general", "bare line"));     // no "=": not a key
+    EXPECT_FALSE(find("general", "onlyInSecond"));  // second occurrence of the section is not read
+    EXPECT_FALSE(find("missing", "dup"));
+    EXPECT_FALSE(find("general", "missing"));
+    EXPECT_FALSE(IniFindValue("", "general", "dup"));
+}
+
+TEST(IniText, SetValueChangesOnlyTheValue) {
+    const std::string text = "; head\r\n[A]\r\n  Key =  old value\r\nother=1\r\n\r\n[B]\r\nkey=b\r\n";
+    EXPECT_EQ(IniSetValue(text, "a", "KEY", "new"),
+              "; head\r\n[A]\r\n  Key =  new\r\nother=1\r\n\r\n[B]\r\nkey=b\r\n");
+    EXPECT_EQ(IniSetValue(text, "a", "key", ""), "; head\r\n[A]\r\n  Key =  \r\nother=1\r\n\r\n[B]\r\nkey=b\r\n");
+    // A line break in the value would split the line: the value ends there.
+    EXPECT_EQ(IniSetValue(text, "B", "key", "x\r\ny"), "; head\r\n[A]\r\n  Key =  old value\r\nother=1\r\n\r\n[B]\r\nkey=x\r\n");
+    // Only the first of duplicate keys, in the first of duplicate sections.
+    EXPECT_EQ(IniSetValue("[s]\nk=1\nk=2\n[S]\nk=3\n", "s", "k", "9"), "[s]\nk=9\nk=2\n[S]\nk=3\n");
+}
+
+TEST(IniText, SetValueAddsKeysAndSections) {
+    // New key after the last key, before trailing comments and blank lines; LF file stays LF.
+    EXPECT_EQ(IniSetValue("[a]\nx=1\nbare\n; note\n\n[b]\ny=2\n", "A", "new", "v"),
+              "[a]\nx=1\nbare\nnew=v\n; note\n\n[b]\ny=2\n");
+    EXPECT_EQ(IniSetValue("[a]\r\n\r\n[b]\r\n", "a", "k", "v"), "[a]\r\nk=v\r\n\r\n[b]\r\n");
+    // The last line without its line end gets one first.
+    EXPECT_EQ(IniSetValue("[a]\nx=1", "a", "k", "v"), "[a]\nx=1\nk=v\n");
+    EXPECT_EQ(IniSetValue("[a", "a", "k", "v"), "[a\r\nk=v\r\n");
+    // New section at the end after one blank line; CR LF for a new text.
+    EXPECT_EQ(IniSetValue("", " sec ", " key ", "v"), "[sec]\r\nkey=v\r\n");
+    EXPECT_EQ(IniSetValue("[a]\nx=1\n", "b", "k", "v"), "[a]\nx=1\n\n[b]\nk=v\n");
+    EXPECT_EQ(IniSetValue("[a]\r\nx=1", "b", "k", "v"), "[a]\r\nx=1\r\n\r\n[b]\r\nk=v\r\n");
+    EXPECT_EQ(IniSetValue("[a]\r\nx=1\r\n\r\n", "b", "k", "v"), "[a]\r\nx=1\r\n\r\n[b]\r\nk=v\r\n");
+    // A section that is only named in text before any header or in a comment does not count.
+    EXPECT_EQ(IniSetValue("b=1\n;[b]\n", "b", "k", "v"), "b=1\n;[b]\n\n[b]\nk=v\n");
+}
+
+TEST(IniText, DeletesKeysAndSections) {
+    const std::string text = "top\r\n[Peaks]\r\n1PeakValue=5\r\n; keep\r\n1peakvalue=6\r\n\r\n"
+                             "[passwords]\r\nuser=x\r\n\r\n[Other]\r\n1PeakValue=7\r\n[PASSWORDS]\r\nmore=y";
+    EXPECT_EQ(IniDeleteKey(text, "peaks", "1PEAKVALUE"),
+              "top\r\n[Peaks]\r\n; keep\r\n\r\n[passwords]\r\nuser=x\r\n\r\n[Other]\r\n1PeakValue=7\r\n[PASSWORDS]\r\nmore=y");
+    EXPECT_EQ(IniDeleteSection(text, "Passwords"),
+              "top\r\n[Peaks]\r\n1PeakValue=5\r\n; keep\r\n1peakvalue=6\r\n\r\n[Other]\r\n1PeakValue=7\r\n");
+    EXPECT_EQ(IniDeleteKey(text, "peaks", "absent"), text);
+    EXPECT_EQ(IniDeleteSection(text, "absent"), text);
+    EXPECT_EQ(IniDeleteKey("[a]\nk=1", "a", "k"), "[a]\n");
+}
+
+class ProfileTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/vt-profile-XXXXXX";
+        ASSERT_NE(::mkdtemp(pattern), nullptr);
+        root = pattern;
+        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
+        ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
+        fs::create_directories(root / "program");
+        ini = (root / "VoltarisSetup.ini").string();
+    }
+    void TearDown() override {
+        ::unsetenv("VOLTARIS_PREFIX");
+        ::unsetenv("VOLTARIS_PROGRAM_DIR");
+        std::error_code ec;
+        fs::permissions(root, fs::perms::owner_all, fs::perm_options::add, ec);
+        fs::remove_all(root, ec);
+    }
+    static void Write(const fs::path& path, const std::string& text) {
+        fs::create_directories(path.parent_path());
+        std::ofstream(path, std::ios::binary) << text;
+    }
+    static std::string Read(const fs::path& path) {
+        std::ifstream in(path, std::ios::binary);
+        std::stringstream all;
+        all << in.rdbuf();
+        return all.str();
+    }
+    fs::path root;
+    std::string ini;
+};
+
+TEST_F(ProfileTest, ReadsCutToTheBufferAndFallBackToTheDefault) {
+    Write(ini, "[general]\r\nerrorlog=yes please\r\nSCADArun=YES\r\n");
+    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 4, ini), "yes");
+    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 80, ini), "yes please");
+    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 1, ini), "");
+    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 0, ini), "");
+    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", -5, ini), "");
+    // Defaults lose their trailing blanks and are cut like values.
+    EXPECT_EQ(GetPrivateProfileString("general", "DiagFile", "c:\\lumdiag.txt  \t", 80, ini), "c:\\lumdiag.txt");
+    EXPECT_EQ(GetPrivateProfileString("general", "DiagFile", "  abcdef", 4, ini), "  a");
+    EXPECT_EQ(GetPrivateProfileString("nosection", "SCADArun", "yes", 4, ini), "yes");
+    const std::string missing = (root / "none.ini").string();
+    EXPECT_EQ(GetPrivateProfileString("general", "SCADArun", "yes", 4, missing), "yes");
+    EXPECT_EQ(GetPrivateProfileInt("general", "timer1scan", 30, missing), 30);
+    EXPECT_EQ(GetPrivateProfileString("general", "SCADArun", "d", 80, root.string()), "d");  // a folder
+    EXPECT_FALSE(fs::exists(missing));
+}
+
+TEST_F(ProfileTest, IntegerReads) {
+    Write(ini,
+          "[n]\r\nplain=42\r\nneg=  -17\r\nplus=+5\r\ntail=12abc\r\nnone=abc\r\nempty=\r\nhex=0x1F\r\n"
+          "HEX=0XfFz\r\nnohex=0x\r\nwrap=4294967297\r\nmin=-2147483648\r\nmax=2147483647\r\n"
+          "over=2147483648\r\nquoted=\"7\"\r\nspace=- 3\r\n");
+    auto get = [&](const char* key) { return GetPrivateProfileInt("N", key, -99, ini); };
+    EXPECT_EQ(get("plain"), 42);
+    EXPECT_EQ(get("neg"), -17);
+    EXPECT_EQ(get("plus"), 5);
+    EXPECT_EQ(get("tail"), 12);
+    EXPECT_EQ(get("none"), 0);
+    EXPECT_EQ(get("empty"), 0);
+    EXPECT_EQ(get("hex"), 31);
+    EXPECT_EQ(get("HEX"), 255);
+    EXPECT_EQ(get("nohex"), 0);
+    EXPECT_EQ(get("wrap"), 1);  // 32-bit wrap-around
+    EXPECT_EQ(get("min"), -2147483647 - 1);
+    EXPECT_EQ(get("max"), 2147483647);
+    EXPECT_EQ(get("over"), -2147483647 - 1);
+    EXPECT_EQ(get("quoted"), 7);
+    EXPECT_EQ(get("space"), 0);
+    EXPECT_EQ(get("absent"), -99);
+}
+
+TEST_F(ProfileTest, WriteKeepsEveryOtherByte) {
+    const std::string before =
+        "; written by the setup program\r\n"
+        "[general]\r\n"
+        "timer1scan = 2\r\n"
+        "StoreFilePrefix=Site\r\n"
+        "\r\n"
+        "; peaks follow\r\n"
+        "[Peaks]\r\n"
+        "1PeakValue=12.5\r\n"
+        "[passwords]\r\n"
+        "admin=secret\r\n"
+        "\r\n"
+        "[Foreign]\n"  // another program's LF line ends stay as they are
+        "x=1\n";
+    Write(ini, before);
+    ASSERT_TRUE(WritePrivateProfileString("GENERAL", "timer1scan", "5", ini));
+    ASSERT_TRUE(WritePrivateProfileString("Peaks", "1PeakTime", "01/02/24 10:30:00", ini));
+    ASSERT_TRUE(WritePrivateProfileString("passwords", nullptr, nullptr, ini));
+    ASSERT_TRUE(WritePrivateProfileString("general", "StoreFilePrefix", nullptr, ini));
+    ASSERT_TRUE(WritePrivateProfileString("AutoRun", "File1", "report.exe", ini));
+    EXPECT_EQ(Read(ini),
+              "; written by the setup program\r\n"
+              "[general]\r\n"
+              "timer1scan = 5\r\n"
+              "\r\n"
+              "; peaks follow\r\n"
+              "[Peaks]\r\n"
+              "1PeakValue=12.5\r\n"
+              "1PeakTime=01/02/24 10:30:00\r\n"
+              "[Foreign]\n"
+              "x=1\n"
+              "\r\n"
+              "[AutoRun]\r\n"
+              "File1=report.exe\r\n");
+    // The atomic replace leaves no temporary behind.
+    int entries = 0;
+    for ([[maybe_unused]] auto& e : fs::directory_iterator(root)) ++entries;
+    EXPECT_EQ(entries, 3);  // prefix, program, the ini
+}
+
+TEST_F(ProfileTest, WriteCreatesFilesButNotFolders) {
+    ASSERT_TRUE(WritePrivateProfileString("Sockets", "VoltarisMonitorPortNo", "1007", ini));
+    EXPECT_EQ(Read(ini), "[Sockets]\r\nVoltarisMonitorPortNo=1007\r\n");
+    EXPECT_EQ(GetPrivateProfileInt("sockets", "voltarismonitorportno", 0, ini), 1007);
+
+    const std::string deep = (root / "no" / "such" / "x.ini").string();
+    EXPECT_FALSE(WritePrivateProfileString("a", "b", "c", deep));
+    EXPECT_FALSE(fs::exists(root / "no"));
+    // Deleting from a missing file has nothing to do and creates nothing.
+    const std::string other = (root / "other.ini").string();
+    EXPECT_TRUE(WritePrivateProfileString("a", "b", nullptr, other));
+    EXPECT_TRUE(WritePrivateProfileString("a", nullptr, nullptr, other));
+    EXPECT_FALSE(fs::exists(other));
+    EXPECT_FALSE(WritePrivateProfileString(nullptr, "b", "c", other));
+    EXPECT_FALSE(fs::exists(other));
+}
+
+TEST_F(ProfileTest, PathTextsResolveThroughThePrefix) {
+    EXPECT_FALSE(WritePrivateProfileString("TagSetup", "TagFile", "site.MTG",
+                                           "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini"));
+    fs::create_directories(PrefixDriveFolder('c') / "Telvane" / "Job1" / "Setup");
+    ASSERT_TRUE(WritePrivateProfileString("TagSetup", "TagFile", "site.MTG",
+                                          "C:\\TELVANE\\job1\\setup\\VoltarisSetup.ini"));
+    EXPECT_EQ(Read(PrefixDriveFolder('c') / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"),
+              "[TagSetup]\r\nTagFile=site.MTG\r\n");
+    // A bare name means the Windows folder; the system profile is win.ini there.
+    ASSERT_TRUE(WritePrivateProfileString("TelvnV5", "directory", "C:\\Telvane", "win.ini"));
+    EXPECT_EQ(GetProfileString("telvnv5", "DIRECTORY", "", 255), "C:\\Telvane");
+    ASSERT_TRUE(WriteProfileString("telvold", "name1", "Job1"));
+    EXPECT_EQ(Read(SystemProfilePath()), "[TelvnV5]\r\ndirectory=C:\\Telvane\r\n\r\n[telvold]\r\nname1=Job1\r\n");
+    EXPECT_EQ(GetProfileString("telvold", "missing", "dflt ", 255), "dflt");
+}
+
+TEST_F(ProfileTest, UnwritableFileOrFolderIsLeftAsItWas) {
+    const std::string before = "[general]\r\ntimer1scan=2\r\n";
+    Write(ini, before);
+    fs::permissions(ini, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    EXPECT_FALSE(WritePrivateProfileString("general", "timer1scan", "5", ini));
+    EXPECT_FALSE(WritePrivateProfileString("general", nullptr, nullptr, ini));
+    EXPECT_EQ(Read(ini), before);
+    // Writing what the file already holds is no change and succeeds.
+    EXPECT_TRUE(WritePrivateProfileString("general", "timer1scan", "2", ini));
+
+    if (::geteuid() == 0) GTEST_SKIP() << "folder permissions do not bind root";
+    fs::permissions(ini, fs::perms::owner_read | fs::perms::owner_write);
+    fs::permissions(root, fs::perms::owner_read | fs::perms::owner_exec);
+    EXPECT_FALSE(WritePrivateProfileString("general", "timer1scan", "5", ini));
+    fs::permissions(root, fs::perms::owner_all);
+    EXPECT_EQ(Read(ini), before);
+}
+
+TEST_F(ProfileTest, OneReadOfALargeFileIsFast) {
+    std::string text = "[general]\r\n";
+    for (int i = 1; i <= 100; ++i) text += "Key" + std::to_string(i) + "=value number " + std::to_string(i) + "\r\n";
+    text += "[Peaks]\r\n";
+    for (int i = 1; i <= 100; ++i) text += std::to_string(i) + "PeakValue=" + std::to_string(i * 1.5) + "\r\n";
+    Write(ini, text);
+    constexpr int reads = 200;
+    auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < reads; ++i)
+        ASSERT_EQ(GetPrivateProfileString("peaks", "100PeakValue", "", 80, ini), std::to_string(150.0));
+    auto perRead = (std::chrono::steady_clock::now() - start) / reads;
+    EXPECT_LT(perRead, std::chrono::microseconds(1000));
+}
+
+}  // namespace
