@@ -1,0 +1,12 @@
+#pragma once
+// Where the socket traffic trace goes: AddLog of the socket log window, while the main window's
+// "Log Windows Socket" item is checked. The ui implements it.
+#include <string>
+
+class SocketTrace {
+public:
+    virtual ~SocketTrace() = default;
+    // The check state of mnuLWindowsSocket.
+    virtual bool Tracing() const = 0;
+    virtual void AddLog(const std::string& text) = 0;
+};
