@@ -99,7 +99,7 @@ struct HostStateData {
     uint32_t LayoutVersion;
     uint64_t Size;  // sizeof(HostStateData)
     pthread_mutex_t TextLock;  // process-shared, robust
-    char LockPad[64 - sizeof(pthread_mutex_t) % 64];
+    char LockPad[64 - (16 + sizeof(pthread_mutex_t)) % 64];  // the lock gets cache lines of its own
 
     int32_t Generation;       // 4 or 5, set by the host; 0 = not set
     int32_t JobRunning;       // > 0 = the host job runs
