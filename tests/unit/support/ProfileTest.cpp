@@ -159,7 +159,7 @@ TEST_F(ProfileTest, ReadsCutToTheBufferAndFallBackToTheDefault) {
 TEST_F(ProfileTest, IntegerReads) {
     Write(ini,
           "[n]\r\nplain=42\r\nneg=  -17\r\nplus=+5\r\ntail=12abc\r\nnone=abc\r\nempty=\r\nhex=0x1F\r\n"
-          "HEX=0XfFz\r\nnohex=0x\r\nwrap=4294967297\r\nmin=-2147483648\r\nmax=2147483647\r\n"
+          "hexUpper=0XfFz\r\nnohex=0x\r\nwrap=4294967297\r\nmin=-2147483648\r\nmax=2147483647\r\n"
           "over=2147483648\r\nquoted=\"7\"\r\nspace=- 3\r\n");
     auto get = [&](const char* key) { return GetPrivateProfileInt("N", key, -99, ini); };
     EXPECT_EQ(get("plain"), 42);
@@ -169,7 +169,7 @@ TEST_F(ProfileTest, IntegerReads) {
     EXPECT_EQ(get("none"), 0);
     EXPECT_EQ(get("empty"), 0);
     EXPECT_EQ(get("hex"), 31);
-    EXPECT_EQ(get("HEX"), 255);
+    EXPECT_EQ(get("hexUpper"), 255);
     EXPECT_EQ(get("nohex"), 0);
     EXPECT_EQ(get("wrap"), 1);  // 32-bit wrap-around
     EXPECT_EQ(get("min"), -2147483647 - 1);
@@ -216,9 +216,8 @@ TEST_F(ProfileTest, WriteKeepsEveryOtherByte) {
               "[AutoRun]\r\n"
               "File1=report.exe\r\n");
     // The atomic replace leaves no temporary behind.
-    int entries = 0;
-    for ([[maybe_unused]] auto& e : fs::directory_iterator(root)) ++entries;
-    EXPECT_EQ(entries, 3);  // prefix, program, the ini
+    for (auto& e : fs::directory_iterator(root))
+        EXPECT_TRUE(e.path().filename() == "VoltarisSetup.ini" || e.is_directory()) << e.path();
 }
 
 TEST_F(ProfileTest, WriteCreatesFilesButNotFolders) {
