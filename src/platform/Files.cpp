@@ -107,10 +107,6 @@ VbError CopyLocal(const fs::path& from, const fs::path& to) {
     return error;
 }
 
-// The path for a name that is to be created: the folder resolved without regard to case,
-// the last component as written unless an entry of that name already exists.
-fs::path TargetPath(std::string_view pathText) { return LocalPath(pathText); }
-
 std::atomic<unsigned> temporaryCounter{0};
 
 std::string TemporarySuffix() {
@@ -157,14 +153,14 @@ VbError MakeFolderPath(std::string_view pathText) {
 }
 
 VbError CopyFileReplacing(std::string_view src, std::string_view dst) {
-    return CopyLocal(LocalPath(src), TargetPath(dst));
+    return CopyLocal(LocalPath(src), LocalPath(dst));
 }
 
 VbError MoveFile(std::string_view src, std::string_view dst) {
     fs::path from = LocalPath(src);
     struct stat fromInfo {};
     if (::lstat(from.c_str(), &fromInfo) != 0) return OpenError(from, errno);
-    fs::path to = TargetPath(dst);
+    fs::path to = LocalPath(dst);
     struct stat toInfo {};
     if (::lstat(to.c_str(), &toInfo) == 0) {
         if (toInfo.st_dev != fromInfo.st_dev || toInfo.st_ino != fromInfo.st_ino) return VbError(ErrFileExists);
@@ -186,7 +182,7 @@ VbError DeleteFile(std::string_view pathText) {
     fs::path path = LocalPath(pathText);
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0) return OpenError(path, errno);
-    if (S_ISDIR(info.st_mode)) return MissingError(path / "x");  // a folder is not a file: "File not found"
+    if (S_ISDIR(info.st_mode)) return VbError(ErrFileNotFound);  // a folder is not a file
     if (::unlink(path.c_str()) != 0) return VbErrorFromErrno(errno);
     return {};
 }
@@ -315,7 +311,7 @@ VbResult<std::string> ReadWholeFile(std::string_view pathText) {
 }
 
 VbError WriteFileAtomically(std::string_view pathText, std::string_view content) {
-    fs::path target = TargetPath(pathText);
+    fs::path target = LocalPath(pathText);
     fs::path folder = target.parent_path();
     if (!IsFolderPath(folder)) return VbError(ErrPathNotFound);
 
@@ -346,7 +342,7 @@ VbError WriteFileAtomically(std::string_view pathText, std::string_view content)
 }
 
 VbError AppendToFile(std::string_view pathText, std::string_view content) {
-    fs::path path = TargetPath(pathText);
+    fs::path path = LocalPath(pathText);
     int fd = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (fd < 0) {
         int err = errno;
