@@ -31,7 +31,6 @@ struct SimulatedClock {
     double Speed = 1;
 };
 
-constexpr double kSecondsPerDay = 86400.0;
 constexpr int64_t kMsPerDay = 86400000;
 
 int SystemSetClock(const timespec& unixTime) {
