@@ -203,14 +203,15 @@ VbError WriteAtomically(const std::filesystem::path& path, const std::string& co
 // The state file as last read, so the several calls a second cost one stat each.
 struct StateCache {
     std::mutex lock;
-    bool valid = false;
+    bool valid = false;    // the fields below describe the file as read
+    bool present = false;  // a state file exists, readable or not
     std::string path;
     dev_t device = 0;
     ino_t inode = 0;
     off_t size = 0;
     timespec modified{};
     timespec changed{};
-    std::optional<SimulatedClock> state;
+    std::optional<SimulatedClock> state;  // nothing: the system clock (also when the file is damaged)
 };
 
 StateCache& Cache() {
@@ -224,7 +225,8 @@ bool SameTime(const timespec& a, const timespec& b) { return a.tv_sec == b.tv_se
 std::optional<SimulatedClock> CurrentState(StateCache& cache) {
     const std::string path = StatePath().string();
     struct stat info {};
-    if (::stat(path.c_str(), &info) != 0) {
+    cache.present = ::stat(path.c_str(), &info) == 0;
+    if (!cache.present) {
         cache.valid = false;
         cache.state.reset();
         return std::nullopt;
@@ -326,6 +328,9 @@ VbError ClockSet(DateTime localDateTime) {
         // A new anchor at the real now; the speed stays.
         return WriteAtomically(StatePath(), StateText({localDateTime, RealUnixNow(), state->Speed}));
     }
+    // A state file that cannot be read shows someone meant to simulate: never fall through to
+    // setting the machine's clock because of it.
+    if (cache.present) return VbError(ErrPathFileAccess);
     const double unixTime = UnixFromLocalDateTime(localDateTime);
     timespec target{};
     target.tv_sec = static_cast<time_t>(std::floor(unixTime));
@@ -349,6 +354,7 @@ VbError ClockUseReal() {
     std::lock_guard<std::mutex> guard(cache.lock);
     if (::unlink(StatePath().c_str()) != 0 && errno != ENOENT) return VbErrorFromErrno(errno);
     cache.valid = false;
+    cache.present = false;
     cache.state.reset();
     return {};
 }

@@ -115,7 +115,10 @@ TEST_F(ClockTest, WithoutStateTheSystemClockIsUsed) {
         std::ofstream(PrefixRoot() / "clock.ini", std::ios::trunc) << text;
         EXPECT_FALSE(ClockIsSimulated()) << text;
         EXPECT_LT(std::fabs(SecondsBetween(system, ClockNow())), 2.0) << text;
+        // ...but setting the clock then touches neither it nor the machine's clock.
+        EXPECT_EQ(ClockSet(system).Number, ErrPathFileAccess) << text;
     }
+    EXPECT_EQ(setterCalls, 0);
     EXPECT_FALSE(ClockUseReal());
     EXPECT_FALSE(ClockUseReal());  // already real: nothing to undo, no error
 }
