@@ -172,7 +172,7 @@ TEST_F(HostSocketServerTest, ServesReadsAndSetsOnOneConnectionAndTracesEachStep)
     }
     client.Send("[M3];Rate");
     // Only the line-feed read was answered (with an empty value) before this one.
-    EXPECT_EQ(client.Receive(29), "[M3];Value\n;[M3];Rate;12.25");
+    EXPECT_EQ(client.Receive(27), "[M3];Value\n;[M3];Rate;12.25");
     EXPECT_EQ(tags.values[3].Integrated, 1.5f);
     EXPECT_EQ(tags.writes, 1);
 
@@ -208,7 +208,7 @@ TEST_F(HostSocketServerTest, TracingOffWritesNoTraceLine) {
         client.Send("[M3];Rate;7");
         ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 7.0f; }));
         client.Send("[M3];Rate");
-        EXPECT_EQ(client.Receive(13), "[M3];Rate;7.00");
+        EXPECT_EQ(client.Receive(14), "[M3];Rate;7.00");
     }
     ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().empty(); }));
     server->OpenHostSocket(JobSetup().string());
