@@ -1,0 +1,23 @@
+#pragma once
+// Loading the tag setup file (.MTG) into the in-memory tables.
+#include <cstdint>
+#include <string>
+
+#include "files/HostFolders.h"
+#include "files/SetupData.h"
+#include "files/SetupLoadView.h"
+
+enum class SetupLoadResult { Loaded, ProgramEnds };
+
+// Reads setupMtgFile into setup, fills the tag columns of the grid and shows progress. A file of an
+// older version shows its message or starts the setup editor, asks the view to end the program and
+// gives ProgramEnds. A damaged file leaves partly filled tables and one "GetSetupData, Error" line.
+SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders& host, SetupData& setup,
+                             SetupLoadView& view);
+
+// The grid label of a scan type ("Pulse - Scada Tag", "Unknown Scan Type" ...).
+std::string ScanTypeLabel(int16_t scanType);
+
+// A two-index table bigger than this many elements is refused as out of memory; no valid tag
+// setup file comes near it, a damaged count easily does.
+inline constexpr int64_t MaxSetupTableElements = 1 << 16;

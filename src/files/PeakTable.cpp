@@ -1,0 +1,55 @@
+#include "files/PeakTable.h"
+
+#include "support/Profile.h"
+#include "support/VbConvert.h"
+
+namespace {
+
+const char* const Peaks = "Peaks";
+constexpr int PeakBuffer = 256;
+
+std::string ValueKey(int rank) { return std::to_string(rank) + "PeakValue"; }
+std::string TimeKey(int rank) { return std::to_string(rank) + "PeakTime"; }
+
+std::string Read(const std::string& key, const std::string& file)
+{
+    return GetPrivateProfileString(Peaks, key, "0", PeakBuffer, file);
+}
+
+} // namespace
+
+VbError UpdatePeaks(float total, const std::string& label, const std::string& setupIniFile)
+{
+    int insertAt = 1;
+    for (int n = PeakRanks; n >= 1; --n) {
+        const float stored = static_cast<float>(Val(Read(ValueKey(n), setupIniFile)));
+        if (total <= stored) {
+            insertAt = n + 1;
+            break;
+        }
+        insertAt = n;
+    }
+    if (insertAt > PeakRanks)
+        return {};
+
+    bool written = true;
+    for (int n = PeakRanks - 1; n >= insertAt; --n) {
+        const std::string value = Read(ValueKey(n), setupIniFile);
+        const std::string time = Read(TimeKey(n), setupIniFile);
+        written &= WritePrivateProfileString(Peaks, ValueKey(n + 1).c_str(), value.c_str(), setupIniFile);
+        written &= WritePrivateProfileString(Peaks, TimeKey(n + 1).c_str(), time.c_str(), setupIniFile);
+    }
+    written &= WritePrivateProfileString(Peaks, ValueKey(insertAt).c_str(), FormatSingle(total).c_str(), setupIniFile);
+    written &= WritePrivateProfileString(Peaks, TimeKey(insertAt).c_str(), label.c_str(), setupIniFile);
+    return written ? VbError() : VbError(ErrPermissionDenied);
+}
+
+std::vector<PeakEntry> ReadPeaks(const std::string& setupIniFile)
+{
+    std::vector<PeakEntry> peaks(PeakRanks + 1);
+    for (int n = 1; n <= PeakRanks; ++n) {
+        peaks[static_cast<std::size_t>(n)].Value = Read(ValueKey(n), setupIniFile);
+        peaks[static_cast<std::size_t>(n)].Time = Read(TimeKey(n), setupIniFile);
+    }
+    return peaks;
+}
