@@ -1,0 +1,337 @@
+#include "Scenario.h"
+
+#include <cctype>
+#include <charconv>
+#include <functional>
+#include <map>
+
+namespace {
+
+std::string_view TrimBlanks(std::string_view text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+    return text;
+}
+
+std::string Lower(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
+
+// Key names compare without case, and runs of blanks count as one ("units  per pulse").
+std::string KeyName(std::string_view text) {
+    std::string out;
+    for (char c : Lower(TrimBlanks(text))) {
+        if (std::isspace(static_cast<unsigned char>(c))) {
+            if (!out.empty() && out.back() != ' ') out += ' ';
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+bool ParseDouble(std::string_view text, double& value) {
+    text = TrimBlanks(text);
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    if (text.empty()) return false;
+    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size();
+}
+
+bool ParseInt(std::string_view text, int& value) {
+    double d = 0;
+    if (!ParseDouble(text, d) || d != static_cast<double>(static_cast<int>(d))) return false;
+    value = static_cast<int>(d);
+    return true;
+}
+
+bool ParseYesNo(std::string_view text, bool& value) {
+    std::string t = Lower(TrimBlanks(text));
+    if (t == "yes" || t == "1" || t == "true" || t == "on") {
+        value = true;
+        return true;
+    }
+    if (t == "no" || t == "0" || t == "false" || t == "off") {
+        value = false;
+        return true;
+    }
+    return false;
+}
+
+std::vector<std::string> ParseList(std::string_view text) {
+    std::vector<std::string> items;
+    size_t start = 0;
+    while (start <= text.size()) {
+        size_t comma = text.find(',', start);
+        if (comma == std::string_view::npos) comma = text.size();
+        std::string_view item = TrimBlanks(text.substr(start, comma - start));
+        if (!item.empty()) items.emplace_back(item);
+        start = comma + 1;
+    }
+    return items;
+}
+
+// "100" (constant) or "50..150" (swinging between the two).
+bool ParseRate(std::string_view text, double& low, double& high) {
+    size_t dots = text.find("..");
+    if (dots == std::string_view::npos) {
+        if (!ParseDouble(text, low)) return false;
+        high = low;
+        return true;
+    }
+    return ParseDouble(text.substr(0, dots), low) && ParseDouble(text.substr(dots + 2), high);
+}
+
+bool ParseKind(std::string_view text, MeterKind& kind) {
+    static const std::map<std::string, MeterKind> kinds{
+        {"rate", MeterKind::Rate}, {"total", MeterKind::Total}, {"pulse", MeterKind::Pulse},
+        {"hourpulse", MeterKind::HourPulse}, {"hour pulse", MeterKind::HourPulse}};
+    auto found = kinds.find(KeyName(text));
+    if (found == kinds.end()) return false;
+    kind = found->second;
+    return true;
+}
+
+enum class SectionKind { None, Host, Meter, Point, Page, Dde };
+
+struct Parser {
+    Parser(Scenario& s, std::string& e) : scenario(s), error(e) {}
+    Scenario& scenario;
+    std::string& error;
+    SectionKind section = SectionKind::None;
+    std::string sectionName;
+    int lineNumber = 0;
+
+    bool Fail(const std::string& message) {
+        error = "line " + std::to_string(lineNumber) + ": " + message;
+        return false;
+    }
+
+    bool OpenSection(std::string_view header) {
+        std::string_view inner = TrimBlanks(header);
+        size_t blank = inner.find_first_of(" \t");
+        std::string kind = Lower(inner.substr(0, blank));
+        std::string name(blank == std::string_view::npos ? std::string_view() : TrimBlanks(inner.substr(blank)));
+        sectionName = name;
+        if (kind == "host") {
+            section = SectionKind::Host;
+            return true;
+        }
+        if (name.empty()) return Fail("section [" + kind + "] needs a name");
+        if (kind == "meter") {
+            section = SectionKind::Meter;
+            scenario.Meters.push_back(MeterSpec());
+            scenario.Meters.back().Name = name;
+            return true;
+        }
+        if (kind == "point") {
+            PointSpec point;
+            if (!ParsePointRef(name, point.Point)) return Fail("not a point: " + name);
+            section = SectionKind::Point;
+            scenario.Points.push_back(point);
+            return true;
+        }
+        if (kind == "page") {
+            PageSpec page;
+            if (!ParseInt(name, page.Page) || page.Page < 1 || page.Page > HostMaxPages) {
+                return Fail("not a page number: " + name);
+            }
+            section = SectionKind::Page;
+            scenario.Pages.push_back(page);
+            return true;
+        }
+        if (kind == "dde") {
+            if (name.find('|') == std::string::npos) return Fail("a DDE section names APPLICATION|TOPIC: " + name);
+            section = SectionKind::Dde;
+            return true;
+        }
+        return Fail("unknown section [" + std::string(inner) + "]");
+    }
+
+    bool HostKey(const std::string& key, std::string_view value) {
+        if (key == "generation") {
+            if (!ParseInt(value, scenario.Generation) || (scenario.Generation != 4 && scenario.Generation != 5)) {
+                return Fail("generation is 4 or 5");
+            }
+        } else if (key == "folder") {
+            scenario.HostFolder = value;
+        } else if (key == "job") {
+            scenario.JobName = value;
+        } else if (key == "job folder") {
+            scenario.JobFolder = value;
+        } else if (key == "data folder") {
+            scenario.DataFolder = value;
+        } else if (key == "install name") {
+            scenario.InstallName = value;
+        } else if (key == "install comment") {
+            scenario.InstallComment = value;
+        } else if (key == "user mode") {
+            if (!ParseInt(value, scenario.UserMode)) return Fail("user mode is a number");
+        } else if (key == "recorders") {
+            if (!ParseInt(value, scenario.RecorderCount) || scenario.RecorderCount < 0 ||
+                scenario.RecorderCount > HostMaxRecorders) {
+                return Fail("recorders is 0 to 5");
+            }
+        } else if (key == "libraries") {
+            scenario.HasLibraries = true;
+            scenario.Libraries = ParseList(value);
+        } else if (key == "hidden windows") {
+            scenario.HiddenWindows = ParseList(value);
+        } else {
+            return Fail("unknown key in [host]: " + key);
+        }
+        return true;
+    }
+
+    bool MeterKey(const std::string& key, std::string_view value) {
+        MeterSpec& m = scenario.Meters.back();
+        bool ok = true;
+        if (key == "point") {
+            ok = ParsePointRef(value, m.Point);
+            m.HasPoint = ok;
+        } else if (key == "dde topic") {
+            m.DdeTopic = value;
+            ok = m.DdeTopic.find('|') != std::string::npos;
+        } else if (key == "dde item") {
+            m.DdeItem = value;
+            ok = !m.DdeItem.empty();
+        } else if (key == "kind") {
+            ok = ParseKind(value, m.Kind);
+        } else if (key == "rate") {
+            ok = ParseRate(value, m.RateLow, m.RateHigh);
+        } else if (key == "period") {
+            ok = ParseDouble(value, m.PeriodSeconds) && m.PeriodSeconds > 0;
+        } else if (key == "start") {
+            ok = ParseDouble(value, m.Start);
+        } else if (key == "units per pulse") {
+            ok = ParseDouble(value, m.UnitsPerPulse) && m.UnitsPerPulse > 0;
+        } else if (key == "rollover") {
+            ok = ParseDouble(value, m.Rollover) && m.Rollover >= 0;
+        } else if (key == "clock offset") {
+            ok = ParseDouble(value, m.ClockOffsetSeconds);
+        } else if (key == "decimals") {
+            ok = ParseInt(value, m.Decimals) && m.Decimals >= 0 && m.Decimals <= 9;
+        } else if (key == "unit") {
+            m.Unit = value;
+        } else {
+            return Fail("unknown key in [meter " + m.Name + "]: " + key);
+        }
+        return ok ? true : Fail("bad value for " + key + ": " + std::string(value));
+    }
+
+    bool PointKey(const std::string& key, std::string_view value) {
+        PointSpec& p = scenario.Points.back();
+        bool ok = true;
+        if (key == "name") {
+            p.Name = value;
+        } else if (key == "active") {
+            ok = ParseYesNo(value, p.Active);
+        } else if (key == "value") {
+            ok = p.HasValue = ParseDouble(value, p.Value);
+        } else {
+            return Fail("unknown key in [point]: " + key);
+        }
+        return ok ? true : Fail("bad value for " + key + ": " + std::string(value));
+    }
+
+    bool PageKey(const std::string& key, std::string_view value) {
+        PageSpec& p = scenario.Pages.back();
+        if (key == "label") {
+            p.Label = value;
+        } else if (key == "active") {
+            if (!ParseYesNo(value, p.Active)) return Fail("active is yes or no");
+        } else if (key == "files") {
+            p.Files = ParseList(value);
+        } else {
+            return Fail("unknown key in [page]: " + key);
+        }
+        return true;
+    }
+
+    bool Line(std::string_view raw) {
+        std::string_view line = TrimBlanks(raw);
+        if (line.empty() || line.front() == ';' || line.front() == '#') return true;
+        if (line.front() == '[') {
+            if (line.back() != ']') return Fail("section header without ]");
+            return OpenSection(line.substr(1, line.size() - 2));
+        }
+        size_t equals = line.find('=');
+        if (equals == std::string_view::npos) return Fail("expected key = value");
+        std::string_view rawKey = TrimBlanks(line.substr(0, equals));
+        std::string key = KeyName(rawKey);
+        std::string_view value = TrimBlanks(line.substr(equals + 1));
+        switch (section) {
+        case SectionKind::None: return Fail("key outside a section");
+        case SectionKind::Host: return HostKey(key, value);
+        case SectionKind::Meter: return MeterKey(key, value);
+        case SectionKind::Point: return PointKey(key, value);
+        case SectionKind::Page: return PageKey(key, value);
+        case SectionKind::Dde:
+            // Item names keep their spelling; the server compares them without case anyway.
+            scenario.DdeItems.push_back(DdeItemSpec{sectionName, std::string(rawKey), std::string(value)});
+            return true;
+        }
+        return true;
+    }
+};
+
+}  // namespace
+
+bool ParseScenario(std::string_view text, Scenario& scenario, std::string& error) {
+    scenario = Scenario();
+    Parser parser(scenario, error);
+    size_t start = 0;
+    while (start < text.size()) {
+        size_t end = text.find('\n', start);
+        if (end == std::string_view::npos) end = text.size();
+        ++parser.lineNumber;
+        if (!parser.Line(text.substr(start, end - start))) return false;
+        start = end + 1;
+    }
+    for (const MeterSpec& m : scenario.Meters) {
+        if (!m.HasPoint && m.DdeTopic.empty()) {
+            error = "meter " + m.Name + " has neither a point nor a dde topic";
+            return false;
+        }
+        if (!m.DdeTopic.empty() && m.DdeItem.empty()) {
+            error = "meter " + m.Name + " has a dde topic but no dde item";
+            return false;
+        }
+    }
+    return true;
+}
+
+Scenario DefaultScenario() {
+    Scenario s;
+    MeterSpec gas;
+    gas.Name = "Gas meter";
+    gas.Kind = MeterKind::Pulse;
+    gas.HasPoint = true;
+    gas.Point = PointRef{PointKind::Tag, 12};
+    gas.RateLow = 80;
+    gas.RateHigh = 120;
+    gas.Rollover = 10000;
+    s.Meters.push_back(gas);
+    MeterSpec power;
+    power.Name = "Main incomer kW";
+    power.Kind = MeterKind::Rate;
+    power.HasPoint = true;
+    power.Point = PointRef{PointKind::Line, 1};
+    power.RateLow = 200;
+    power.RateHigh = 300;
+    s.Meters.push_back(power);
+    MeterSpec hour;
+    hour.Name = "Hour pulse";
+    hour.Kind = MeterKind::HourPulse;
+    hour.HasPoint = true;
+    hour.Point = PointRef{PointKind::Tag, 100};
+    s.Meters.push_back(hour);
+    PageSpec page;
+    page.Page = 1;
+    page.Label = "Incomers";
+    page.Files = {"Page1.dat"};
+    s.Pages.push_back(page);
+    return s;
+}
