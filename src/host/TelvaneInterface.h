@@ -1,0 +1,13 @@
+#pragma once
+// Serves the host's configuration listings of host interfaces, which the monitor does not use; the host
+// object creates it and it holds nothing.
+class Telvane;
+
+class TelvaneInterface {
+public:
+    explicit TelvaneInterface(Telvane* host = nullptr) : host_(host) {}
+    Telvane* Host() const { return host_; }
+
+private:
+    Telvane* host_ = nullptr;
+};
