@@ -3,7 +3,7 @@
 // the main grid, a message box and the end of the program. The core's view implements it.
 #include <string>
 
-enum class MessageIcon { None, Information, Critical };
+enum class MessageIcon { None, Information, Critical, Exclamation, Question };
 
 class SetupLoadView {
 public:

@@ -4,6 +4,7 @@
 
 #include "platform/Clock.h"
 #include "platform/Files.h"
+#include "platform/Paths.h"
 #include "platform/Programs.h"
 #include "support/VbDate.h"
 #include "support/VbText.h"
