@@ -48,7 +48,8 @@ struct HostSocketServer::Impl {
         QObject::connect(&listener, &QTcpServer::newConnection, &listener, [this] { AcceptPending(); });
     }
 
-    ~Impl() { CloseAll(); }
+    // Quietly: the socket log window may already be gone.
+    ~Impl() { CloseAll(/*traced=*/false); }
 
     void Trace(const std::string& text) {
         if (trace.Tracing()) trace.AddLog(text);
@@ -173,12 +174,12 @@ struct HostSocketServer::Impl {
         socket->write(outcome.Reply->data(), static_cast<qint64>(outcome.Reply->size()));
     }
 
-    void CloseElement(int number, bool abort = false) {
+    void CloseElement(int number, bool abort = false, bool traced = true) {
         const auto it = elements.find(number);
         if (it == elements.end()) return;
         const Element element = it->second;
         elements.erase(it);  // first, so the socket's own close signals find nothing to do
-        Trace("Connection " + element.Label + " closed: " + element.RemoteIp);
+        if (traced) Trace("Connection " + element.Label + " closed: " + element.RemoteIp);
         if (abort) {
             element.Socket->abort();
         } else {
@@ -187,12 +188,13 @@ struct HostSocketServer::Impl {
         element.Socket->deleteLater();
     }
 
-    void CloseConnections() {
-        while (!elements.empty()) CloseElement(elements.rbegin()->first);
+    // Highest element first, each as its close event would.
+    void CloseConnections(bool traced = true) {
+        while (!elements.empty()) CloseElement(elements.rbegin()->first, /*abort=*/false, traced);
     }
 
-    void CloseAll() {
-        CloseConnections();
+    void CloseAll(bool traced) {
+        CloseConnections(traced);
         listener.close();
     }
 
@@ -217,7 +219,7 @@ void HostSocketServer::OpenHostSocket(std::string_view jobSetupFolder) {
     }
 }
 
-void HostSocketServer::CloseHostSocket() { impl_->CloseAll(); }
+void HostSocketServer::CloseHostSocket() { impl_->CloseAll(/*traced=*/false); }
 
 int32_t HostSocketServer::LocalPort() const { return impl_->localPort; }
 

@@ -36,7 +36,7 @@ public:
     // reported to the main log as "OpenHostSocket, Error n. description" and leave element 0 closed.
     void OpenHostSocket(std::string_view jobSetupFolder);
 
-    // Closes every connection and element 0 (at shutdown).
+    // Closes every connection and element 0 without tracing (at shutdown).
     void CloseHostSocket();
 
     // For the About box: element 0's local port and whether it is listening.

@@ -8,5 +8,6 @@ public:
     virtual ~SocketTrace() = default;
     // The check state of mnuLWindowsSocket.
     virtual bool Tracing() const = 0;
+    // Called from inside the socket handlers: must not let pending events run.
     virtual void AddLog(const std::string& text) = 0;
 };

@@ -319,9 +319,24 @@ TEST_F(HostSocketServerTest, SecondOpenClosesConnectionsAndListensOnTheNewPort) 
     EXPECT_EQ(trace.lines[1], "Listening to port: " + std::to_string(newPort));
 
     EXPECT_FALSE(Client(oldPort).Connected());
-    Client fresh(newPort);
-    fresh.Send("[M3];Value");
-    EXPECT_EQ(fresh.Receive(18), "[M3];Value;1234.57");
+    {
+        Client fresh(newPort);
+        fresh.Send("[M3];Value");
+        EXPECT_EQ(fresh.Receive(18), "[M3];Value;1234.57");
+        // The usual case: settings re-read with the port unchanged, while a client is connected.
+        server->OpenHostSocket(JobSetup().string());
+        EXPECT_TRUE(fresh.WaitClosedByServer());
+    }
+    EXPECT_TRUE(server->IsListening());
+    Client again(newPort);
+    again.Send("[M3];Value");
+    EXPECT_EQ(again.Receive(18), "[M3];Value;1234.57");
+
+    trace.lines.clear();
+    server->CloseHostSocket();
+    EXPECT_FALSE(server->IsListening());
+    EXPECT_TRUE(again.WaitClosedByServer());
+    EXPECT_TRUE(trace.lines.empty());
 }
 
 TEST_F(HostSocketServerTest, PortThatCannotBeOpenedIsOneLogLineAndNotListening) {
