@@ -1,0 +1,365 @@
+// telvane-host as a program: a fresh prefix, the host run in the background, and the other
+// commands, the window registry, the system profile and DDE seen from this separate process.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "HostProcess.h"
+#include "platform/Clock.h"
+#include "platform/Dde.h"
+#include "platform/Paths.h"
+#include "platform/WindowRegistry.h"
+#include "support/Profile.h"
+#include "support/VbConvert.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const char* const V5Scenario = R"(
+[host]
+job = Plant
+install name = Test site
+
+[meter Boiler gas]
+point = T12
+kind = pulse
+rate = 3600
+units per pulse = 1
+rollover = 1000000
+
+[meter Hour pulse]
+point = [T100]
+kind = hourpulse
+
+[point T50]
+name = Spare input
+value = 3
+
+[page 2]
+label = Boiler house
+files = Boiler1.dat, Boiler2.dat
+)";
+
+const char* const V4Scenario = R"(
+[host]
+job = Works
+data folder = D:\Store
+
+[meter Incomer]
+point = [R1P2L3]
+kind = rate
+rate = 250
+
+[page 2]
+files = R1P2.dat
+)";
+
+bool HasWindow(const std::string& windowClass) {
+    for (const WindowInfo& w : OpenWindows()) {
+        if (w.ClassName == windowClass) return true;
+    }
+    return false;
+}
+
+std::map<std::string, std::string> Status(const TestPrefix& prefix) {
+    return StatusLines(RunTool(prefix, {"status"}).Out);
+}
+
+double GetValue(const TestPrefix& prefix, const std::string& point) {
+    ToolResult r = RunTool(prefix, {"get", point});
+    EXPECT_EQ(r.ExitCode, 0) << r.Err;
+    return Val(r.Out);
+}
+
+}  // namespace
+
+TEST(HostProgram, V5RunStatusSetGetAndStop) {
+    TestPrefix prefix;
+    std::string scenario = prefix.WriteFile("v5.scn", V5Scenario);
+    BackgroundHost host(prefix, {"--generation", "5", "--scenario", scenario});
+    ASSERT_TRUE(host.WaitRunning()) << host.Output();
+
+    auto status = Status(prefix);
+    EXPECT_EQ(status["generation"], "5");
+    EXPECT_EQ(status["job running"], "yes");
+    EXPECT_EQ(status["job name"], "Plant");
+    EXPECT_EQ(status["windows"], "TelvaneV5, Tray32WndClass, Korvex32printserver");
+    for (const char* folder : {"host folder", "job folder", "job data folder", "job setup folder", "job temp folder"}) {
+        ASSERT_FALSE(status[folder].empty()) << folder;
+        EXPECT_EQ(status[std::string(folder) + " (local)"], LocalPath(status[folder]).string());
+        EXPECT_TRUE(std::filesystem::is_directory(status[std::string(folder) + " (local)"])) << folder;
+    }
+    // The registration the host object reads, and the files it looks for.
+    EXPECT_EQ(GetProfileString("TelvnV5", "directory", "", 255), status["host folder"]);
+    EXPECT_EQ(GetPrivateProfileString("setup", "installname", "", 255, PathJoin(status["host folder"], "Startup.ini")),
+              "Test site");
+    std::string map = ReadAll(LocalPath(PathJoin(status["job data folder"], "Page2.map")));
+    ASSERT_EQ(map.size(), 512u);
+    EXPECT_EQ(std::string(map.c_str()), PathJoin(status["job data folder"], "Boiler1.dat"));
+    EXPECT_TRUE(std::filesystem::exists(LocalPath(PathJoin(status["job data folder"], "Boiler2.dat"))));
+    for (const char* library : {"hostpts32.dll", "hostrec32.dll", "hostarc.dll", "hostcmd32.dll"}) {
+        std::filesystem::path built = std::filesystem::path(TELVANE_HOST_PROGRAM).parent_path() / library;
+        if (std::filesystem::exists(built)) {
+            EXPECT_TRUE(std::filesystem::exists(LocalPath(PathJoin(status["host folder"], library)))) << library;
+        }
+    }
+
+    // set then get, in every point form; a scenario value is there from the start.
+    EXPECT_EQ(GetValue(prefix, "T50"), 3);
+    ToolResult set = RunTool(prefix, {"set", "T50=12.5", "[P3L4]=7", "[T4999]=-1.25"});
+    ASSERT_EQ(set.ExitCode, 0) << set.Err;
+    ToolResult get = RunTool(prefix, {"get", "[T50]", "P3L4", "L24", "T4999"});
+    ASSERT_EQ(get.ExitCode, 0) << get.Err;
+    EXPECT_EQ(get.Out, "12.5\n7\n7\n-1.25\n");
+    // One bad assignment and none is made.
+    ToolResult bad = RunTool(prefix, {"set", "T50=99", "T5001=1"});
+    EXPECT_EQ(bad.ExitCode, 2);
+    EXPECT_NE(bad.Err.find("T5001"), std::string::npos);
+    EXPECT_EQ(GetValue(prefix, "T50"), 12.5);
+    EXPECT_EQ(RunTool(prefix, {"get", "[R1P2L3]"}).ExitCode, 0);  // an R reference is a line on V5 too
+    EXPECT_EQ(RunTool(prefix, {"get", "X7"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"set", "T50=abc"}).ExitCode, 2);
+
+    // A second host in the same prefix is refused while the first runs.
+    ToolResult second = RunTool(prefix, {"run", "--generation", "5"});
+    EXPECT_EQ(second.ExitCode, 1);
+    EXPECT_NE(second.Err.find("already running"), std::string::npos) << second.Err;
+
+    ToolResult stop = RunTool(prefix, {"stop"});
+    EXPECT_EQ(stop.ExitCode, 0) << stop.Err;
+    EXPECT_EQ(host.Wait(5s), 0) << host.Output();
+    status = Status(prefix);
+    EXPECT_EQ(status["job running"], "no");
+    EXPECT_EQ(status["windows"], "");
+    EXPECT_EQ(status["host process"], "not running");
+    for (const char* windowClass : {"TelvaneV5", "Tray32WndClass", "Korvex32printserver"}) {
+        EXPECT_FALSE(HasWindow(windowClass)) << windowClass;
+    }
+    // Points keep their values after the job stopped.
+    EXPECT_EQ(GetValue(prefix, "T50"), 12.5);
+}
+
+TEST(HostProgram, V4InstallDdeWritesAndCloseRequest) {
+    TestPrefix prefix;
+    std::string scenario = prefix.WriteFile("v4.scn", V4Scenario);
+    BackgroundHost host(prefix, {"--generation", "4", "--scenario", scenario});
+    ASSERT_TRUE(host.WaitRunning()) << host.Output();
+
+    auto status = Status(prefix);
+    EXPECT_EQ(status["generation"], "4");
+    EXPECT_EQ(status["windows"], "LoaderWClass, SYSCON, Tray32WndClass");
+    EXPECT_EQ(status["job folder"], status["host folder"]);
+    EXPECT_EQ(status["job data folder"], "D:\\Store");
+    EXPECT_EQ(GetProfileString("telvold", "directory", "", 255), status["host folder"]);
+    EXPECT_EQ(GetProfileString("telvold", "storedirectory", "", 255), "D:\\Store");
+    EXPECT_EQ(GetProfileString("telvold", "name1", "", 255), "Works");
+    EXPECT_EQ(GetProfileString("TelvnV5", "directory", "", 255), "");
+    struct stat service {};
+    ASSERT_EQ(::stat(LocalPath(PathJoin(status["host folder"], "hostsvc.exe")).c_str(), &service), 0);
+    EXPECT_TRUE(service.st_mode & S_IXUSR);
+    EXPECT_EQ(GetPrivateProfileString("Recorder 1 Page 2", "file0", "", 255, PathJoin(status["host folder"], "Record.ini")),
+              "D:\\Store\\R1P2.dat");
+
+    // The meter on recorder 1, page 2, line 3 shows its constant rate.
+    EXPECT_TRUE(WaitFor([&] { return GetValue(prefix, "[R1P2L3]") == 250; }));
+
+    // A V4 line write is a poke to "Recorder N|SetData" with item "page,line".
+    DdeLink link;
+    link.SetTopic("Recorder 2|SetData");
+    link.SetItem("3,4");
+    ASSERT_FALSE(link.SetMode(DdeLinkMode::Manual));
+    link.SetText("42.5");
+    ASSERT_FALSE(link.Poke());
+    EXPECT_EQ(GetValue(prefix, "[R2P3L4]"), 42.5);
+    EXPECT_EQ(GetValue(prefix, "L124"), 42.5);
+    link.SetItem("11,1");
+    EXPECT_EQ(link.Poke().Number, ErrDdeRefused);
+
+    // Statistics poked then requested; set-up pokes and "Save" on the tag server.
+    link.SetTopic("Recorder 2|SetDayMax");
+    link.SetItem("3,4");
+    ASSERT_FALSE(link.SetMode(DdeLinkMode::Manual));
+    link.SetText("99.5");
+    ASSERT_FALSE(link.Poke());
+    link.SetTopic("Recorder 2|GetDayMax");
+    ASSERT_FALSE(link.SetMode(DdeLinkMode::Manual));
+    ASSERT_FALSE(link.Request());
+    EXPECT_EQ(link.Text(), "99.5");
+    link.SetTopic("Recorder 2|NoSuchCommand");
+    EXPECT_EQ(link.SetMode(DdeLinkMode::Manual).Number, ErrDdeNoServer);
+
+    DdeLink tags;
+    tags.SetTopic("TagServer|Tags");
+    tags.SetItem("2005,AL1Setpoint");
+    ASSERT_FALSE(tags.SetMode(DdeLinkMode::Manual));
+    tags.SetText("17.5");
+    ASSERT_FALSE(tags.Poke());
+    ASSERT_FALSE(tags.Execute("Save"));
+    ASSERT_FALSE(tags.Request());
+    EXPECT_EQ(tags.Text(), "17.5");
+    EXPECT_EQ(tags.Execute("Format").Number, ErrDdeRefused);
+
+    // The close request a monitor posts to the tray window ends the job and closes the windows.
+    ASSERT_TRUE(PostRegisteredMessage("Tray32WndClass", "APPCLOSE"));
+    EXPECT_EQ(host.Wait(5s), 0) << host.Output();
+    EXPECT_FALSE(HasWindow("LoaderWClass"));
+    EXPECT_FALSE(HasWindow("Tray32WndClass"));
+    EXPECT_EQ(Status(prefix)["job running"], "no");
+    // Its DDE topics went with it.
+    EXPECT_EQ(tags.Execute("Save", 2000).Number, ErrDdeNoServer);
+}
+
+TEST(HostProgram, KilledHostLeavesNoLiveWindowsAndAStopClearsItsJob) {
+    TestPrefix prefix;
+    {
+        BackgroundHost host(prefix, {"--generation", "5"});
+        ASSERT_TRUE(host.WaitRunning()) << host.Output();
+        ASSERT_TRUE(HasWindow("TelvaneV5"));
+        host.Kill();
+    }
+    for (const char* windowClass : {"TelvaneV5", "Tray32WndClass", "Korvex32printserver"}) {
+        EXPECT_FALSE(HasWindow(windowClass)) << windowClass;
+        EXPECT_FALSE(FindWindowByClass(windowClass).has_value()) << windowClass;
+    }
+    auto status = Status(prefix);
+    EXPECT_EQ(status["host process"], "not running");
+    EXPECT_EQ(status["windows"], "");
+    // The point state still says running, as the library would tell a monitor; stop clears it.
+    EXPECT_EQ(status["job running"], "yes");
+    EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
+    EXPECT_EQ(Status(prefix)["job running"], "no");
+
+    // Nothing the dead host held blocks the next one: instance lock, DDE names, windows.
+    BackgroundHost again(prefix, {"--generation", "5"});
+    ASSERT_TRUE(again.WaitRunning()) << again.Output();
+    EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
+    EXPECT_EQ(again.Wait(5s), 0);
+}
+
+TEST(HostProgram, ClockSetPrintAndMetersFollowIt) {
+    TestPrefix prefix;
+    ASSERT_EQ(RunTool(prefix, {"clock", "2026-03-02T09:59:50", "10"}).ExitCode, 0);
+    ToolResult printed = RunTool(prefix, {"clock"});
+    ASSERT_EQ(printed.ExitCode, 0);
+    EXPECT_GE(printed.Out, "2026-03-02T09:59:50");
+    EXPECT_LT(printed.Out, "2026-03-02T10:02");
+    EXPECT_TRUE(ClockIsSimulated());
+
+    std::string scenario = prefix.WriteFile("clock.scn", V5Scenario);
+    BackgroundHost host(prefix, {"--generation", "5", "--scenario", scenario});
+    ASSERT_TRUE(host.WaitRunning()) << host.Output();
+    // At ten times speed the hour passes within a few seconds: the hour pulse moves by exactly one.
+    double before = GetValue(prefix, "T100");
+    ASSERT_GT(before, 0);
+    ASSERT_TRUE(WaitFor([&] { return GetValue(prefix, "T100") != before; }, 5s));
+    EXPECT_EQ(GetValue(prefix, "T100"), before + 1);
+    EXPECT_GE(RunTool(prefix, {"clock"}).Out, "2026-03-02T10:00:00");
+
+    // 3600 pulses an hour at ten times speed: about ten a second, counted on the prefix clock.
+    double first = GetValue(prefix, "T12");
+    std::this_thread::sleep_for(1s);
+    double second = GetValue(prefix, "T12");
+    EXPECT_GT(second - first, 5);
+    EXPECT_LT(second - first, 30);
+
+    ASSERT_EQ(RunTool(prefix, {"clock", "real"}).ExitCode, 0);
+    EXPECT_FALSE(ClockIsSimulated());
+    EXPECT_EQ(RunTool(prefix, {"clock", "yesterday"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"clock", "2026-02-30T00:00:00"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"clock", "2026-03-02T00:00:00", "0"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
+    EXPECT_EQ(host.Wait(5s), 0);
+}
+
+TEST(HostProgram, DdeItemsReachAutomaticLinks) {
+    TestPrefix prefix;
+    ASSERT_EQ(RunTool(prefix, {"dde-set", "Weather|Now", "Temp", "1"}).ExitCode, 1);  // no host yet
+    std::string scenario = prefix.WriteFile("dde.scn", R"(
+[meter Site gas]
+dde topic = MeterSrv|Meters
+dde item = Gas
+kind = total
+start = 500
+rate = 36000
+unit = m3
+
+[dde Weather|Now]
+Temp = 11.0 C
+)");
+    BackgroundHost host(prefix, {"--generation", "5", "--scenario", scenario});
+    ASSERT_TRUE(host.WaitRunning()) << host.Output();
+
+    DdeLink gas;
+    std::vector<std::string> seen;
+    gas.SetOnChange([&seen](const std::string& text) { seen.push_back(text); });
+    gas.SetTopic("MeterSrv|Meters");
+    gas.SetItem("gas");
+    ASSERT_FALSE(gas.SetMode(DdeLinkMode::Automatic));
+    auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (seen.size() < 3 && std::chrono::steady_clock::now() < deadline) DdePump(50);
+    ASSERT_GE(seen.size(), 3u);
+    EXPECT_GE(Val(seen.front()), 500);
+    EXPECT_GT(Val(seen.back()), Val(seen.front()));  // a running total, pushed as it grows
+    EXPECT_EQ(seen.back().substr(seen.back().size() - 3), " m3");
+
+    DdeLink temp;
+    temp.SetTopic("Weather|Now");
+    temp.SetItem("Temp");
+    ASSERT_FALSE(temp.SetMode(DdeLinkMode::Automatic));
+    EXPECT_EQ(temp.Text(), "11.0 C");
+    ToolResult set = RunTool(prefix, {"dde-set", "Weather|Now", "Temp", "12.5 C"});
+    ASSERT_EQ(set.ExitCode, 0) << set.Err;
+    EXPECT_TRUE(WaitFor([&] {
+        DdePump(0);
+        return temp.Text() == "12.5 C";
+    }, 3s));
+    // A new application is served from the first dde-set on.
+    ASSERT_EQ(RunTool(prefix, {"dde-set", "Steam|Flow", "Header 1", "3.25"}).ExitCode, 0);
+    DdeLink steam;
+    steam.SetTopic("Steam|Flow");
+    steam.SetItem("Header 1");
+    ASSERT_FALSE(steam.SetMode(DdeLinkMode::Manual));
+    ASSERT_FALSE(steam.Request());
+    EXPECT_EQ(steam.Text(), "3.25");
+    // The host's own applications are not generic topics.
+    EXPECT_EQ(RunTool(prefix, {"dde-set", "telvane-host|Control", "x", "1"}).ExitCode, 1);
+
+    EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
+    EXPECT_EQ(host.Wait(5s), 0);
+    // The link notices its server went away.
+    EXPECT_TRUE(WaitFor([&] { return gas.Mode() == DdeLinkMode::None; }, 3s));
+}
+
+TEST(HostProgram, BadArgumentsAndMissingHost) {
+    TestPrefix prefix;
+    EXPECT_EQ(RunTool(prefix, {}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"frobnicate"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"run"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"run", "--generation", "6"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"set"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"dde-set", "Weather|Now", "Temp"}).ExitCode, 2);
+    ToolResult help = RunTool(prefix, {"--help"});
+    EXPECT_EQ(help.ExitCode, 0);
+    EXPECT_NE(help.Out.find("dde-set"), std::string::npos);
+
+    // Nothing installed: the point commands say so instead of inventing a host.
+    ToolResult get = RunTool(prefix, {"get", "T1"});
+    EXPECT_EQ(get.ExitCode, 1);
+    EXPECT_NE(get.Err.find("no host installed"), std::string::npos);
+    EXPECT_EQ(RunTool(prefix, {"status"}).ExitCode, 1);
+
+    std::string broken = prefix.WriteFile("broken.scn", "[host]\ngeneration = 5\n\n[meter Gas]\npoint = T12\nrate = fast\n");
+    ToolResult run = RunTool(prefix, {"run", "--scenario", broken});
+    EXPECT_EQ(run.ExitCode, 1);
+    EXPECT_NE(run.Err.find("line 6"), std::string::npos) << run.Err;
+    EXPECT_EQ(RunTool(prefix, {"run", "--scenario", (prefix.Root() / "missing.scn").string()}).ExitCode, 1);
+    // Tag 1500 exists on V5 but lies between the V4 input and output ranges.
+    std::string v5Only = prefix.WriteFile("v5only.scn", "[meter Gas]\npoint = T1500\nrate = 1\n");
+    ToolResult v4 = RunTool(prefix, {"run", "--generation", "4", "--scenario", v5Only});
+    EXPECT_EQ(v4.ExitCode, 1);
+    EXPECT_NE(v4.Err.find("no such point"), std::string::npos) << v4.Err;
+}
