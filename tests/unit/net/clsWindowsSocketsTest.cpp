@@ -60,10 +60,4 @@ TEST_F(clsWindowsSocketsTest, PortBeyondThirtyTwoBitsIsOverflowWithTheDefault) {
     EXPECT_EQ(TempPrefix::Read(File()), ini);
 }
 
-TEST_F(clsWindowsSocketsTest, ListenAddressIsReadFromTheSameSection) {
-    EXPECT_EQ(clsWindowsSockets(Folder()).ListenAddress(), "");
-    WriteIni("[Sockets]\r\nListenAddress=0.0.0.0\r\n");
-    EXPECT_EQ(clsWindowsSockets(Folder()).ListenAddress(), "0.0.0.0");
-}
-
 }  // namespace
