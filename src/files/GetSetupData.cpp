@@ -18,8 +18,6 @@ const char* const SetupErrorText =
 // Sizing a table indexed from..to: a negative extent is a bad subscript, a huge one runs out of memory.
 VbError CheckExtent(int64_t elements)
 {
-    if (elements < 0)
-        return VbError(ErrSubscript);
     if (elements > MaxSetupTableElements)
         return VbError(ErrOutOfMemory);
     return {};
@@ -122,10 +120,18 @@ SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders&
     const int m = setup.TariffEntryCount;
     const int k = setup.CenterCount;
 
-    // Sizing discards earlier contents; a table whose sizing fails is left empty.
-    auto size2 = [&](auto& table, int64_t rows, int64_t columns) {
+    // Sizing discards earlier contents; a table whose sizing fails (a negative count, or one no
+    // file could fill) is left empty.
+    auto size1 = [&](auto& table, int count, int64_t elements) {
         table.clear();
-        const VbError e = (rows < 0 || columns < 0) ? VbError(ErrSubscript) : CheckExtent(rows * columns);
+        const VbError e = count < 0 ? VbError(ErrSubscript) : CheckExtent(elements);
+        note(e);
+        if (!e.Failed())
+            table.resize(static_cast<std::size_t>(elements));
+    };
+    auto size2 = [&](auto& table, int rowCount, int64_t rows, int columnCount, int64_t columns) {
+        table.clear();
+        const VbError e = (rowCount < 0 || columnCount < 0) ? VbError(ErrSubscript) : CheckExtent(rows * columns);
         note(e);
         if (e.Failed())
             return;
@@ -133,17 +139,10 @@ SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders&
         for (auto& row : table)
             row.resize(static_cast<std::size_t>(columns));
     };
-    auto size1 = [&](auto& table, int64_t elements) {
-        table.clear();
-        const VbError e = CheckExtent(elements);
-        note(e);
-        if (!e.Failed())
-            table.resize(static_cast<std::size_t>(elements));
-    };
-    size1(setup.Centers, int64_t{k} + 1);
-    size2(setup.TagAuxEntries, SetupTagSlots + 1, int64_t{m} + 1);
-    size2(setup.TariffEntries, int64_t{n} + 1, int64_t{m} + 1);
-    size1(setup.Tariffs, int64_t{n} + 1);
+    size1(setup.Centers, k, int64_t{k} + 1);
+    size2(setup.TagAuxEntries, SetupTagSlots, SetupTagSlots + 1, m, int64_t{m} + 1);
+    size2(setup.TariffEntries, n, int64_t{n} + 1, m, int64_t{m} + 1);
+    size1(setup.Tariffs, n, int64_t{n} + 1);
     setup.TagTable.assign(SetupTagSlots + 1, TagRecord{});
 
     for (int i = 0; i < n; ++i) {

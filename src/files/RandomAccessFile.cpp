@@ -38,8 +38,12 @@ VbError RandomAccessFile::Open(std::string_view pathText, Mode mode)
     }
     const std::string local = LocalPath(pathText).string();
     const int fd = ::open(local.c_str(), flags, 0666);
-    if (fd < 0)
+    if (fd < 0) {
+        // Creating a file fails with "no such entry" only when its folder is missing.
+        if (errno == ENOENT && (flags & O_CREAT))
+            return VbError(ErrPathNotFound);
         return VbErrorFromErrno(errno);
+    }
     struct stat st {};
     if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
         ::close(fd);

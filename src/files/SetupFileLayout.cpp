@@ -97,12 +97,12 @@ int64_t TagRecordSize(int auxCount) { return TagRecordBaseSize + int64_t{AuxEntr
 void ReadTariffRecord(ByteReader& in, TariffRecord& record, std::vector<TariffEntry>* entries, int entryCount)
 {
     ReadFields(in, record, TariffFieldsBeforeEntries());
-    for (int e = 0; e < entryCount; ++e) {
-        if (entries && static_cast<std::size_t>(e) < entries->size())
-            ReadFields(in, (*entries)[static_cast<std::size_t>(e)], TariffEntryFields());
-        else
-            in.Skip(TariffEntrySize);
-    }
+    const int held =
+        entries ? static_cast<int>(std::min<std::size_t>(entries->size(), entryCount > 0 ? entryCount : 0)) : 0;
+    for (int e = 0; e < held; ++e)
+        ReadFields(in, (*entries)[static_cast<std::size_t>(e)], TariffEntryFields());
+    if (entryCount > held)
+        in.Skip(int64_t{TariffEntrySize} * (entryCount - held));
     ReadFields(in, record, TariffFieldsAfterEntries());
 }
 
@@ -146,11 +146,13 @@ void ReadTagRecord(ByteReader& in, TagRecord& record, std::vector<AuxEntry>* aux
         in.Int16(term.TermOp);
         in.Float32(term.TermFactor);
     }
-    for (int e = 0; e < auxCount; ++e) {
-        std::string bytes;
-        if (in.Text(bytes, AuxEntrySize) && aux && static_cast<std::size_t>(e) < aux->size())
+    const int held = aux ? static_cast<int>(std::min<std::size_t>(aux->size(), auxCount > 0 ? auxCount : 0)) : 0;
+    std::string bytes;
+    for (int e = 0; e < held; ++e)
+        if (in.Text(bytes, AuxEntrySize))
             std::copy(bytes.begin(), bytes.end(), (*aux)[static_cast<std::size_t>(e)].begin());
-    }
+    if (auxCount > held)
+        in.Skip(int64_t{AuxEntrySize} * (auxCount - held));
     ReadFields(in, record, TagFieldsAfterAux());
     in.Int16(record.Setup30);
     if (setup30FirstSlot)

@@ -1,0 +1,214 @@
+#pragma once
+// Shared pieces of the data-file tests: a temporary prefix, a view that records what it is asked,
+// fixed host folders, and byte helpers that know nothing of the code under test.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "files/HostFolders.h"
+#include "files/SettingsView.h"
+#include "files/StoreFileView.h"
+#include "platform/Paths.h"
+
+namespace filestest {
+
+namespace fs = std::filesystem;
+
+// A fresh prefix and program folder per test.
+class TempPrefixTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        char pattern[] = "/tmp/vt-h4-XXXXXX";
+        ASSERT_NE(::mkdtemp(pattern), nullptr);
+        root = pattern;
+        fs::create_directories(root / "prefix");
+        fs::create_directories(root / "program");
+        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
+        ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
+    }
+    void TearDown() override
+    {
+        std::error_code ec;
+        for (auto& entry : fs::recursive_directory_iterator(root, ec))
+            fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ec);
+        fs::remove_all(root, ec);
+        ::unsetenv("VOLTARIS_PREFIX");
+        ::unsetenv("VOLTARIS_PROGRAM_DIR");
+    }
+
+    // Lines of the main log containing text.
+    int LogLinesWith(const std::string& text) const
+    {
+        std::ifstream in(root / "program" / "voltamon.log", std::ios::binary);
+        std::string line;
+        int n = 0;
+        while (std::getline(in, line))
+            if (line.find(text) != std::string::npos)
+                ++n;
+        return n;
+    }
+    int LogLines() const { return LogLinesWith(""); }
+    std::string LogText() const { return ReadBytesAt(root / "program" / "voltamon.log"); }
+
+    static std::string ReadBytesAt(const fs::path& path)
+    {
+        std::ifstream in(path, std::ios::binary);
+        std::ostringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+
+    fs::path root;
+};
+
+inline void WriteBytes(const fs::path& path, const std::string& bytes)
+{
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::string ReadBytes(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// Little-endian values at absolute offsets, growing the buffer when needed.
+inline void Put(std::string& b, std::size_t off, uint64_t v, int n)
+{
+    if (b.size() < off + static_cast<std::size_t>(n))
+        b.resize(off + static_cast<std::size_t>(n), '\0');
+    for (int i = 0; i < n; ++i)
+        b[off + static_cast<std::size_t>(i)] = static_cast<char>((v >> (8 * i)) & 0xFF);
+}
+inline void Put16(std::string& b, std::size_t off, int v) { Put(b, off, static_cast<uint16_t>(v), 2); }
+inline void Put32(std::string& b, std::size_t off, int64_t v) { Put(b, off, static_cast<uint32_t>(v), 4); }
+inline void PutF32(std::string& b, std::size_t off, float f)
+{
+    uint32_t u;
+    std::memcpy(&u, &f, 4);
+    Put(b, off, u, 4);
+}
+inline void PutText(std::string& b, std::size_t off, const std::string& text, std::size_t width)
+{
+    std::string field = text.substr(0, width);
+    field.resize(width, ' ');
+    if (b.size() < off + width)
+        b.resize(off + width, '\0');
+    b.replace(off, width, field);
+}
+inline uint64_t Get(const std::string& b, std::size_t off, int n)
+{
+    uint64_t v = 0;
+    for (int i = 0; i < n; ++i)
+        v |= static_cast<uint64_t>(static_cast<unsigned char>(b.at(off + static_cast<std::size_t>(i)))) << (8 * i);
+    return v;
+}
+inline int16_t Get16(const std::string& b, std::size_t off) { return static_cast<int16_t>(Get(b, off, 2)); }
+inline int32_t Get32(const std::string& b, std::size_t off) { return static_cast<int32_t>(Get(b, off, 4)); }
+inline float GetF32(const std::string& b, std::size_t off)
+{
+    const uint32_t u = static_cast<uint32_t>(Get(b, off, 4));
+    float f;
+    std::memcpy(&f, &u, 4);
+    return f;
+}
+inline double GetF64(const std::string& b, std::size_t off)
+{
+    const uint64_t u = Get(b, off, 8);
+    double d;
+    std::memcpy(&d, &u, 8);
+    return d;
+}
+
+class RecordingView : public StoreFileView, public SettingsView {
+public:
+    void ShowWait(const std::string& caption) override { waits.push_back(caption); }
+    void SetWaitProgress(const std::string& text) override { progress.push_back(text); }
+    void DoEvents() override { ++doEvents; }
+    void SetGridCell(int row, int column, const std::string& text) override { grid[{row, column}] = text; }
+    void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override
+    {
+        messages.push_back({text, title, icon});
+    }
+    void EndProgram() override { ended = true; }
+    void StartProgram(const std::string& program, const std::string& arguments) override
+    {
+        started.push_back(program + " " + arguments);
+    }
+    void CloseWait() override { ++waitsClosed; }
+    void SetStatusText(const std::string& text) override { status.push_back(text); }
+    void ShowWaitMessage(const std::string& text) override { waitMessages.push_back(text); }
+    void SetViewLogAvailable(bool available) override { viewLog = available; }
+
+    std::string Cell(int row, int column) const
+    {
+        const auto it = grid.find({row, column});
+        return it == grid.end() ? "<unset>" : it->second;
+    }
+
+    struct Message {
+        std::string text, title;
+        MessageIcon icon;
+    };
+    std::vector<std::string> waits, progress, started, status, waitMessages;
+    std::map<std::pair<int, int>, std::string> grid;
+    std::vector<Message> messages;
+    int doEvents = 0;
+    int waitsClosed = 0;
+    bool ended = false;
+    bool viewLog = false;
+};
+
+class FixedHost : public HostFolders {
+public:
+    std::string JobDataFolder() const override { return data; }
+    std::string TelvaneFolder() const override { return telvane; }
+    std::string data = "C:\\Telvane\\Job1\\Data";
+    std::string telvane = "C:\\Telvane";
+};
+
+// A tag setup file laid out by hand: offsets computed here from the record sizes, not by the reader.
+struct MtgImage {
+    int n, m, k;
+    std::string bytes;
+
+    MtgImage(int tariffs, int entries, int centers, int version = 250, int periods = 48)
+        : n(tariffs), m(entries), k(centers), bytes(112196 + 67 * 30, '\0')
+    {
+        Put16(bytes, 0, version);
+        Put16(bytes, 2, 7);
+        Put16(bytes, 4, periods);
+        Put16(bytes, 6, n);
+        Put16(bytes, 8, m);
+        Put16(bytes, 10, k);
+    }
+    std::size_t Tariff(int i) const { return 12 + static_cast<std::size_t>(i) * (206 + 66 * m); }
+    std::size_t Entry(int i, int e) const { return Tariff(i) + 64 + 66 * static_cast<std::size_t>(e); }
+    std::size_t Pair(int p) const { return Tariff(n) + 62 * static_cast<std::size_t>(p - 1); }
+    std::size_t CenterAt(int c) const { return Pair(21) + 38 * static_cast<std::size_t>(c - 1); }
+    std::size_t Tag(int t) const { return CenterAt(k + 1) + static_cast<std::size_t>(t - 1) * (254 + 8 * m); }
+    std::size_t TagTail(int t) const { return Tag(t) + 230 + 8 * static_cast<std::size_t>(m); }
+    std::size_t Fixed(int f) const { return 112196 + 30 * static_cast<std::size_t>(f); }
+
+    void OnlineTag(int t, const std::string& name, int tagType, int scanType)
+    {
+        PutText(bytes, Tag(t), name, 24);
+        Put16(bytes, Tag(t) + 24, 1);
+        Put16(bytes, Tag(t) + 50, tagType);
+        Put16(bytes, Tag(t) + 114, scanType);
+    }
+};
+
+} // namespace filestest

@@ -1,0 +1,170 @@
+#include "FilesTestSupport.h"
+#include "files/MonitorSettings.h"
+#include "platform/DateSerial.h"
+
+using namespace filestest;
+
+namespace {
+
+class GetIniDataTest : public TempPrefixTest {
+protected:
+    const std::string iniText = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
+    fs::path IniPath() const { return root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"; }
+
+    void SetUp() override
+    {
+        TempPrefixTest::SetUp();
+        fs::create_directories(root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data");
+    }
+
+    void WriteIni(const std::string& general, const std::string& rest = "")
+    {
+        WriteBytes(IniPath(), "[general]\r\n" + general + rest);
+    }
+
+    void Read()
+    {
+        GetIniData(iniText, settings, clockSync, watchdog, host, view, MakeDateTime(2024, 3, 5, 12, 0, 0));
+    }
+
+    MonitorSettings settings;
+    clsClockSync clockSync;
+    clsWatchdog watchdog;
+    FixedHost host;
+    RecordingView view;
+};
+
+TEST_F(GetIniDataTest, NoFileGivesEveryDefaultAndWritesNothing)
+{
+    Read();
+    EXPECT_EQ(view.waitMessages, std::vector<std::string>{"Getting INI Data"});
+    EXPECT_EQ(settings.DiagFile, std::string("c:\\lumdiag.txt") + std::string(80 - 14, '\0'));
+    EXPECT_EQ(settings.errorlog, "off");
+    EXPECT_EQ(settings.StoreFilePrefix, "Vtrs");
+    EXPECT_EQ(settings.StoreFilePath, "C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2403.lum");
+    EXPECT_TRUE(fs::is_directory(root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data" / "Voltaris"));
+    EXPECT_EQ(settings.ScanLogging, 0);
+    EXPECT_FALSE(view.viewLog);
+    EXPECT_EQ(settings.headertext, std::string(50, '\0'));
+    EXPECT_EQ(settings.SCADArun, "yes");
+    EXPECT_EQ(settings.currencychr, 36);
+    EXPECT_EQ(settings.ScanSeconds, 30);
+    EXPECT_EQ(settings.AverageScans, 5);
+    EXPECT_EQ(settings.Demo, 0);
+    EXPECT_EQ(clockSync.Offset(), 0);
+    EXPECT_EQ(clockSync.InputTag(), 0);
+    EXPECT_EQ(watchdog.ToggleSecs(), 0);
+    EXPECT_EQ(watchdog.OutputTag(), 0);
+    EXPECT_EQ(settings.BackupDir, "");
+    EXPECT_EQ(settings.ShedMeter, 0);
+    EXPECT_EQ(settings.UnShedMeter, 0);
+    EXPECT_FALSE(fs::exists(IniPath()));
+    EXPECT_EQ(LogLines(), 0);
+}
+
+TEST_F(GetIniDataTest, ScanIntervalIsLimitedAndWrittenBack)
+{
+    struct Case {
+        const char* value;
+        int expected;
+        bool rewritten;
+    };
+    const Case cases[] = {{"2", 5, true}, {"61", 60, true}, {"5", 5, false}, {"60", 60, false}, {"abc", 5, true}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.value);
+        WriteIni(std::string("timer1scan=") + c.value + "\r\n");
+        const std::string before = ReadBytes(IniPath());
+        Read();
+        EXPECT_EQ(settings.ScanSeconds, c.expected);
+        const std::string after = ReadBytes(IniPath());
+        if (c.rewritten) {
+            EXPECT_NE(after.find("timer1scan=" + std::to_string(c.expected)), std::string::npos) << after;
+        } else {
+            EXPECT_EQ(after, before);
+        }
+    }
+}
+
+TEST_F(GetIniDataTest, StoreFilePrefixIsCleaned)
+{
+    WriteIni("StoreFilePrefix=  Site\\A \r\n");
+    Read();
+    EXPECT_EQ(settings.StoreFilePrefix, "Site-A");
+    EXPECT_EQ(settings.StoreFilePath, "C:\\Telvane\\Job1\\Data\\Voltaris\\Site-A2403.lum");
+    WriteIni("StoreFilePrefix=\r\n");
+    Read();
+    EXPECT_EQ(settings.StoreFilePrefix, "Voltaris");
+}
+
+TEST_F(GetIniDataTest, FixedWidthTextsKeepTheirWidth)
+{
+    WriteIni("errorlog=Yes\r\nSCADArun=YES\r\nheadertext=" + std::string(60, 'H') + "\r\n");
+    Read();
+    EXPECT_EQ(settings.errorlog, "Yes");
+    EXPECT_EQ(settings.SCADArun, "YES");
+    EXPECT_EQ(settings.headertext, std::string(50, 'H'));
+
+    WriteIni("errorlog=yes please\r\nSCADArun=no\r\nheadertext=Plant\r\n");
+    Read();
+    EXPECT_EQ(settings.errorlog, "yes") << "only the first three characters are kept";
+    EXPECT_EQ(settings.SCADArun.substr(0, 3), std::string("no\0", 3));
+    // The shorter value ends at a NUL; what follows is the field's earlier content.
+    EXPECT_EQ(settings.headertext.substr(0, 6), std::string("Plant\0", 6));
+    EXPECT_EQ(settings.headertext.size(), 50u);
+}
+
+TEST_F(GetIniDataTest, NumbersAreRoundedHalvesToEven)
+{
+    WriteIni("AverageScans=2.5\r\nShedMeter= 7.5 \r\nUnShedMeter=abc\r\nDemo=3\r\ncurrencychr=163\r\n",
+             "[Monitor_PC_Clock_Sync]\r\nOffset=500\r\nInputTag=12.5\r\n"
+             "[Monitor_WatchDog]\r\nSeconds=-4\r\nOutputTag=2005\r\n");
+    Read();
+    EXPECT_EQ(settings.AverageScans, 2);
+    EXPECT_EQ(settings.ShedMeter, 8);
+    EXPECT_EQ(settings.UnShedMeter, 0);
+    EXPECT_EQ(settings.Demo, 3);
+    EXPECT_EQ(settings.currencychr, 163);
+    EXPECT_EQ(clockSync.Offset(), 120);
+    EXPECT_EQ(clockSync.InputTag(), 12);
+    EXPECT_EQ(watchdog.ToggleSecs(), 0);
+    EXPECT_EQ(watchdog.OutputTag(), 2005);
+
+    WriteIni("AverageScans=3.5\r\nShedMeter=99999\r\n");
+    settings.ShedMeter = 4;
+    Read();
+    EXPECT_EQ(settings.AverageScans, 4);
+    EXPECT_EQ(settings.ShedMeter, 4) << "an overflowing value leaves the setting";
+    EXPECT_EQ(LogLinesWith("GetIniData, Error 6/ Overflow"), 1);
+}
+
+TEST_F(GetIniDataTest, ScanLoggingAndBackupFolder)
+{
+    fs::create_directories(root / "prefix" / "drives" / "d" / "Backups");
+    WriteIni("LogScans=1\r\nBackupDir= D:\\BACKUPS \r\n");
+    Read();
+    EXPECT_EQ(settings.ScanLogging, 1);
+    EXPECT_TRUE(view.viewLog);
+    EXPECT_EQ(settings.BackupDir, "D:\\BACKUPS");
+
+    WriteIni("LogScans=2\r\nBackupDir=D:\\Gone\r\n");
+    Read();
+    EXPECT_EQ(settings.ScanLogging, 0);
+    EXPECT_FALSE(view.viewLog);
+    EXPECT_EQ(settings.BackupDir, "");
+
+    WriteIni("LogScans=on\r\n");
+    Read();
+    EXPECT_EQ(settings.ScanLogging, 0);
+    EXPECT_EQ(LogLinesWith("GetIniData, Error 13/ Type mismatch"), 1);
+}
+
+TEST_F(GetIniDataTest, MissingJobDataFolderIsReported)
+{
+    host.data = "C:\\NoSuchJob\\Data";
+    Read();
+    EXPECT_EQ(settings.StoreFilePath, "C:\\NoSuchJob\\Data\\Voltaris\\Vtrs2403.lum");
+    EXPECT_EQ(LogLinesWith("GetIniData, Error 76/ Path not found"), 1);
+    EXPECT_FALSE(fs::exists(root / "prefix" / "drives" / "c" / "NoSuchJob"));
+}
+
+} // namespace

@@ -1,0 +1,83 @@
+#include "FilesTestSupport.h"
+#include "files/PeakTable.h"
+#include "support/Profile.h"
+
+using namespace filestest;
+
+namespace {
+
+class PeakTableTest : public TempPrefixTest {
+protected:
+    const std::string ini = "C:\\Setup\\VoltarisSetup.ini";
+
+    void SetUp() override
+    {
+        TempPrefixTest::SetUp();
+        fs::create_directories(root / "prefix" / "drives" / "c" / "Setup");
+    }
+
+    // Ranks 1..24 holding 2400, 2300, ... 100.
+    void FillDescending()
+    {
+        std::string text = "[general]\r\ntimer1scan=30\r\n[Peaks]\r\n";
+        for (int n = 1; n <= 24; ++n)
+            text += std::to_string(n) + "PeakValue=" + std::to_string((25 - n) * 100) + "\r\n" + std::to_string(n) +
+                    "PeakTime=T" + std::to_string(n) + "\r\n";
+        WriteBytes(root / "prefix" / "drives" / "c" / "Setup" / "VoltarisSetup.ini", text);
+    }
+};
+
+TEST_F(PeakTableTest, EmptyTableTakesTheFirstTotal)
+{
+    EXPECT_FALSE(UpdatePeaks(12.5F, "Mar 03, 24. 10:00", ini).Failed());
+    const std::vector<PeakEntry> peaks = ReadPeaks(ini);
+    EXPECT_EQ(peaks[1].Value, "12.5");
+    EXPECT_EQ(peaks[1].Time, "Mar 03, 24. 10:00");
+    EXPECT_EQ(peaks[2].Value, "0");
+    EXPECT_EQ(peaks[24].Time, "0");
+
+    // A zero total equals the missing ranks' "0", so it ranks below all of them and is not entered.
+    EXPECT_FALSE(UpdatePeaks(0.0F, "x", ini).Failed());
+    EXPECT_EQ(ReadPeaks(ini)[2].Value, "0");
+}
+
+TEST_F(PeakTableTest, TiesRankBelowAndTheTopPushesAllDown)
+{
+    FillDescending();
+    UpdatePeaks(100.0F, "tie with 24th", ini);
+    std::vector<PeakEntry> peaks = ReadPeaks(ini);
+    EXPECT_EQ(peaks[24].Value, "100");
+    EXPECT_EQ(peaks[24].Time, "T24");
+
+    UpdatePeaks(1500.0F, "tie with 10th", ini);
+    peaks = ReadPeaks(ini);
+    EXPECT_EQ(peaks[10].Value, "1500");
+    EXPECT_EQ(peaks[10].Time, "T10");
+    EXPECT_EQ(peaks[11].Value, "1500");
+    EXPECT_EQ(peaks[11].Time, "tie with 10th");
+    EXPECT_EQ(peaks[12].Time, "T11");
+    EXPECT_EQ(peaks[24].Time, "T23");
+
+    UpdatePeaks(123456.789F, "top", ini);
+    peaks = ReadPeaks(ini);
+    EXPECT_EQ(peaks[1].Value, "123456.8");  // seven significant digits
+    EXPECT_EQ(peaks[1].Time, "top");
+    EXPECT_EQ(peaks[2].Time, "T1");
+    EXPECT_EQ(peaks[3].Time, "T2");
+    EXPECT_EQ(peaks[24].Time, "T22");
+    // Other sections are left alone.
+    EXPECT_EQ(GetPrivateProfileString("general", "timer1scan", "", 80, ini), "30");
+}
+
+TEST_F(PeakTableTest, ValuesWithTextAfterTheNumber)
+{
+    FillDescending();
+    WritePrivateProfileString("Peaks", "5PeakValue", "2000.5 kW", ini);
+    UpdatePeaks(2000.25F, "between", ini);
+    const std::vector<PeakEntry> peaks = ReadPeaks(ini);
+    EXPECT_EQ(peaks[5].Value, "2000.5 kW");
+    EXPECT_EQ(peaks[6].Value, "2000.25");
+    EXPECT_EQ(peaks[6].Time, "between");
+}
+
+} // namespace

@@ -1,0 +1,451 @@
+#include <sys/stat.h>
+
+#include "FilesTestSupport.h"
+#include "files/BackupStoreFile.h"
+#include "files/HalfHourSave.h"
+#include "files/StartUpFileInfo.h"
+#include "files/StoreFile.h"
+#include "files/StoreFileName.h"
+#include "files/UpdateSetupData.h"
+#include "platform/DateSerial.h"
+
+using namespace filestest;
+
+namespace {
+
+// Positions worked out here from the record sizes: header 199, tariff 206 + 66 M, pair table 62,
+// center 38, tag summary 62, three int16 per tag, fixed entry 30; per tag 8 + 12 P + 48 + 96.
+int64_t ExpectTagDataStart(int n, int m, int k, int maxTags)
+{
+    return 199 + int64_t{n} * (206 + 66 * m) + 20 * 62 + k * 38 + maxTags * 62 + maxTags * 6 + 67 * 30 + 1;
+}
+
+class StoreFileTest : public TempPrefixTest {
+protected:
+    void SetUp() override
+    {
+        TempPrefixTest::SetUp();
+        state.SetupMtgFile = "C:\\Telvane\\Job1\\Setup\\Site.MTG";
+        state.SetupIniFile = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
+        state.StartingUp = 0;
+        settings.StoreFilePrefix = "Vtrs";
+        settings.headertext.replace(0, 9, "Site head");
+        settings.currencychr = 163;
+        settings.ShedMeter = 11;
+        settings.UnShedMeter = 12;
+        fs::create_directories(DataFolder());
+    }
+
+    fs::path Drive() const { return root / "prefix" / "drives" / "c"; }
+    fs::path DataFolder() const { return Drive() / "Telvane" / "Job1" / "Data"; }
+    fs::path StorePath(const std::string& yymm) const { return DataFolder() / "Voltaris" / ("Vtrs" + yymm + ".lum"); }
+    StoreContext Context() { return StoreContext{setup, values, settings, state, host, view}; }
+
+    void WriteMtg(const MtgImage& f) { WriteBytes(Drive() / "Telvane" / "Job1" / "Setup" / "Site.MTG", f.bytes); }
+
+    // Start-up: store file name for now, then the check.
+    SetupLoadResult Start(DateTime now)
+    {
+        settings.StoreFilePath = GetStoreFileName(host.data, settings.StoreFilePrefix, now).Value;
+        StoreContext c = Context();
+        return StartUpFileInfo(c, now);
+    }
+
+    void Save(DateTime now)
+    {
+        StoreContext c = Context();
+        HalfHourSave(c, now);
+    }
+
+    // An MTG with 200 tags, K centers and a few tags of each kind.
+    MtgImage StandardMtg(int periods, int k = 20, int n = 1, int m = 2)
+    {
+        MtgImage f(n, m, k, 250, periods);
+        f.OnlineTag(1, "Incomer", 1, 22);
+        Put16(f.bytes, f.Tag(1) + 98, 1);  // in the site total
+        f.OnlineTag(2, "Logged", 1, 25);   // From Log File
+        Put16(f.bytes, f.Tag(2) + 98, 1);
+        PutText(f.bytes, f.Tag(3), "Spare", 24);  // off line measured
+        Put16(f.bytes, f.Tag(3) + 50, 1);
+        f.OnlineTag(4, "Display", 3, 0);
+        f.OnlineTag(5, "Boiler", 1, 24);
+        Put32(f.bytes, f.Tag(5) + 52, 0x05050505);
+        Put16(f.bytes, f.Tag(5) + 96, 16);
+        Put16(f.bytes, f.TagTail(5), 7);
+        Put16(f.bytes, f.TagTail(5) + 18, 31);
+        Put32(f.bytes, f.TagTail(5) + 20, 0x32323232);
+        for (int e = 0; e < m; ++e)
+            PutF32(f.bytes, f.Entry(0, e) + 58, 50.0F);  // non-zero, so the copy is byte-identical
+        PutText(f.bytes, f.Pair(1), "Pair one", 20);
+        if (k > 0)
+            PutText(f.bytes, f.CenterAt(1), "Center one", 20);
+        PutText(f.bytes, f.Fixed(3), "Fixed three", 12);
+        return f;
+    }
+
+    SetupData setup;
+    TagValues values;
+    MonitorSettings settings;
+    MonitorState state;
+    FixedHost host;
+    RecordingView view;
+};
+
+TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
+{
+    const MtgImage mtg = StandardMtg(48);
+    WriteMtg(mtg);
+    values.resize(201);
+    values[5].LastReadTime = 45000.75;
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    EXPECT_EQ(LogLines(), 0);
+    EXPECT_EQ(setup.TagCount, 178);
+    EXPECT_EQ(state.LastSavedPeriod, 20);
+
+    const std::string b = ReadBytes(StorePath("2403"));
+    const int64_t tagDataStart = ExpectTagDataStart(1, 2, 20, 200);
+    const int64_t dataStart = tagDataStart + 728 * 200;
+    EXPECT_EQ(Get32(b, 105), tagDataStart);
+    EXPECT_EQ(Get32(b, 109), dataStart);
+    EXPECT_EQ(setup.DataStart, dataStart);
+    // 31 days of 48 records of 804 bytes; the last two bytes of the last record are never written.
+    EXPECT_EQ(static_cast<int64_t>(b.size()), dataStart - 1 + (31 * 48 - 1) * 804 + 802);
+
+    EXPECT_EQ(b.substr(0, 9), "Site head");
+    EXPECT_EQ(b.substr(9, 41), std::string(41, '\0'));
+    EXPECT_EQ(Get16(b, 60), 200);
+    EXPECT_EQ(Get16(b, 62), 7);
+    EXPECT_EQ(Get16(b, 64), 250);
+    EXPECT_EQ(Get16(b, 66), 48);
+    EXPECT_EQ(Get16(b, 68), 1);
+    EXPECT_EQ(Get16(b, 70), 2);
+    EXPECT_EQ(Get16(b, 72), 163);
+    EXPECT_EQ(Get16(b, 74), 20);
+    EXPECT_EQ(Get16(b, 113), 11);
+    EXPECT_EQ(Get16(b, 115), 12);
+
+    // The setup copy: tariffs, pair tables and centers byte for byte as in the tag setup file.
+    const std::size_t copyLength = mtg.CenterAt(21) - 12;
+    EXPECT_EQ(b.substr(199, copyLength), mtg.bytes.substr(12, copyLength));
+    const std::size_t summaries = 199 + copyLength;
+    const std::size_t s5 = summaries + 4 * 62;
+    EXPECT_EQ(b.substr(s5, 24), "Boiler                  ");
+    EXPECT_EQ(Get16(b, s5 + 24), 1);
+    EXPECT_EQ(Get16(b, s5 + 26), 1);
+    EXPECT_EQ(Get16(b, s5 + 28), 24);
+    EXPECT_EQ(Get32(b, s5 + 30), 0x05050505);
+    EXPECT_EQ(Get16(b, s5 + 34), 16);
+    EXPECT_EQ(Get16(b, s5 + 38), 7);
+    for (int i = 0; i < 4; ++i)
+        EXPECT_EQ(Get32(b, s5 + 40 + 4 * static_cast<std::size_t>(i)), 0x32323232);
+    EXPECT_EQ(Get16(b, s5 + 56), 31);
+    EXPECT_EQ(Get32(b, s5 + 58), 0x32323232);
+    const std::size_t fixed = summaries + 200 * 62 + 200 * 6;
+    EXPECT_EQ(b.substr(fixed, 67 * 30), mtg.bytes.substr(112196, 67 * 30));
+    EXPECT_EQ(static_cast<int64_t>(fixed + 67 * 30 + 1), tagDataStart);
+    EXPECT_EQ(GetF64(b, static_cast<std::size_t>(tagDataStart - 1 + 4 * 728)), 45000.75);
+
+    // The save at 10:00:20 on the 3rd writes record 115, 804 bytes per record after record 0.
+    values[1].Integrated = 12.5F;
+    values[5].Integrated = -3.25F;
+    values[4].Integrated = 99;
+    state.DataOkFlag = 1;
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    const std::string a = ReadBytes(StorePath("2403"));
+    ASSERT_EQ(a.size(), b.size());
+    const std::size_t r115 = static_cast<std::size_t>(dataStart - 1 + 115 * 804);
+    EXPECT_EQ(Get16(a, r115), 1);
+    EXPECT_EQ(GetF32(a, r115 + 2), 12.5F);
+    EXPECT_EQ(GetF32(a, r115 + 2 + 4 * 4), -3.25F);
+    EXPECT_EQ(GetF32(a, r115 + 2 + 4 * 3), 0.0F) << "display tag";
+    // Only record 115 changed.
+    std::size_t differing = 0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (a[i] != b[i]) {
+            EXPECT_GE(i, r115);
+            EXPECT_LT(i, r115 + 804);
+            ++differing;
+        }
+    EXPECT_GT(differing, 0u);
+    EXPECT_EQ(state.LastSavedPeriod, 21);
+    EXPECT_EQ(values[1].Integrated, 0.0F);
+    EXPECT_EQ(values[4].Integrated, 0.0F);
+    EXPECT_EQ(view.status.back(), "Saving Data\r\nc:\\telvane\\job1\\data\\voltaris\\vtrs2403.lum");
+}
+
+TEST_F(StoreFileTest, DataStartWith24And96Periods)
+{
+    for (int periods : {24, 96}) {
+        SCOPED_TRACE(periods);
+        fs::remove_all(DataFolder() / "Voltaris");
+        setup = SetupData{};
+        WriteMtg(StandardMtg(periods, 3, 0, 0));
+        ASSERT_EQ(Start(MakeDateTime(2024, 5, 1, 0, 10, 0)), SetupLoadResult::Loaded);
+        const std::string b = ReadBytes(StorePath("2405"));
+        const int64_t tagDataStart = ExpectTagDataStart(0, 0, 3, 200);
+        const int64_t block = 8 + 12 * periods + 48 + 96;
+        const int64_t dataStart = periods == 24 ? tagDataStart + 728 * 200 : tagDataStart + 200 * block;
+        EXPECT_EQ(block, periods == 24 ? 440 : 1304);
+        EXPECT_EQ(Get32(b, 105), tagDataStart);
+        EXPECT_EQ(Get32(b, 109), dataStart);
+        EXPECT_EQ(static_cast<int64_t>(b.size()), dataStart - 1 + (31 * periods - 1) * 804 + 802);
+    }
+}
+
+TEST_F(StoreFileTest, WhatEachTagLeavesInItsSlot)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    const std::size_t r115 = static_cast<std::size_t>(setup.DataStart - 1 + 115 * 804);
+
+    // What the CSV import put into the logged tag's slot, and a stray value in the off-line tag's slot.
+    std::string b = ReadBytes(StorePath("2403"));
+    PutF32(b, r115 + 2 + 4, 777.0F);
+    PutF32(b, r115 + 2 + 8, 555.0F);
+    PutF32(b, r115 + 2 + 4 * 190, 42.0F);  // beyond TagCount: never written
+    WriteBytes(StorePath("2403"), b);
+
+    values[2].Integrated = 5;
+    values[3].Integrated = 6;
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    const std::string a = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(Get16(a, r115), 0) << "the first period after start-up";
+    EXPECT_EQ(GetF32(a, r115 + 2 + 4), 777.0F);
+    EXPECT_EQ(GetF32(a, r115 + 2 + 8), 0.0F);
+    EXPECT_EQ(GetF32(a, r115 + 2 + 4 * 190), 42.0F);
+    EXPECT_EQ(state.DataOkFlag, 1);
+
+    // A later scan in the same period writes nothing.
+    const std::string before = ReadBytes(StorePath("2403"));
+    values[1].Integrated = 8;
+    Save(MakeDateTime(2024, 3, 3, 10, 29, 50));
+    EXPECT_EQ(ReadBytes(StorePath("2403")), before);
+    EXPECT_EQ(values[1].Integrated, 8.0F);
+
+    // The next period carries flag 1.
+    Save(MakeDateTime(2024, 3, 3, 10, 30, 5));
+    const std::string c = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(Get16(c, r115 + 804), 1);
+    EXPECT_EQ(GetF32(c, r115 + 804 + 2), 8.0F);
+    EXPECT_EQ(LogLines(), 0);
+}
+
+TEST_F(StoreFileTest, StartingUpFlagsTheSavedPeriod)
+{
+    WriteMtg(StandardMtg(48));
+    state.StartingUp = 1;
+    state.DataOkFlag = 1;
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    EXPECT_EQ(state.DataOkFlag, 0);
+}
+
+TEST_F(StoreFileTest, DemoTouchesNoFileButKeepsPeaksAndResets)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    fs::remove(StorePath("2403"));
+    settings.Demo = 1;
+    values[1].Integrated = 40;
+    values[2].Integrated = 2;
+    values[5].Integrated = 1000;  // not in the site total
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    EXPECT_FALSE(fs::exists(StorePath("2403")));
+    EXPECT_EQ(values[1].Integrated, 0.0F);
+    EXPECT_EQ(values[5].Integrated, 0.0F);
+    const std::string ini = ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini");
+    EXPECT_NE(ini.find("1PeakValue=42"), std::string::npos) << ini;
+    EXPECT_NE(ini.find("1PeakTime=Mar 03, 24. 10:00"), std::string::npos) << ini;
+}
+
+TEST_F(StoreFileTest, PeriodOfTheLastDayGoesIntoItsOwnMonth)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 31, 23, 40, 0)), SetupLoadResult::Loaded);
+    fs::remove(StorePath("2403"));  // even when it went missing, last month's file receives the period
+    values[1].Integrated = 31.5F;
+    state.DataOkFlag = 1;
+    Save(MakeDateTime(2024, 4, 1, 0, 0, 20));
+    ASSERT_TRUE(fs::exists(StorePath("2403")));
+    ASSERT_TRUE(fs::exists(StorePath("2404")));
+    const std::string march = ReadBytes(StorePath("2403"));
+    const std::size_t last = static_cast<std::size_t>(setup.DataStart - 1 + (30 * 48 + 47) * 804);
+    EXPECT_EQ(Get16(march, last), 1);
+    EXPECT_EQ(GetF32(march, last + 2), 31.5F);
+    const std::string april = ReadBytes(StorePath("2404"));
+    EXPECT_EQ(Get16(april, 66), 48);
+    EXPECT_EQ(april.size(), march.size());
+    EXPECT_EQ(april.substr(static_cast<std::size_t>(setup.DataStart - 1)),
+              std::string(april.size() - static_cast<std::size_t>(setup.DataStart - 1), '\0'));
+    EXPECT_NE(settings.StoreFilePath.find("Vtrs2404.lum"), std::string::npos);
+    EXPECT_EQ(LogLines(), 0);
+}
+
+TEST_F(StoreFileTest, BackupIsAWholeCopyOrNone)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    fs::create_directories(Drive() / "Backup");
+    settings.BackupDir = "C:\\Backup";
+    values[1].Integrated = 3;
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    EXPECT_EQ(ReadBytes(Drive() / "Backup" / "Vtrs2403.lum"), ReadBytes(StorePath("2403")));
+    EXPECT_EQ(std::distance(fs::directory_iterator(Drive() / "Backup"), fs::directory_iterator{}), 1);
+
+    // The backup folder vanishes: the store file is still saved, one line says the copy failed.
+    fs::remove_all(Drive() / "Backup");
+    values[1].Integrated = 4;
+    Save(MakeDateTime(2024, 3, 3, 10, 30, 20));
+    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), static_cast<std::size_t>(setup.DataStart - 1 + 116 * 804 + 2)), 4.0F);
+    EXPECT_EQ(LogLines(), 1);
+    EXPECT_EQ(LogLinesWith("BackupStoreFile, Error 76/ Path not found"), 1) << LogText();
+
+    // No backup folder set: nothing is copied.
+    EXPECT_FALSE(BackupStoreFile(settings.StoreFilePath, "").Failed());
+}
+
+TEST_F(StoreFileTest, UnwritableDataFolderLosesNothingAndLogsOnce)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    values[1].Integrated = 9;
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    const std::string saved = ReadBytes(StorePath("2403"));
+
+    // The "\Voltaris" folder replaced by a file: nothing can be opened there.
+    fs::rename(DataFolder() / "Voltaris", DataFolder() / "Voltaris.moved");
+    WriteBytes(DataFolder() / "Voltaris", "not a folder");
+    values[1].Integrated = 10;
+    Save(MakeDateTime(2024, 3, 3, 10, 30, 20));
+    EXPECT_EQ(LogLinesWith("HalfHourSave, Error"), 1);
+    EXPECT_EQ(LogLines(), 1);
+    EXPECT_EQ(ReadBytes(DataFolder() / "Voltaris.moved" / "Vtrs2403.lum"), saved);
+    EXPECT_EQ(state.LastSavedPeriod, 22) << "the scan carries on";
+}
+
+TEST_F(StoreFileTest, ReadOnlyStoreFileIsLeftAsItWas)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    const std::string before = ReadBytes(StorePath("2403"));
+    if (::geteuid() == 0) {
+        // Root writes through any mode bits; a folder where the file should be stands in for it.
+        fs::rename(StorePath("2403"), DataFolder() / "kept.lum");
+        fs::create_directories(StorePath("2403"));
+        values[1].Integrated = 1;
+        Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+        EXPECT_EQ(LogLinesWith("HalfHourSave, Error"), 1);
+        EXPECT_EQ(LogLines(), 1);
+        EXPECT_EQ(ReadBytes(DataFolder() / "kept.lum"), before);
+        GTEST_SKIP() << "running as root: the read-only mode bits cannot be tested, the folder stand-in was";
+    }
+    fs::permissions(StorePath("2403"), fs::perms::owner_read | fs::perms::group_read);
+    values[1].Integrated = 1;
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    EXPECT_EQ(LogLinesWith("HalfHourSave, Error 70/ Permission denied"), 1);
+    EXPECT_EQ(LogLines(), 1);
+    EXPECT_EQ(ReadBytes(StorePath("2403")), before);
+}
+
+TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)
+{
+    // A file made with 10 centers; the tag setup now says 20.
+    WriteMtg(StandardMtg(48, 10));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    const int32_t dataStart10 = setup.DataStart;
+    setup = SetupData{};
+    WriteMtg(StandardMtg(48, 20));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 45, 0)), SetupLoadResult::Loaded);
+    EXPECT_EQ(setup.CenterCount, 10);
+    EXPECT_EQ(setup.TagCount, 188);
+    EXPECT_EQ(setup.DataStart, dataStart10);
+    EXPECT_EQ(LogLines(), 0);
+
+    // Memory and file disagree (the file was swapped under the monitor): the record goes where
+    // the file's own header puts it, and only tags the file has room for are written.
+    setup.CenterCount = 30;
+    setup.TagCount = 168;
+    values[1].Integrated = 2;
+    const std::string before = ReadBytes(StorePath("2403"));
+    {
+        StoreFile file;
+        ASSERT_FALSE(file.Open(LocalPath(settings.StoreFilePath).string()).Failed());
+        StoreContext c = Context();
+        UpdateSetupData(c, file);  // dimensions differ: nothing written
+    }
+    EXPECT_EQ(ReadBytes(StorePath("2403")), before);
+    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    const std::string after = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(after, static_cast<std::size_t>(dataStart10 - 1 + 115 * 804 + 2)), 2.0F);
+
+    // A file with other periods per day than memory is refused, not scribbled over.
+    setup.PeriodsPerDay = 96;
+    state.LastSavedPeriod = 0;
+    Save(MakeDateTime(2024, 3, 3, 11, 0, 20));
+    EXPECT_EQ(ReadBytes(StorePath("2403")), after);
+    EXPECT_EQ(LogLinesWith("HalfHourSave, Error 59/ Bad record length"), 1);
+    EXPECT_EQ(LogLines(), 1);
+}
+
+TEST_F(StoreFileTest, StoreFilesTheMonitorCannotUseEndIt)
+{
+    WriteMtg(StandardMtg(48));
+    std::string header(300, '\0');
+    Put16(header, 60, 200);
+    Put16(header, 66, 30);
+    WriteBytes(StorePath("2403"), header);
+    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::ProgramEnds);
+    ASSERT_EQ(view.messages.size(), 1u);
+    EXPECT_EQ(view.messages[0].title, "Error in Store File");
+    EXPECT_EQ(view.messages[0].icon, MessageIcon::Critical);
+    const std::string path = "c:\\telvane\\job1\\data\\voltaris\\vtrs2403.lum";
+    EXPECT_EQ(view.messages[0].text,
+              "WARNING!!!\r\n\r\nStore file " + path +
+                  "\r\nhas in incorrect setting for demand periods per day\r\nThe store file is set to 30 periods "
+                  "per day.\r\n\r\nThe options are either 24, 48 or 96 periods per day.\r\n\r\nTo remedy this we "
+                  "recommend that you delete the store file\r\n" +
+                  path + "\r\nand check the setting in the Voltaris Setup program.");
+    EXPECT_TRUE(view.ended);
+    EXPECT_EQ(ReadBytes(StorePath("2403")), header);
+
+    view = RecordingView{};
+    Put16(header, 66, 96);
+    Put16(header, 60, 12);
+    Put16(header, 74, 10);  // 12 - 2 - 10 = 0 tags
+    WriteBytes(StorePath("2403"), header);
+    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::ProgramEnds);
+    ASSERT_EQ(view.messages.size(), 1u);
+    EXPECT_EQ(view.messages[0].title, "Error - Voltaris Monitor");
+    EXPECT_EQ(view.messages[0].icon, MessageIcon::None);
+    EXPECT_EQ(view.messages[0].text,
+              "There are no valid tags in the store file!\r\n\r\nRecommend that you delete the existing store "
+              "file\r\nand then restart the Voltaris Monitor");
+    EXPECT_TRUE(view.ended);
+}
+
+TEST_F(StoreFileTest, RecordsReadAndWrittenInABatch)
+{
+    WriteMtg(StandardMtg(96, 0, 0, 0));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    StoreFile file;
+    ASSERT_FALSE(file.Open(settings.StoreFilePath).Failed());
+    const VbResult<StoreLayout> layout = file.ReadLayout();
+    ASSERT_TRUE(layout.Ok());
+    EXPECT_EQ(layout.Value.RecordCount(), 31 * 96);
+    for (int32_t r = 0; r < layout.Value.RecordCount(); r += 7) {
+        const std::vector<float> v{static_cast<float>(r), 1.5F, -2.0F};
+        ASSERT_FALSE(file.WriteRecord(layout.Value, r, 1, v).Failed());
+    }
+    int16_t flag = -1;
+    std::vector<float> got;
+    ASSERT_FALSE(file.ReadRecord(layout.Value, 2975, flag, got, 3).Failed());
+    EXPECT_EQ(flag, 1);
+    EXPECT_EQ(got, (std::vector<float>{2975.0F, 1.5F, -2.0F}));
+    EXPECT_EQ(file.ReadRecord(layout.Value, 31 * 96, flag, got, 3).Number, ErrBadRecordNumber);
+    EXPECT_EQ(file.ReadRecord(layout.Value, -1, flag, got, 3).Number, ErrBadRecordNumber);
+    EXPECT_EQ(file.ReadRecord(layout.Value, 0, flag, got, 201).Number, ErrBadRecordLength);
+    const std::string b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(b, static_cast<std::size_t>(setup.DataStart - 1 + 2975 * 804 + 2)), 2975.0F);
+}
+
+} // namespace
