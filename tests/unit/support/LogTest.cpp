@@ -137,11 +137,12 @@ TEST_F(LogTest, UnwritableMainLogAsksOnlyInDebugModeAndYesCloses) {
 TEST_F(LogTest, DiagnosticFileIsDeletedOnlyAboveFiveMillionBytes) {
     const fs::path diag = prefix.Prefix() / "drives" / "c" / "lumdiag.txt";
     TempPrefix::Write(diag, std::string(5000000, 'd'));
-    WriteDiagnosticLine("c:\\lumdiag.txt", " energy monitor Loaded ");
+    // The existing file is found whatever the case of the name asked for.
+    WriteDiagnosticLine("C:\\LUMDIAG.TXT", " energy monitor Loaded ");
     EXPECT_EQ(fs::file_size(diag), 5000000u + 17 + 23 + 2);
 
     TempPrefix::Write(diag, std::string(5000001, 'd'));
-    WriteDiagnosticLine("C:\\LUMDIAG.TXT", " energy monitor Loaded ");
+    WriteDiagnosticLine("c:\\lumdiag.txt", " energy monitor Loaded ");
     EXPECT_EQ(TempPrefix::Read(diag), "05/11/26 14:07:09 energy monitor Loaded \r\n");
 }
 
