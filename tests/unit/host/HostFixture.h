@@ -54,10 +54,13 @@ public:
     HostFixture(const HostFixture&) = delete;
     HostFixture& operator=(const HostFixture&) = delete;
 
-    // Where the built libraries are ($VT_BIN_DIR, set by the test runner).
+    // Where the built libraries are: $VT_BIN_DIR, else the test program's own folder (the
+    // build puts programs and libraries in one folder).
     static std::filesystem::path BinDir() {
         const char* dir = std::getenv("VT_BIN_DIR");
-        return dir ? std::filesystem::path(dir) : std::filesystem::path();
+        if (dir != nullptr && *dir != '\0') return std::filesystem::path(dir);
+        std::error_code ec;
+        return std::filesystem::read_symlink("/proc/self/exe", ec).parent_path();
     }
 
     static bool LibrariesBuilt() {
