@@ -146,6 +146,12 @@ bool LoadScenario(const std::string& path, Scenario& scenario, std::string& erro
 }  // namespace
 
 int RunHost(int argc, char** argv, int generation, const std::string& scenarioPath) {
+    // From the start, so a stop that comes while the host is still setting up ends it cleanly too.
+    struct sigaction action {};
+    action.sa_handler = OnStopSignal;
+    sigemptyset(&action.sa_mask);
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
     Scenario scenario;
     std::string error;
     if (!LoadScenario(scenarioPath, scenario, error)) return Fail(error);
@@ -173,7 +179,9 @@ int RunHost(int argc, char** argv, int generation, const std::string& scenarioPa
     bool installed = InstallHost(scenario, layout, warnings, error);
     for (const std::string& warning : warnings) std::fprintf(stderr, "telvane-host: warning: %s\n", warning.c_str());
     if (!installed) return Fail(error);
+    // The pid goes in before the job is marked running, so a stop that sees the job finds the process.
     if (!SaveLayout(layout)) return Fail("cannot write " + HostRecordPath());
+    SaveHostPid(static_cast<long>(::getpid()));
 
     HostState state;
     if (!state.Open(LocalPath(layout.HostFolder).string())) return Fail("cannot open the point state in " + layout.HostFolder);
@@ -184,14 +192,9 @@ int RunHost(int argc, char** argv, int generation, const std::string& scenarioPa
     RunningHost host(scenario, layout, state);
     if (!host.Start(error)) {
         host.Stop();
+        SaveHostPid(0);
         return Fail(error);
     }
-    SaveHostPid(static_cast<long>(::getpid()));
-    struct sigaction action {};
-    action.sa_handler = OnStopSignal;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
 
     Say("V" + std::to_string(generation) + " host running in " + layout.HostFolder + ", job " + layout.JobName +
         " (pid " + std::to_string(::getpid()) + ")");
