@@ -269,3 +269,19 @@ TEST(TelvaneWatch, V4UsesTheLoaderWindow) {
     ASSERT_TRUE(SetWindowVisible("LoaderWClass", true));
     EXPECT_TRUE(t.TrayAppVisible(true, true));
 }
+
+TEST(TelvaneJob, V4TagServiceStartsOnlyForAV4HostWithItsPointLibrary) {
+    REQUIRE_LIBRARIES();
+    for (int generation : {4, 5}) {
+        HostFixture f;
+        ASSERT_TRUE(f.Install(generation));
+        std::filesystem::path marker = f.ProgramDir() / "tag-service-ran";
+        HostFixture::WriteFile(f.Folder() / "hostsvc.exe", "#!/bin/sh\ntouch '" + marker.string() + "'\n");
+        std::filesystem::permissions(f.Folder() / "hostsvc.exe", std::filesystem::perms::owner_all);
+        Telvane t;
+        int waits = generation == 4 ? 150 : 25;  // a started service shows up well within this
+        for (int i = 0; i < waits && !std::filesystem::exists(marker); ++i) ::usleep(20000);
+        if (generation == 4) EXPECT_TRUE(std::filesystem::exists(marker));
+        else EXPECT_FALSE(std::filesystem::exists(marker));
+    }
+}
