@@ -354,3 +354,9 @@ VbError AppendToFile(std::string_view pathText, std::string_view content) {
     if (::close(fd) != 0 && !error) error = VbErrorFromErrno(errno);
     return error;
 }
+
+bool FileIsReadOnly(std::string_view pathText) {
+    struct stat st {};
+    if (::stat(LocalPath(pathText).c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+    return (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
+}

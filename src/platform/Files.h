@@ -18,6 +18,9 @@ VbError CopyFileReplacing(std::string_view src, std::string_view dst);
 VbError MoveFile(std::string_view src, std::string_view dst);
 VbError DeleteFile(std::string_view pathText);
 VbError DeleteFolder(std::string_view pathText);  // an empty folder
+// True for an existing file without any write permission: the read-only attribute of the
+// original platform. Settings writes refuse such files even when the process could replace them.
+bool FileIsReadOnly(std::string_view pathText);
 // Length in bytes; error 53 when missing.
 VbResult<int64_t> FileLength(std::string_view pathText);
 // Last modification as a local date-time; error 53 when missing.

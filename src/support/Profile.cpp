@@ -1,6 +1,5 @@
 #include "support/Profile.h"
 
-#include <sys/stat.h>
 
 #include <cstdint>
 
@@ -27,14 +26,6 @@ std::string CutToBuffer(std::string_view text, int bufferSize) {
 std::string_view TrimTrailingBlanks(std::string_view text) {
     while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
     return text;
-}
-
-// A file without any write permission counts as read-only, like the read-only attribute the
-// settings programs know; an atomic replace would otherwise go through it.
-bool IsReadOnlyFile(const std::string& fileText) {
-    struct stat st {};
-    if (::stat(LocalPath(fileText).c_str(), &st) != 0) return false;
-    return (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
 }
 
 bool IsDigitIn(char c, unsigned base) {
@@ -108,7 +99,7 @@ bool WritePrivateProfileString(const char* section, const char* key, const char*
         updated = IniSetValue(file.Value, section, key, value);
     }
     if (updated == file.Value) return true;  // nothing to change (a delete never creates the file)
-    if (exists && IsReadOnlyFile(fileText)) return false;
+    if (exists && FileIsReadOnly(fileText)) return false;
     return !WriteFileAtomically(fileText, updated).Failed();
 }
 
