@@ -1,0 +1,173 @@
+#include "core/InputGeneral.h"
+
+#include <string>
+
+#include "core/InputAcquire.h"
+#include "core/InputCalc.h"
+#include "core/MathsGrouping.h"
+#include "core/ScanTag.h"
+#include "core/SingleArithmetic.h"
+#include "platform/Clock.h"
+#include "support/Log.h"
+#include "support/VbConvert.h"
+
+namespace {
+
+enum class Source { None, RecorderLine, HostTag, Dde };
+enum class Calculation { None, Direct, Total, Pulse };
+
+struct ScanKind {
+    Source From;
+    Calculation Calc;
+};
+
+ScanKind KindOf(int16_t scanType) {
+    switch (scanType) {
+    case 17: return {Source::RecorderLine, Calculation::Direct};
+    case 24: return {Source::HostTag, Calculation::Direct};
+    case 26: return {Source::Dde, Calculation::Direct};
+    case 23: return {Source::RecorderLine, Calculation::Pulse};
+    case 22: return {Source::HostTag, Calculation::Pulse};
+    case 27: return {Source::Dde, Calculation::Pulse};
+    case 21: return {Source::RecorderLine, Calculation::Total};
+    case 28: return {Source::HostTag, Calculation::Total};
+    case 29: return {Source::Dde, Calculation::Total};
+    default: return {Source::None, Calculation::None};  // maths, log-file and unknown tags
+    }
+}
+
+// Status text between two rounds of pending events, so a watcher sees where a slow scan is and
+// socket requests are served as the pass goes.
+void ShowProgress(ScanContext& scan, const char* text, int tag) {
+    scan.View.DoEvents();
+    scan.View.SetPanelText(StatusPanel::Panel3D2, text + std::to_string(tag));
+    scan.View.DoEvents();
+}
+
+void ShowValues(ScanContext& scan, int tag) {
+    const TagValue& value = scan.Values[tag];
+    scan.View.SetGridCell(tag, GridColumnCurrent, FormatFixed(value.Current, 2));
+    scan.View.SetGridCell(tag, GridColumnIntegrated, FormatFixed(value.Integrated, 2));
+}
+
+void Acquire(ScanContext& scan, int16_t tag, Source from) {
+    switch (from) {
+    case Source::RecorderLine: Input_Get_RecorderValue(scan, tag); break;
+    case Source::HostTag: Input_Get_TagReading(scan, tag); break;
+    case Source::Dde: Input_Get_DDE(scan, tag); break;
+    case Source::None: break;
+    }
+}
+
+void Calculate(ScanContext& scan, int16_t tag, Calculation calc) {
+    switch (calc) {
+    case Calculation::Direct: Input_Calc_Direct(scan, tag); break;
+    case Calculation::Total: Input_Calc_Total(scan, tag); break;
+    case Calculation::Pulse: Input_Calc_Pulse(scan, tag); break;
+    case Calculation::None: break;
+    }
+}
+
+// Pending events may run a setup reload, so every step looks its tag up afresh.
+VbError MeasuredPass(ScanContext& scan) {
+    for (int n = 1; n <= scan.Setup.TagCount; ++n) {
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (scan.Setup.TagTable[n].Online != 1) {
+            scan.View.SetGridCell(n, GridColumnCurrent, "");
+            scan.View.SetGridCell(n, GridColumnIntegrated, "");
+            continue;
+        }
+        ShowProgress(scan, "Get Data for Tag ", n);
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (scan.Setup.TagTable[n].TagType != TagTypeMeasured) continue;
+        const ScanKind kind = KindOf(scan.Setup.TagTable[n].ScanType);
+        const auto tag = static_cast<int16_t>(n);
+        Acquire(scan, tag, kind.From);
+        Calculate(scan, tag, kind.Calc);
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        scan.Values[n].LastReadTime = ClockNow();
+        ShowValues(scan, n);
+    }
+    return {};
+}
+
+VbError MathsPass(ScanContext& scan) {
+    for (int n = 1; n <= scan.Setup.TagCount; ++n) {
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (scan.Setup.TagTable[n].Online != 1) continue;
+        ShowProgress(scan, "Calc Maths for Tag ", n);
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        const TagRecord& record = scan.Setup.TagTable[n];
+        if (record.TagType != TagTypeMeasured || record.ScanType != ScanTypeMaths) continue;
+        Input_MathsGrouping(scan, static_cast<int16_t>(n));
+        scan.Values[n].LastReadTime = ClockNow();
+        ShowValues(scan, n);
+    }
+    return {};
+}
+
+// Display tags show another tag's Integrated, or the sum over a center (center 0: the site total,
+// every tag counted in the total) of the measured tags as they stand after this scan's passes.
+VbError DisplayPass(ScanContext& scan) {
+    for (int n = 1; n <= scan.Setup.TagCount; ++n) {
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (scan.Setup.TagTable[n].TagType != TagTypeDisplay || scan.Setup.TagTable[n].Online != 1) continue;
+        ShowProgress(scan, "Display Data for Tag ", n);
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        const TagRecord& record = scan.Setup.TagTable[n];
+        TagValue& value = scan.Values[n];
+        value.Current = 0;
+        value.Integrated = 0;
+        if (record.DisplaySourceIsTag == 1) {
+            if (!ScanTagInRange(scan, record.DisplaySource)) return VbError(ErrSubscript);
+            value.Integrated = scan.Values[record.DisplaySource].Integrated;
+        } else {
+            const int center = record.DisplaySource;
+            SingleArithmetic ops;
+            for (int m = 1; m <= scan.Setup.TagCount; ++m) {
+                if (!ScanTagInRange(scan, m)) return VbError(ErrSubscript);
+                const TagRecord& member = scan.Setup.TagTable[m];
+                if (member.Online != 1 || member.TagType != TagTypeMeasured) continue;
+                const bool counts = center == 0 ? member.InTotal == 1 : member.CenterNo == center;
+                if (!counts) continue;
+                const float sum = ops.Add(value.Integrated, scan.Values[m].Integrated);
+                if (ops.Failed()) return ops.Error();
+                value.Integrated = sum;
+            }
+        }
+        scan.Host.IO.IndexReference(RecorderLineReference(record));
+        scan.Host.IO.Value(value.Integrated);
+        value.LastReadTime = ClockNow();
+        scan.View.SetGridCell(n, GridColumnCurrent, "");
+        scan.View.SetGridCell(n, GridColumnIntegrated, FormatFixed(value.Integrated, 2));
+    }
+    return {};
+}
+
+VbError ScanLogLine(ScanContext& scan) {
+    std::string line;
+    for (int n = 1; n <= scan.Setup.TagCount; ++n) {
+        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        const TagRecord& record = scan.Setup.TagTable[n];
+        if (record.Online != 1 || record.TagType != TagTypeMeasured) continue;
+        const TagValue& value = scan.Values[n];
+        line += "M" + std::to_string(n) + "," + FormatFixed(value.Current, 2) + "," + FormatFixed(value.Integrated, 2) +
+                "," + FormatFixed(value.Rate, 2) + ";";
+    }
+    AddToLog(line);
+    return {};
+}
+
+VbError Pass(ScanContext& scan) {
+    if (VbError error = MeasuredPass(scan)) return error;
+    if (VbError error = MathsPass(scan)) return error;
+    if (VbError error = DisplayPass(scan)) return error;
+    if (scan.Settings.ScanLogging != 0) return ScanLogLine(scan);
+    return {};
+}
+
+}  // namespace
+
+void Input_General(ScanContext& scan) {
+    if (VbError error = Pass(scan)) ReportError("Input_General", error);
+}

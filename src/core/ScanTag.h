@@ -1,0 +1,24 @@
+#pragma once
+// Helpers the acquisition, calculation and maths procedures share for one tag of a scan.
+#include <cstddef>
+#include <string>
+
+#include "core/ScanContext.h"
+
+// True when tag has a record and a value slot; anything else is a subscript fault (error 9).
+inline bool ScanTagInRange(const ScanContext& scan, int tag) {
+    return tag >= 0 && static_cast<std::size_t>(tag) < scan.Setup.TagTable.size() &&
+           static_cast<std::size_t>(tag) < scan.Values.size();
+}
+
+// The IO reference of a tag's recorder line fields: "R" + recorder + "P" + page + "L" + line.
+inline std::string RecorderLineReference(const TagRecord& record) {
+    return "R" + std::to_string(record.RecorderNo) + "P" + std::to_string(record.PageNo) + "L" +
+           std::to_string(record.LineNo);
+}
+
+// Grid columns the scan writes.
+inline constexpr int GridColumnCurrent = 2;
+inline constexpr int GridColumnIntegrated = 3;
+inline constexpr int GridColumnRate = 5;
+inline constexpr int GridLastColumn = 5;

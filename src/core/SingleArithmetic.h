@@ -1,0 +1,27 @@
+#pragma once
+// Arithmetic on 32-bit float values that faults as the monitor's original platform did: a result
+// out of float's range is error 6 (Overflow), a non-zero value divided by zero error 11 (Division
+// by zero), zero divided by zero error 6. Every operation is rounded to single precision on its
+// own, so a chain of them gives the same float as the original's single-precision arithmetic.
+// The first fault is kept; the caller checks Failed() before storing a result.
+#include "platform/VbError.h"
+
+class SingleArithmetic {
+public:
+    float Add(float a, float b) { return Check(a + b); }
+    float Sub(float a, float b) { return Check(a - b); }
+    float Mul(float a, float b) { return Check(a * b); }
+    float Div(float a, float b);
+    // A double quotient (a span in hours, a reading over a span), with the same faults.
+    double Div(double a, double b);
+    // A double result stored into a float.
+    float Single(double value);
+
+    bool Failed() const { return error_.Failed(); }
+    const VbError& Error() const { return error_; }
+
+private:
+    float Check(float value);
+    void Fault(int number);
+    VbError error_;
+};
