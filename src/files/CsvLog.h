@@ -17,6 +17,7 @@ std::string CsvRejectsPath();
 // Its own failure is reported as "CSV_AddToLog, Error n/ ..." in the main log.
 void CSV_AddToLog(std::string_view text);
 
-// Appends time stamp + " - " + text to the rejects file. When the file's last line already says
-// exactly text (a file retried scan after scan), nothing is written. Failures lose the line.
-void CSV_AddToRejects(std::string_view text);
+// Appends time stamp + " - " + text to the rejects file. With skipRepeat, nothing is written when
+// the file's last line already says exactly text (a file retried scan after scan). Failures lose
+// the line.
+void CSV_AddToRejects(std::string_view text, bool skipRepeat = false);

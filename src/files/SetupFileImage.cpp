@@ -1,0 +1,139 @@
+#include "files/SetupFileImage.h"
+
+#include "files/ByteFields.h"
+#include "files/SetupFileLayout.h"
+
+namespace {
+
+int NonNegative(int v) { return v > 0 ? v : 0; }
+
+constexpr int64_t FixedEntriesEnd = FixedEntriesOffset + int64_t{FixedEntryCount} * FixedEntrySize;
+
+} // namespace
+
+int64_t SetupTagSectionEnd(int tariffCount, int tariffEntryCount, int centerCount)
+{
+    return SetupHeaderSize + NonNegative(tariffCount) * TariffRecordSize(tariffEntryCount) +
+           int64_t{PairTableCount} * PairTableSize + NonNegative(centerCount) * int64_t{CenterSize} +
+           int64_t{SetupTagSlots} * TagRecordSize(tariffEntryCount);
+}
+
+void SizeSetupImage(SetupFileImage& image)
+{
+    SetupData& d = image.Data;
+    const auto n = static_cast<std::size_t>(NonNegative(d.TariffCount));
+    const auto m = static_cast<std::size_t>(NonNegative(d.TariffEntryCount));
+    const auto k = static_cast<std::size_t>(NonNegative(d.CenterCount));
+    d.Tariffs.resize(n);
+    d.TariffEntries.resize(n);
+    for (auto& row : d.TariffEntries)
+        row.resize(m);
+    d.Centers.resize(k + 1);
+    d.TagTable.resize(SetupTagSlots + 1);
+    d.TagAuxEntries.resize(SetupTagSlots + 1);
+    for (auto& row : d.TagAuxEntries)
+        row.resize(m, AuxEntry{});
+}
+
+VbResult<SetupFileImage> DecodeSetupFile(std::string_view bytes)
+{
+    VbResult<SetupFileImage> r;
+    SetupFileImage& image = r.Value;
+    SetupData& d = image.Data;
+    ByteReader in(bytes);
+    in.Int16(d.SetupVersion);
+    in.Int16(d.SetupInfoWord);
+    in.Int16(d.PeriodsPerDay);
+    in.Int16(d.TariffCount);
+    in.Int16(d.TariffEntryCount);
+    in.Int16(d.CenterCount);
+    if (in.Failed()) {
+        r.Error = VbError(ErrInputPastEnd, "the file is shorter than its header");
+        return r;
+    }
+    const int64_t tagEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
+    if (tagEnd > FixedEntriesOffset) {
+        r.Error = VbError(ErrBadRecordLength, "the counts put the tag records past the fixed entries at offset 112196 "
+                                              "(they end at " + std::to_string(tagEnd) + ")");
+        return r;
+    }
+    if (static_cast<int64_t>(bytes.size()) < FixedEntriesEnd) {
+        r.Error = VbError(ErrInputPastEnd, "the file ends at " + std::to_string(bytes.size()) +
+                                               ", before the end of the fixed entries at " +
+                                               std::to_string(FixedEntriesEnd));
+        return r;
+    }
+    SizeSetupImage(image);
+    const int m = d.TariffEntryCount;
+    for (int i = 0; i < d.TariffCount; ++i)
+        ReadTariffRecord(in, d.Tariffs[static_cast<std::size_t>(i)], &d.TariffEntries[static_cast<std::size_t>(i)], m);
+    for (int p = 1; p <= PairTableCount; ++p)
+        ReadPairTable(in, d.PairTables[static_cast<std::size_t>(p)]);
+    for (int c = 1; c <= d.CenterCount; ++c)
+        ReadFields(in, d.Centers[static_cast<std::size_t>(c)], CenterFields());
+    for (int t = 1; t <= SetupTagSlots; ++t) {
+        int16_t first = 0;
+        TagRecord& tag = d.TagTable[static_cast<std::size_t>(t)];
+        ReadTagRecord(in, tag, &d.TagAuxEntries[static_cast<std::size_t>(t)], m, &first);
+        if (first != tag.Setup30)
+            image.Setup30FirstSlot[static_cast<std::size_t>(t)] = first;
+    }
+    const std::string_view gap = bytes.substr(static_cast<std::size_t>(tagEnd),
+                                              static_cast<std::size_t>(FixedEntriesOffset - tagEnd));
+    if (gap.find_first_not_of('\0') != std::string_view::npos)
+        image.Gap = std::string(gap);
+    in.Seek(FixedEntriesOffset);
+    for (FixedEntry& entry : d.FixedEntries)
+        ReadFields(in, entry, FixedEntryFields());
+    image.Trailer = std::string(bytes.substr(static_cast<std::size_t>(FixedEntriesEnd)));
+    return r;
+}
+
+VbResult<std::string> EncodeSetupFile(const SetupFileImage& image)
+{
+    VbResult<std::string> r;
+    const SetupData& d = image.Data;
+    const int64_t tagEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
+    if (tagEnd > FixedEntriesOffset) {
+        r.Error = VbError(ErrBadRecordLength, "the counts put the tag records past the fixed entries at offset 112196 "
+                                              "(they would end at " + std::to_string(tagEnd) + ")");
+        return r;
+    }
+    ByteWriter out;
+    out.Int16(d.SetupVersion);
+    out.Int16(d.SetupInfoWord);
+    out.Int16(d.PeriodsPerDay);
+    out.Int16(d.TariffCount);
+    out.Int16(d.TariffEntryCount);
+    out.Int16(d.CenterCount);
+    const TariffRecord blankTariff;
+    const Center blankCenter;
+    const TagRecord blankTag;
+    for (int i = 0; i < d.TariffCount; ++i) {
+        const auto slot = static_cast<std::size_t>(i);
+        WriteTariffRecord(out, slot < d.Tariffs.size() ? d.Tariffs[slot] : blankTariff,
+                          slot < d.TariffEntries.size() ? &d.TariffEntries[slot] : nullptr, d.TariffEntryCount);
+    }
+    for (int p = 1; p <= PairTableCount; ++p)
+        WritePairTable(out, d.PairTables[static_cast<std::size_t>(p)]);
+    for (int c = 1; c <= d.CenterCount; ++c) {
+        const auto slot = static_cast<std::size_t>(c);
+        WriteFields(out, slot < d.Centers.size() ? d.Centers[slot] : blankCenter, CenterFields());
+    }
+    for (int t = 1; t <= SetupTagSlots; ++t) {
+        const auto slot = static_cast<std::size_t>(t);
+        const std::optional<int16_t>& first = image.Setup30FirstSlot[slot];
+        WriteTagRecord(out, slot < d.TagTable.size() ? d.TagTable[slot] : blankTag,
+                       slot < d.TagAuxEntries.size() ? &d.TagAuxEntries[slot] : nullptr, d.TariffEntryCount,
+                       first ? &*first : nullptr);
+    }
+    const auto gapLength = static_cast<std::size_t>(FixedEntriesOffset - tagEnd);
+    out.Bytes(std::string_view(image.Gap).substr(0, gapLength));
+    if (image.Gap.size() < gapLength)
+        out.Zeros(gapLength - image.Gap.size());
+    for (const FixedEntry& entry : d.FixedEntries)
+        WriteFields(out, entry, FixedEntryFields());
+    out.Bytes(image.Trailer);
+    r.Value = std::move(out.Buffer());
+    return r;
+}

@@ -1,0 +1,174 @@
+#include <cstdlib>
+
+#include "FilesTestSupport.h"
+#include "files/GetSetupData.h"
+#include "files/SetupDescription.h"
+#include "files/SetupFileImage.h"
+
+using namespace filestest;
+
+namespace {
+
+std::string SourceDir() { return VT_TEST_SOURCE_DIR; }
+
+std::string Build(const std::string& description)
+{
+    const SetupDescriptionResult parsed = ReadSetupDescription(description);
+    EXPECT_EQ(parsed.Error, "");
+    const VbResult<std::string> bytes = EncodeSetupFile(parsed.Image);
+    EXPECT_TRUE(bytes.Ok()) << bytes.Error.Description;
+    return bytes.Value;
+}
+
+std::string Dump(const std::string& bytes)
+{
+    const VbResult<SetupFileImage> image = DecodeSetupFile(bytes);
+    EXPECT_TRUE(image.Ok()) << image.Error.Description;
+    return WriteSetupDescription(image.Value);
+}
+
+class SetupDescriptionTest : public TempPrefixTest {
+protected:
+    std::string Description() const { return ReadBytes(fs::path(SourceDir()) / "unit" / "files" / "data" / "site.mtg.txt"); }
+};
+
+TEST_F(SetupDescriptionTest, BuiltFileHasEveryFieldWhereTheLayoutPutsIt)
+{
+    const std::string b = Build(Description());
+    const MtgImage at(2, 2, 3);  // offsets only
+    EXPECT_EQ(b.size(), 112196u + 67 * 30);
+    EXPECT_EQ(Get16(b, 0), 250);
+    EXPECT_EQ(Get16(b, 2), 4242);
+    EXPECT_EQ(b.substr(at.Tariff(0), 20), "Business            ");
+    EXPECT_EQ(Get32(b, at.Tariff(0) + 194 + 132 + 8), -20);
+    EXPECT_EQ(b.substr(at.Entry(0, 1), 8), "Off peak");
+    EXPECT_EQ(GetF32(b, at.Entry(0, 0) + 58), 87.5F);
+    EXPECT_EQ(Get32(b, at.Tariff(1) + 194 + 132), 0x7FFFFFFF);
+    EXPECT_EQ(b.substr(at.Pair(3), 20), "Pairs \"three\"       ");
+    EXPECT_EQ(Get16(b, at.Pair(3) + 22 + 36), -9);
+    EXPECT_EQ(Get16(b, at.Pair(3) + 22 + 38), -10);
+    EXPECT_EQ(static_cast<int64_t>(Get(b, at.CenterAt(1) + 30, 8)), 1234567890123LL);
+    EXPECT_EQ(b.substr(at.Tag(1), 24), "Main incomer            ");
+    EXPECT_EQ(Get16(b, at.Tag(1) + 100), 101);
+    EXPECT_EQ(GetF32(b, at.Tag(1) + 128), 65536.0F);
+    EXPECT_EQ(Get16(b, at.TagTail(1)), 1);
+    EXPECT_EQ(Get32(b, at.TagTail(1) + 20), -32);
+    EXPECT_EQ(b.substr(at.Tag(2) + 230, 8), "ABCDEFGH");
+    EXPECT_EQ(Get16(b, at.TagTail(2) + 14), 5);
+    EXPECT_EQ(Get16(b, at.TagTail(2) + 16), 6);
+    EXPECT_EQ(Get16(b, at.Tag(3) + 174 + 8 + 2), 6);
+    EXPECT_EQ(GetF32(b, at.Tag(3) + 174 + 8 + 4), 1.5F);
+    EXPECT_EQ(b.substr(at.Tag(200), 5), "Spare");
+    EXPECT_EQ(b.substr(at.Tag(201), 112196 - at.Tag(201)), std::string(112196 - at.Tag(201), '\0'));
+    EXPECT_EQ(b.substr(at.Fixed(66), 12), "Last        ");
+    EXPECT_EQ(Get16(b, at.Fixed(66) + 24), -7);
+}
+
+TEST_F(SetupDescriptionTest, LoaderSeesTheDescribedSetup)
+{
+    WriteBytes(root / "prefix" / "drives" / "c" / "Site.MTG", Build(Description()));
+    SetupData setup;
+    RecordingView view;
+    FixedHost host;
+    ASSERT_EQ(GetSetupData("C:\\Site.MTG", host, setup, view), SetupLoadResult::Loaded);
+    EXPECT_EQ(LogLines(), 0);
+    EXPECT_EQ(setup.SetupInfoWord, 4242);
+    EXPECT_EQ(setup.TariffEntries[0][0].Percentage, 87.5F);
+    EXPECT_EQ(setup.TariffEntries[0][1].Percentage, 100.0F);
+    EXPECT_EQ(setup.Centers[1].Name.substr(0, 8), "Workshop");
+    const TagRecord& t1 = setup.TagTable[1];
+    EXPECT_EQ(t1.SourceName.substr(0, 7), "telvane");
+    EXPECT_EQ(t1.SourceItem.substr(0, 8), "MAIN.KWH");
+    EXPECT_EQ(t1.UnitsPerPulse, 0.5F);
+    EXPECT_EQ(t1.MaxRate, 2500.0F);
+    EXPECT_EQ(t1.PageNo, 12);
+    EXPECT_EQ(t1.InTotal, 1);
+    EXPECT_EQ(t1.Setup31, 31);
+    EXPECT_EQ(setup.TagTable[2].Setup30, 6);
+    EXPECT_EQ(setup.TagTable[2].UnitsPerPulse, 1.0F);
+    EXPECT_EQ(setup.TagTable[2].LineNo, 4);
+    EXPECT_EQ(setup.TagTable[3].MathsTerms[0].TermOp, 1);
+    EXPECT_EQ(setup.TagTable[3].MathsTerms[2].TermOp, 0);
+    EXPECT_EQ(setup.TagTable[3].MathsTerms[3].TermOp, 5);
+    EXPECT_EQ(setup.TagTable[3].MathsTerms[3].TermFactor, 0.25F);
+    EXPECT_EQ(view.Cell(2, 4), "Total - Recorder");
+    EXPECT_EQ(view.Cell(4, 4), "Display - Center 0");
+    EXPECT_EQ(view.Cell(200, 1), "Off Line");
+    EXPECT_EQ(setup.FixedEntries[0].Value8, 8);
+}
+
+TEST_F(SetupDescriptionTest, DumpThenBuildGivesTheSameBytes)
+{
+    const std::string first = Build(Description());
+    const std::string text = Dump(first);
+    EXPECT_EQ(Build(text), first);
+    EXPECT_EQ(Dump(Build(text)), text);
+
+    // Any file whose counts fit: every byte, the unread gap and a trailer included, comes back.
+    MtgImage f(3, 1, 2);
+    uint32_t x = 7;
+    for (std::size_t i = 12; i < f.bytes.size(); ++i) {
+        x = x * 1664525 + 1013904223;
+        f.bytes[i] = static_cast<char>(x >> 24);
+    }
+    f.bytes += "tail";
+    EXPECT_EQ(Build(Dump(f.bytes)), f.bytes);
+}
+
+TEST_F(SetupDescriptionTest, BadDescriptionsSayWhereAndWhy)
+{
+    const std::string head = "[Header]\nTariffCount = 1\nCenterCount = 2\n";
+    struct Case {
+        std::string text;
+        std::string error;
+    };
+    const Case cases[] = {
+        {"[Tag 1]\n", "line 1: [Header] must come first"},
+        {head + "[Tag 1]\nOnline = yes\n", "line 5: 'yes' is not a number (Online)"},
+        {head + "[Tag 1]\nOnline = 40000\n", "line 5: 40000 is out of range for Online (-32768 to 32767)"},
+        {head + "[Tag 201]\n", "line 4: tag 201 is outside 1..200"},
+        {head + "[Center 3]\n", "line 4: center (CenterCount 2) 3 is outside 1..2"},
+        {head + "[Tag 1]\nColour = 1\n", "line 5: unknown key 'Colour' in [Tag 1]"},
+        {head + "[Tag 1]\nOnline = 1\nOnline = 1\n", "line 6: Online given twice in [Tag 1]"},
+        {head + "[Tag 1]\nTagName = \"" + std::string(25, 'x') + "\"\n",
+         "line 5: TagName is 25 characters; the field holds 24"},
+        {head + "[Tag 1]\nTagName = Incomer\n", "line 5: TagName needs a text in double quotes"},
+        {head + "[Tag 1]\nTerm7 = 1 1 1\n", "line 5: Term7: maths terms are numbered 0 to 6"},
+        {head + "[Tag 1]\nAux0 = 00\n", "line 5: Aux0: a tag has TariffEntryCount (0) aux entries, numbered from 0"},
+        {head + "[Tag 1]\nMaxRate = 1.5kW\n", "line 5: '1.5kW' is not a number (MaxRate)"},
+        {head + "[Tag 1]\n[Tag 1]\n", "line 5: section [Tag 1] given twice"},
+        {head + "just words\n", "line 4: expected 'Key = value' or '[Section]'"},
+        {"[Header]\nTariffCount = 400\nTariffEntryCount = 20\n",
+         "the counts put the tag records past the fixed entries at offset 112196 (they would end at 694452)"},
+        {"", "no [Header] section"},
+        {head + "[Center 1]\nValue5 = 99999999999999999999999\n",
+         "line 5: 99999999999999999999999 is out of range for Value5 (-9223372036854775808 to 9223372036854775807)"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(ReadSetupDescription(c.text).Error, c.error);
+    }
+}
+
+TEST_F(SetupDescriptionTest, ToolRoundTrip)
+{
+    const char* bin = std::getenv("VT_BIN_DIR");
+    if (!bin || !fs::exists(fs::path(bin) / "vt-mtg"))
+        GTEST_SKIP() << "vt-mtg not built beside the tests";
+    const std::string tool = (fs::path(bin) / "vt-mtg").string();
+    const fs::path desc = fs::path(SourceDir()) / "unit" / "files" / "data" / "site.mtg.txt";
+    const fs::path a = root / "a.MTG", b = root / "b.MTG", text = root / "a.txt", bad = root / "bad.txt";
+    ASSERT_EQ(std::system((tool + " build '" + desc.string() + "' '" + a.string() + "'").c_str()), 0);
+    ASSERT_EQ(std::system((tool + " dump '" + a.string() + "' > '" + text.string() + "'").c_str()), 0);
+    ASSERT_EQ(std::system((tool + " build '" + text.string() + "' '" + b.string() + "'").c_str()), 0);
+    EXPECT_EQ(ReadBytes(a), ReadBytes(b));
+    EXPECT_EQ(ReadBytes(a), Build(ReadBytes(desc)));
+
+    WriteBytes(bad, "[Header]\n[Tag 1]\nOnline = x\n");
+    const fs::path err = root / "err.txt";
+    EXPECT_NE(std::system((tool + " build '" + bad.string() + "' '" + b.string() + "' 2> '" + err.string() + "'").c_str()), 0);
+    EXPECT_NE(ReadBytes(err).find("line 3: 'x' is not a number (Online)"), std::string::npos) << ReadBytes(err);
+    EXPECT_EQ(ReadBytes(a), ReadBytes(b)) << "a failed build leaves the old file";
+}
+
+} // namespace
