@@ -1,0 +1,108 @@
+#include <cstdlib>
+
+#include "FilesTestSupport.h"
+#include "files/HalfHourSave.h"
+#include "files/StartUpFileInfo.h"
+#include "files/StoreFileName.h"
+#include "platform/DateSerial.h"
+
+using namespace filestest;
+
+namespace {
+
+class StoreToolTest : public TempPrefixTest {
+protected:
+    void SetUp() override
+    {
+        TempPrefixTest::SetUp();
+        const char* bin = std::getenv("VT_BIN_DIR");
+        if (!bin || !fs::exists(fs::path(bin) / "vt-store"))
+            GTEST_SKIP() << "vt-store not built beside the tests";
+        tool = (fs::path(bin) / "vt-store").string();
+    }
+
+    // Runs the tool; gives its exit status and fills out / err.
+    int Run(const std::string& args)
+    {
+        const int status = std::system((tool + " " + args + " > '" + (root / "out").string() + "' 2> '" +
+                                        (root / "err").string() + "'").c_str());
+        out = ReadBytes(root / "out");
+        err = ReadBytes(root / "err");
+        return status;
+    }
+
+    std::string tool, out, err;
+};
+
+TEST_F(StoreToolTest, PrintsHeaderRecordsAndPeaks)
+{
+    MtgImage f(0, 0, 2, 250, 24);
+    f.OnlineTag(1, "Incomer, north", 1, 22);
+    Put16(f.bytes, f.Tag(1) + 98, 1);
+    f.OnlineTag(3, "Gas", 1, 25);
+    WriteBytes(root / "prefix" / "drives" / "c" / "Setup" / "Site.MTG", f.bytes);
+    fs::create_directories(root / "prefix" / "drives" / "c" / "Data");
+
+    SetupData setup;
+    TagValues values;
+    MonitorSettings settings;
+    MonitorState state;
+    FixedHost host;
+    host.data = "C:\\Data";
+    RecordingView view;
+    state.SetupMtgFile = "C:\\Setup\\Site.MTG";
+    state.SetupIniFile = "C:\\Setup\\VoltarisSetup.ini";
+    state.StartingUp = 0;
+    settings.StoreFilePrefix = "Site";
+    settings.headertext.replace(0, 4, "Mill");
+    const DateTime start = MakeDateTime(2024, 2, 29, 22, 10, 0);
+    settings.StoreFilePath = GetStoreFileName(host.data, "Site", start).Value;
+    StoreContext c{setup, values, settings, state, host, view};
+    ASSERT_EQ(StartUpFileInfo(c, start), SetupLoadResult::Loaded);
+    values[1].Integrated = 2.5F;
+    HalfHourSave(c, MakeDateTime(2024, 2, 29, 23, 0, 10));
+
+    const std::string store = (root / "prefix" / "drives" / "c" / "Data" / "Voltaris" / "Site2402.lum").string();
+    ASSERT_EQ(Run("info '" + store + "'"), 0) << err;
+    EXPECT_NE(out.find("Header text:       Mill\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("Periods per day:   24\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("Tags saved:        196\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("  3  Gas"), std::string::npos) << out;
+    EXPECT_NE(out.find("From Log File"), std::string::npos) << out;
+
+    ASSERT_EQ(Run("records '" + store + "'"), 0) << err;
+    std::istringstream lines(out);
+    std::string line;
+    std::vector<std::string> all;
+    while (std::getline(lines, line))
+        all.push_back(line);
+    ASSERT_EQ(all.size(), 1u + 29 * 24) << "a header line and 29 days of February 2024";
+    EXPECT_EQ(all[0], "date,period,end,flag,\"Incomer, north\",Gas");
+    EXPECT_EQ(all[1], "2024-02-01,1,01:00,0,0,0");
+    EXPECT_EQ(all[28 * 24 + 23], "2024-02-29,23,23:00,0,2.5,0");
+    EXPECT_EQ(all[29 * 24], "2024-02-29,24,24:00,0,0,0");
+
+    ASSERT_EQ(Run("peaks 'C:\\Setup\\VoltarisSetup.ini'"), 0) << err;
+    EXPECT_NE(out.find("   1  2.5             Feb 29, 24. 23:00\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("  24  0               0\n"), std::string::npos) << out;
+}
+
+TEST_F(StoreToolTest, RefusesFilesThatAreNotStoreFiles)
+{
+    WriteBytes(root / "short.lum", std::string(150, 'x'));
+    EXPECT_NE(Run("info '" + (root / "short.lum").string() + "'"), 0);
+    EXPECT_NE(err.find("is not a store file: it is 150 bytes long"), std::string::npos) << err;
+
+    std::string header(4000, '\0');
+    Put16(header, 60, 200);
+    Put16(header, 66, 48);
+    WriteBytes(root / "bad.lum", header);
+    EXPECT_NE(Run("records '" + (root / "bad.lum").string() + "'"), 0);
+    EXPECT_NE(err.find("is not a store file: tag data start is 0, the dimensions give"), std::string::npos) << err;
+
+    EXPECT_NE(Run("info '" + (root / "missing.lum").string() + "'"), 0);
+    EXPECT_NE(err.find("cannot open"), std::string::npos) << err;
+    EXPECT_EQ(Run("frobnicate x"), 2 << 8);
+}
+
+} // namespace
