@@ -1,0 +1,149 @@
+#pragma once
+// The monitor: everything the main window owns and does. Start-up in two stages, the one-second
+// tick that counts down to and runs each scan, the closing rule and the menu commands. It drives
+// the screen only through MonitorView, so the Qt main window, the headless view and the tests'
+// recording view all run the same monitor.
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "core/DdeInputLinks.h"
+#include "core/MonitorCommands.h"
+#include "core/MonitorView.h"
+#include "files/HostFolders.h"
+#include "files/MonitorSettings.h"
+#include "files/SetupData.h"
+#include "files/StoreContext.h"
+#include "files/TagValues.h"
+#include "net/SocketTrace.h"
+#include "net/TagValueAccess.h"
+#include "platform/DateSerial.h"
+#include "support/clsClockSync.h"
+#include "support/clsWatchdog.h"
+
+class DdeLink;
+class DdeLinkLabel;
+class HostSocketServer;
+class Telvane;
+struct ScanContext;
+class MonitorTimer;
+
+// The host job's folders as the file procedures ask for them, answered by the host object.
+class TelvaneHostFolders : public HostFolders {
+public:
+    explicit TelvaneHostFolders(const std::unique_ptr<Telvane>& host) : host_(host) {}
+    std::string JobDataFolder() const override;
+    std::string TelvaneFolder() const override;
+
+private:
+    const std::unique_ptr<Telvane>& host_;
+};
+
+// The socket server's window on the runtime tag values.
+class MonitorTagAccess : public TagValueAccess {
+public:
+    MonitorTagAccess(const SetupData& setup, TagValues& values) : setup_(setup), values_(values) {}
+    int MaxTags() const override;
+    float ReadField(int tagNo, TagField field) const override;
+    void WriteField(int tagNo, TagField field, float value) override;
+
+private:
+    const SetupData& setup_;
+    TagValues& values_;
+};
+
+class Monitor : public MonitorCommands {
+public:
+    // The main window's caption: the single-instance message starts with it.
+    static constexpr const char* Caption = "Voltaris Monitor";
+    // The name the single-instance lock is held under.
+    static constexpr const char* InstanceName = "voltamon";
+
+    Monitor(MonitorView& view, SocketTrace& trace);
+    ~Monitor() override;
+    Monitor(const Monitor&) = delete;
+    Monitor& operator=(const Monitor&) = delete;
+
+    // Stage 1, when the main window loads: flags, host object, settings and setup file paths,
+    // clock synchronisation and watchdog, switches, the please-wait window.
+    void Form_Load();
+    // Stage 2, run by the first tick: settings, single instance, tag setup, grid, first pass.
+    void FormLoadPart2();
+    // The programs of the settings' "AutoRun" section, started once after stage 2.
+    void AutoRun();
+    // One tick of Timer1.
+    void Timer1_Timer();
+
+    // Timer1 on the running Qt event loop; each interval follows the clock's tick length.
+    void StartTimer();
+    void StopTimer();
+
+    // MonitorCommands
+    bool QueryClose() override;
+    void RequestExit() override;
+    void ReloadSetup() override;
+    void StartSetupProgram() override;
+    void StartReportProgram() override;
+    void ViewLog() override;
+    AboutInfo About() const override;
+
+    // True once the monitor has ended (the closing rule let the window close, or start-up ended
+    // the program); nothing runs after that.
+    bool Ended() const { return ended_; }
+    // Called once when stage 2 begins (the please-wait window closes itself from then on).
+    void SetStage2Hook(std::function<void()> hook) { stage2Hook_ = std::move(hook); }
+
+    const std::string& SetupIniFile() const { return State.SetupIniFile; }
+    void SetupIniFile(const std::string& value) { State.SetupIniFile = value; }
+    const std::string& SetupMtgFile() const { return State.SetupMtgFile; }
+    void SetupMtgFile(const std::string& value) { State.SetupMtgFile = value; }
+
+    // The main window's state. StartingUp, DataOkFlag, SetupFileStamp and the two file paths
+    // live in State, where the file procedures read and write them.
+    MonitorState State;
+    DateTime LastScanTime = 0;
+    int16_t ExitRequested = 0;
+    int16_t DebugMode = 0;
+    int16_t CsvOnlyMode = 0;
+    // "/log" was given: scan logging stays on whatever the settings say.
+    bool ScanLoggingSwitch = false;
+
+    SetupData Setup;
+    TagValues Values;
+    MonitorSettings Settings;
+    std::unique_ptr<Telvane> Host;
+    std::unique_ptr<clsClockSync> ClockSync;
+    std::unique_ptr<clsWatchdog> Watchdog;
+    DdeInputLinks DdeInputs;
+
+    HostSocketServer& SocketServer() { return *sckHost_; }
+
+private:
+    StoreContext Store();
+    ScanContext Scan();
+    // GetIniData and what follows every read of the settings.
+    void ReadSettings();
+    // Counts down; true when this tick starts a scan.
+    bool Countdown(DateTime now);
+    void RunScan();
+    void ShiftRememberedTimes(double seconds);
+    void ShowIdleStatus();
+    void ShowStatus(const std::string& text);
+    // The closing rule allowed the close or start-up ended the program.
+    void MarkEnded();
+    void ConnectHelpers();
+
+    MonitorView& view_;
+    SocketTrace& trace_;
+    TelvaneHostFolders folders_;
+    MonitorTagAccess tagAccess_;
+    std::unique_ptr<HostSocketServer> sckHost_;
+    std::unique_ptr<DdeLink> lblDDE_;
+    std::unique_ptr<DdeLinkLabel> ddeLabel_;
+    std::unique_ptr<MonitorTimer> timer1_;
+    std::function<void()> stage2Hook_;
+    bool loaded_ = false;
+    bool busy_ = false;   // stage 2 or a scan is running (it lets events run, which may bring a tick)
+    bool ended_ = false;
+};
