@@ -74,6 +74,14 @@ std::string ScanTypeLabel(int16_t scanType)
 SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders& host, SetupData& setup,
                              SetupLoadView& view)
 {
+    // The monitor never writes this file, so it is opened for reading only (a read-only copy loads).
+    const VbResult<std::string> file = ReadWholeFile(setupMtgFile);
+    return LoadSetupFileBytes(file.Value, file.Error, host, setup, view);
+}
+
+SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openError, const HostFolders& host,
+                                   SetupData& setup, SetupLoadView& view)
+{
     VbError firstError;
     auto note = [&firstError](const VbError& e) {
         if (e.Failed() && !firstError.Failed())
@@ -87,10 +95,8 @@ SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders&
     view.ShowWait("Get Setup File Data");
     setup.MaxTags = SetupTagSlots;
 
-    // The monitor never writes this file, so it is opened for reading only (a read-only copy loads).
-    VbResult<std::string> file = ReadWholeFile(setupMtgFile);
-    note(file.Error);
-    ByteReader in(file.Value);
+    note(openError);
+    ByteReader in(bytes);
 
     in.Int16(setup.SetupVersion);
     note(in.FirstError());
@@ -193,7 +199,7 @@ SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders&
     }
     note(in.FirstError());
 
-    ByteReader fixed(file.Value);
+    ByteReader fixed(bytes);
     fixed.Seek(FixedEntriesOffset);
     for (FixedEntry& entry : setup.FixedEntries)
         ReadFields(fixed, entry, FixedEntryFields());

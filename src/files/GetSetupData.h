@@ -2,10 +2,12 @@
 // Loading the tag setup file (.MTG) into the in-memory tables.
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "files/HostFolders.h"
 #include "files/SetupData.h"
 #include "files/SetupLoadView.h"
+#include "platform/VbError.h"
 
 enum class SetupLoadResult { Loaded, ProgramEnds };
 
@@ -14,6 +16,10 @@ enum class SetupLoadResult { Loaded, ProgramEnds };
 // gives ProgramEnds. A damaged file leaves partly filled tables and one "GetSetupData, Error" line.
 SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders& host, SetupData& setup,
                              SetupLoadView& view);
+
+// The same on bytes already read; openError is the failure to read them, if any.
+SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openError, const HostFolders& host,
+                                   SetupData& setup, SetupLoadView& view);
 
 // The grid label of a scan type ("Pulse - Scada Tag", "Unknown Scan Type" ...).
 std::string ScanTypeLabel(int16_t scanType);

@@ -1,0 +1,68 @@
+// Fuzz target for the tag setup file: the loader must survive any bytes, and a file the tools can
+// read must come back byte for byte through its image and through its text description.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "files/GetSetupData.h"
+#include "files/SetupDescription.h"
+#include "files/SetupFileImage.h"
+
+namespace {
+
+class QuietView : public SetupLoadView {
+public:
+    void ShowWait(const std::string&) override {}
+    void SetWaitProgress(const std::string&) override {}
+    void DoEvents() override {}
+    void SetGridCell(int, int, const std::string&) override {}
+    void ShowMessage(const std::string&, const std::string&, MessageIcon) override {}
+    void EndProgram() override {}
+    void StartProgram(const std::string&, const std::string&) override {}
+};
+
+class NoHost : public HostFolders {
+public:
+    std::string JobDataFolder() const override { return "C:\\Job\\Data"; }
+    std::string TelvaneFolder() const override { return "C:\\Telvane"; }
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    // Error reports go to a log in a throw-away program folder.
+    const std::filesystem::path dir = std::filesystem::temp_directory_path() / "vt-fuzz-setupfile";
+    std::filesystem::create_directories(dir / "prefix");
+    ::setenv("VOLTARIS_PREFIX", (dir / "prefix").c_str(), 1);
+    ::setenv("VOLTARIS_PROGRAM_DIR", dir.c_str(), 1);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
+
+    SetupData setup;
+    QuietView view;
+    NoHost host;
+    LoadSetupFileBytes(bytes, VbError(), host, setup, view);
+    if (setup.TagTable.size() != SetupTagSlots + 1)
+        std::abort();
+
+    const VbResult<SetupFileImage> image = DecodeSetupFile(bytes);
+    if (!image.Ok())
+        return 0;
+    const VbResult<std::string> again = EncodeSetupFile(image.Value);
+    if (!again.Ok() || again.Value != bytes)
+        std::abort();
+    const SetupDescriptionResult text = ReadSetupDescription(WriteSetupDescription(image.Value));
+    if (!text.Error.empty())
+        std::abort();
+    const VbResult<std::string> rebuilt = EncodeSetupFile(text.Image);
+    if (!rebuilt.Ok() || rebuilt.Value != bytes)
+        std::abort();
+    return 0;
+}
