@@ -56,6 +56,14 @@ VbError ParseCsvLine(std::string_view text, CsvLine& line)
     return {};
 }
 
+VbError ReadCsvLine(std::string_view text, bool ended, CsvLine& line)
+{
+    VbError e = ParseCsvLine(text, line);
+    if (e.Number == ErrSubscript && !ended)
+        e = VbError(ErrInputPastEnd);
+    return e;
+}
+
 int CsvFullYear(int year)
 {
     if (year >= 0 && year <= 29)

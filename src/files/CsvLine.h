@@ -28,6 +28,10 @@ VbError ParseCsvLine(std::string_view text, CsvLine& line);
 VbError CheckCsvMonth(const CsvLine& line);
 std::string CsvLineProblem(const CsvLine& line, int periodsPerDay, int tagCount);
 
+// The line as the import reads it: a last line that the file cuts short (no line break after it)
+// before its sixth field runs past the end of the file, error 62, instead of error 9.
+VbError ReadCsvLine(std::string_view text, bool ended, CsvLine& line);
+
 // The calendar year of a line's year field (two-digit years widened).
 int CsvFullYear(int year);
 
