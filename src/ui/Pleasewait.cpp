@@ -58,6 +58,8 @@ Pleasewait::Pleasewait(std::function<bool()> stage2Begun, QWidget* parent)
     QObject::connect(timer_, &QTimer::timeout, this, [this] { Timer1_Timer(); });
 
     ResizeWindowTwips(*this, WaitWidth, WaitHeight);
+    // Never smaller than its contents, so the placement below is made with the final size.
+    resize(size().expandedTo(minimumSizeHint()));
 }
 
 Pleasewait::~Pleasewait() = default;
@@ -69,12 +71,13 @@ void Pleasewait::PlaceOnScreen(int screenWidth, int screenHeight, int width, int
 
 void Pleasewait::ShowWait(const std::string& caption) {
     setWindowTitle(ToQString(caption));
+    // Placed once shown, when the size includes the window's frame.
+    show();
     int left = 0;
     int top = 0;
     PlaceOnScreen(ScreenWidthTwips(), ScreenHeightTwips(), WindowWidthTwips(*this), WindowHeightTwips(*this), left,
                   top);
     MoveWindowTwips(*this, left, top);
-    show();
     // The window must show even when the loading that follows keeps the event loop busy.
     repaint();
 }

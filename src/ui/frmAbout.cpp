@@ -48,9 +48,14 @@ frmAbout::frmAbout(const AboutInfo& info, const std::string& programFile, QWidge
 }
 
 void frmAbout::ShowModal() {
-    CenterableWidget centre(*this);
-    clsMisc().CenterForm(centre);
     TopMostWidget top(*this);
     clsAPI().SetWindowTopMost(top);
     exec();
+}
+
+void frmAbout::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    // Centred once shown, when the size includes the window's frame.
+    CenterableWidget centre(*this);
+    clsMisc().CenterForm(centre);
 }

@@ -21,6 +21,9 @@ public:
     QLabel* lblDescription() const { return lblDescription_; }
     QPushButton* cmdOK() const { return ok_; }
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     QLabel* lblTitle_ = nullptr;
     QLabel* lblVersion_ = nullptr;

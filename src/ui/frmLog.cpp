@@ -54,6 +54,7 @@ void frmLog::Form_Load() {
     log_ = clsLog();
     list_->clear();
     loaded_ = true;
+    centredShown_ = false;
     Form_Resize();
 }
 
@@ -72,6 +73,15 @@ void frmLog::AddLog(const std::string& text) {
 void frmLog::resizeEvent(QResizeEvent* event) {
     QMainWindow::resizeEvent(event);
     if (!isMinimized()) Form_Resize();
+}
+
+void frmLog::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    if (centredShown_) return;
+    centredShown_ = true;
+    // The frame is known only now; the centre is that of the whole window.
+    CenterableWidget centre(*this);
+    clsMisc().CenterForm(centre);
 }
 
 void frmLog::closeEvent(QCloseEvent* event) {

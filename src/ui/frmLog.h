@@ -37,11 +37,13 @@ public:
 protected:
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void Form_Resize();
 
     bool loaded_ = false;
+    bool centredShown_ = false;  // centred again on the first show after loading
     clsLog log_;
     QListWidget* list_ = nullptr;
     QMenu* mnuFile_ = nullptr;

@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <sstream>
+
+#include <QAction>
+#include <QListWidget>
+
+#include "common/TempPrefix.h"
+#include "ui/Twips.h"
+#include "ui/WindowPlacement.h"
+#include "ui/frmLog.h"
+#include "UiTestSupport.h"
+
+namespace {
+
+class frmLogTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { UiApp(); }
+    std::vector<std::string> FileLines() {
+        std::vector<std::string> lines;
+        std::istringstream in(TempPrefix::Read(prefix.ProgramDir() / "test_ui_LogForm.txt"));
+        for (std::string line; std::getline(in, line);) lines.push_back(line);
+        return lines;
+    }
+    TempPrefix prefix;
+};
+
+TEST_F(frmLogTest, ListKeepsTheNewestThousandLinesAndTheFileKeepsAll) {
+    frmLog log;
+    EXPECT_EQ(frmLog::LogFile(), prefix.ProgramDir().string() + "\\test_ui_LogForm.txt");
+    for (int i = 1; i <= 1001; ++i) log.AddLog("line " + std::to_string(i));
+
+    QListWidget* list = log.lstLog();
+    ASSERT_EQ(list->count(), 1000);
+    EXPECT_TRUE(list->item(0)->text().endsWith(". line 1001"));
+    EXPECT_TRUE(list->item(999)->text().endsWith(". line 2"));
+    const std::regex general(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\. line 1001)");
+    EXPECT_TRUE(std::regex_match(list->item(0)->text().toStdString(), general)) << list->item(0)->text().toStdString();
+
+    const std::vector<std::string> lines = FileLines();
+    ASSERT_EQ(lines.size(), 1001u);
+    const std::regex stamped(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - line 1\r)");
+    EXPECT_TRUE(std::regex_match(lines.front(), stamped)) << lines.front();
+    EXPECT_EQ(lines.back().substr(17), " - line 1001\r");
+    EXPECT_FALSE(log.isVisible());
+}
+
+TEST_F(frmLogTest, ClearKeepsTheFileAndExitStartsAfresh) {
+    frmLog log;
+    EXPECT_EQ(log.windowTitle(), "Log");
+    EXPECT_EQ(log.mnuFClear()->text(), "&Clear");
+    EXPECT_EQ(log.mnuFExit()->text(), "E&xit");
+    log.AddLog("one");
+    log.AddLog("two");
+    log.mnuFClear()->trigger();
+    EXPECT_EQ(log.lstLog()->count(), 0);
+    log.AddLog("three");
+    EXPECT_EQ(log.lstLog()->count(), 1);
+
+    log.show();
+    log.mnuFExit()->trigger();
+    EXPECT_FALSE(log.isVisible());
+    EXPECT_FALSE(log.Loaded());
+    log.AddLog("four");
+    EXPECT_EQ(log.lstLog()->count(), 1);
+    EXPECT_TRUE(log.lstLog()->item(0)->text().endsWith(". four"));
+    EXPECT_EQ(FileLines().size(), 4u);
+}
+
+TEST_F(frmLogTest, WindowIsHeldToItsMinimumAndTheListFillsIt) {
+    frmLog log;
+    log.Form_Load();
+    log.show();
+    QCoreApplication::processEvents();
+
+    ResizeWindowTwips(log, 3000, 2000);
+    QCoreApplication::processEvents();
+    EXPECT_NEAR(WindowWidthTwips(log), 4800, TwipsPerPixelX());
+    EXPECT_NEAR(WindowHeightTwips(log), 3435, TwipsPerPixelY());
+
+    ResizeWindowTwips(log, 7000, 6000);
+    QCoreApplication::processEvents();
+    const QRect list = log.lstLog()->geometry();
+    EXPECT_NEAR(PixelsToTwipsX(list.width()), WindowWidthTwips(log) - 240, TwipsPerPixelX());
+    EXPECT_NEAR(PixelsToTwipsY(list.height()), InnerHeightTwips(log) - 795, TwipsPerPixelY());
+}
+
+} // namespace
