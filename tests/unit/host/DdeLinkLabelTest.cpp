@@ -1,0 +1,171 @@
+// The host object's DDE label over a real DDE client link, against a DDE server running on a
+// thread of this process: what reaches the server for pokes, requests and "Save" executes, how the
+// link moves between topics, and what happens while no server answers.
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <future>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/DdeLinkLabel.h"
+#include "platform/Dde.h"
+#include "platform/DdeServer.h"
+
+namespace {
+
+class TempPrefix {
+public:
+    TempPrefix() {
+        char pattern[] = "/tmp/vt-ddelabel-XXXXXX";
+        const char* made = ::mkdtemp(pattern);
+        root_ = made ? made : "/tmp";
+        const char* old = std::getenv("VOLTARIS_PREFIX");
+        hadOld_ = old != nullptr;
+        if (hadOld_) old_ = old;
+        ::setenv("VOLTARIS_PREFIX", root_.c_str(), 1);
+    }
+    ~TempPrefix() {
+        if (hadOld_) ::setenv("VOLTARIS_PREFIX", old_.c_str(), 1);
+        else ::unsetenv("VOLTARIS_PREFIX");
+        std::error_code ec;
+        std::filesystem::remove_all(root_, ec);
+    }
+
+private:
+    std::string root_;
+    std::string old_;
+    bool hadOld_ = false;
+};
+
+// A recorder-like server on its own thread: items per topic, a log of every exchange.
+class ThreadServer {
+public:
+    explicit ThreadServer(std::string application) {
+        std::promise<bool> started;
+        auto ready = started.get_future();
+        thread_ = std::thread([this, application, &started] {
+            DdeServer server;
+            DdeServerHandlers h;
+            h.AcceptTopic = [](const std::string& topic) { return topic != "Refused"; };
+            h.Request = [this](const std::string& topic, const std::string& item) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                log_.push_back("request " + topic + " " + item);
+                auto found = items_.find(topic + "/" + item);
+                if (found == items_.end()) return VbResult<std::string>{"", DdeError(ErrDdeRefused)};
+                return VbResult<std::string>{found->second, {}};
+            };
+            h.Poke = [this](const std::string& topic, const std::string& item, const std::string& data) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                log_.push_back("poke " + topic + " " + item + " " + data);
+                items_[topic + "/" + item] = data;
+                return VbError();
+            };
+            h.Execute = [this](const std::string& topic, const std::string& command) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                log_.push_back("execute " + topic + " " + command);
+                return command == "Save" ? VbError() : DdeError(ErrDdeRefused);
+            };
+            bool ok = !server.Start(application, h);
+            started.set_value(ok);
+            if (!ok) return;
+            while (!stop_) server.Pump(20);
+        });
+        ok_ = ready.get();
+    }
+    ~ThreadServer() {
+        stop_ = true;
+        thread_.join();
+    }
+    bool Started() const { return ok_; }
+    void SetItem(const std::string& topic, const std::string& item, const std::string& text) {
+        std::lock_guard<std::mutex> lock(mutex_);
+        items_[topic + "/" + item] = text;
+    }
+    std::vector<std::string> Log() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return log_;
+    }
+
+private:
+    std::thread thread_;
+    std::atomic<bool> stop_{false};
+    bool ok_ = false;
+    std::mutex mutex_;
+    std::map<std::string, std::string> items_;
+    std::vector<std::string> log_;
+};
+
+}  // namespace
+
+TEST(DdeLinkLabel, PokesRequestsAndSavesReachTheServerOnTheirTopics) {
+    TempPrefix prefix;
+    ThreadServer server("Recorder 2");
+    ASSERT_TRUE(server.Started());
+    server.SetItem("GetDayMax", "3,4", "88.5");
+
+    DdeLink link;
+    DdeLinkLabel label(link);
+    ASSERT_FALSE(label.Poke("Recorder 2|SetHiSetpoint", "3,4", "80"));
+    EXPECT_EQ(link.Mode(), DdeLinkMode::Manual) << "set-up exchanges use a manual link";
+    EXPECT_EQ(link.Text(), "80") << "the poked value is the label's text";
+    ASSERT_FALSE(label.Execute("Recorder 2|SetHiSetpoint", "Save"));
+
+    // Another command is another topic: the link moves there and asks for the item.
+    VbResult<std::string> answer = label.Request("Recorder 2|GetDayMax", "3,4");
+    ASSERT_FALSE(answer.Error) << answer.Error.Description;
+    EXPECT_EQ(answer.Value, "88.5");
+    EXPECT_EQ(link.Topic(), "Recorder 2|GetDayMax");
+    EXPECT_EQ(link.Item(), "3,4");
+
+    // Two pokes on one topic with different items, then a Save on that topic.
+    ASSERT_FALSE(label.Poke("Recorder 2|SetRelayState", "7", "1"));
+    ASSERT_FALSE(label.Poke("Recorder 2|SetRelayState", "8", "0"));
+    ASSERT_FALSE(label.Execute("Recorder 2|SetRelayState", "Save"));
+
+    std::vector<std::string> expected = {
+        "poke SetHiSetpoint 3,4 80",  "execute SetHiSetpoint Save", "request GetDayMax 3,4",
+        "poke SetRelayState 7 1",     "poke SetRelayState 8 0",     "execute SetRelayState Save",
+    };
+    EXPECT_EQ(server.Log(), expected);
+}
+
+TEST(DdeLinkLabel, RefusalsAndAMissingServerAreErrorsAndTheLabelRecovers) {
+    TempPrefix prefix;
+    DdeLink link;
+    DdeLinkLabel label(link);
+
+    // Nobody serves the application yet.
+    EXPECT_EQ(label.Poke("Recorder 1|SetData", "1,1", "5").Number, ErrDdeNoServer);
+    VbResult<std::string> none = label.Request("Recorder 1|GetDayMin", "1,1");
+    EXPECT_EQ(none.Error.Number, ErrDdeNoServer);
+    EXPECT_EQ(label.Execute("Recorder 1|SetData", "Save").Number, ErrDdeNoServer);
+    EXPECT_EQ(link.Mode(), DdeLinkMode::None);
+
+    ThreadServer server("Recorder 1");
+    ASSERT_TRUE(server.Started());
+    // The same topic as before: the label opens the conversation it could not open then.
+    ASSERT_FALSE(label.Poke("Recorder 1|SetData", "1,1", "5"));
+    // A refused topic, an unknown item and an unknown command are the server's refusals.
+    EXPECT_EQ(label.Poke("Recorder 1|Refused", "1,1", "5").Number, ErrDdeNoServer);
+    VbResult<std::string> unknown = label.Request("Recorder 1|GetDayMin", "9,9");
+    EXPECT_EQ(unknown.Error.Number, ErrDdeRefused);
+    EXPECT_EQ(label.Execute("Recorder 1|SetData", "Format").Number, ErrDdeRefused);
+    // And the label still works afterwards.
+    server.SetItem("GetDayMin", "1,1", "-2.5");
+    VbResult<std::string> answer = label.Request("Recorder 1|GetDayMin", "1,1");
+    ASSERT_FALSE(answer.Error);
+    EXPECT_EQ(answer.Value, "-2.5");
+
+    std::vector<std::string> log = server.Log();
+    ASSERT_FALSE(log.empty());
+    EXPECT_EQ(log.front(), "poke SetData 1,1 5");
+    EXPECT_EQ(log.back(), "request GetDayMin 1,1");
+}
