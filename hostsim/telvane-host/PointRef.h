@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "HostState.h"
+#include "../libs/HostState.h"
 
 enum class PointKind { None, Tag, Line };
 
