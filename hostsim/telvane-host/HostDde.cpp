@@ -99,6 +99,9 @@ bool HostDdeService::Start(std::string& error) {
         for (int recorder = 1; recorder <= HostMaxRecorders; ++recorder) {
             if (!start("Recorder " + std::to_string(recorder), RecorderHandlers(recorder))) return false;
         }
+    } else if (generation_ == 5) {
+        // V5 lines keep their set-up pokes and statistics on DDE: all on recorder 1.
+        if (!start("Recorder 1", RecorderHandlers(1))) return false;
     }
     return true;
 }
@@ -214,17 +217,20 @@ DdeServerHandlers HostDdeService::TagServerHandlers() {
 }
 
 DdeServerHandlers HostDdeService::RecorderHandlers(int recorder) {
-    // Item "page,line" on this recorder: line (recorder - 1) * 100 + (page - 1) * 10 + line.
-    auto lineIndex = [recorder](const std::string& item, int& index) {
+    // Item "page,line" on this recorder: V4 line (recorder - 1) * 100 + (page - 1) * 10 + line of
+    // 10 pages; V5 line (page - 1) * 10 + line of 100 pages on its one recorder.
+    const int pages = generation_ == 4 ? 10 : HostMaxPages;
+    const int relays = generation_ == 4 ? RelaysPerRecorder : HostMaxRecRelays;
+    auto lineIndex = [recorder, pages](const std::string& item, int& index) {
         int page = 0, line = 0;
-        if (!ParsePair(item, page, line) || page < 1 || page > 10 || line < 1 || line > 10) return false;
+        if (!ParsePair(item, page, line) || page < 1 || page > pages || line < 1 || line > 10) return false;
         index = (recorder - 1) * 100 + (page - 1) * 10 + line - 1;
         return true;
     };
-    auto relayIndex = [recorder](const std::string& item, int& index) {
+    auto relayIndex = [recorder, relays](const std::string& item, int& index) {
         int relay = 0;
-        if (!ParseWhole(item, relay) || relay < 1 || relay > RelaysPerRecorder) return false;
-        index = (recorder - 1) * RelaysPerRecorder + relay - 1;
+        if (!ParseWhole(item, relay) || relay < 1 || relay > relays) return false;
+        index = (recorder - 1) * relays + relay - 1;
         return true;
     };
     DdeServerHandlers h;

@@ -1,8 +1,9 @@
 #pragma once
 // The DDE topics the host serves:
-//  - V4 only: "TagServer|Tags" (tag set-up pokes, item "tag,Parameter", and "Save"),
+//  - V4: "TagServer|Tags" (tag set-up pokes, item "tag,Parameter", and "Save"),
 //    "Recorder N|<command>" (line values, set-up, totals, statistics and relays, item "page,line"
 //    or a relay number, and "Save");
+//  - V5: "Recorder 1|<command>" for the line set-up, statistics and relays (pages 1 to 100);
 //  - generic application|topic items for meters read over DDE, with automatic links that get
 //    every change;
 //  - "telvane-host|Control", through which `telvane-host dde-set` reaches the running host.

@@ -92,3 +92,71 @@ TEST(HostObject, V4LineWritesGoOverDde) {
     EXPECT_EQ(host.Wait(10s), 0) << host.Output();
     EXPECT_FALSE(telvane.JobRun());
 }
+
+TEST(HostObject, V5LineSetupAndStatisticsGoOverDdeToRecorder1) {
+    TestPrefix prefix;
+    BackgroundHost host(prefix, {"--generation", "5"});
+    ASSERT_TRUE(host.WaitRunning()) << host.Output();
+    Telvane telvane;
+    ASSERT_TRUE(telvane.V5());
+    DdeLink link;
+    DdeLinkLabel label(link);
+    telvane.DdeLabel(&label);
+
+    // Page 13 lies beyond a V4 recorder's ten pages; relay 40 beyond its 32 relays.
+    TelvaneIO& io = telvane.IO;
+    io.IndexReference("[P13L4]");
+    ASSERT_TRUE(io.V5Line());
+    io.Calibration(1.5f);
+    io.Alarm1SetPoint(90.0f);
+    io.Alarm2SetPoint(10.0f);
+    io.DayMax(77.25f);
+    io.GrandMin(-3.0f);
+    io.AlarmSetRelayState(40, 1.0f);
+    // Each written through the host's DDE and read back through the recorder library or DDE.
+    EXPECT_FLOAT_EQ(io.Calibration(), 1.5f);
+    EXPECT_FLOAT_EQ(io.Alarm1SetPoint(), 90.0f);
+    EXPECT_FLOAT_EQ(io.Alarm2SetPoint(), 10.0f);
+    EXPECT_FLOAT_EQ(io.DayMax(), 77.25f);
+    EXPECT_FLOAT_EQ(io.GrandMin(), -3.0f);
+    EXPECT_FLOAT_EQ(io.AlarmGetRelayState(40), 1.0f);
+    EXPECT_FLOAT_EQ(io.AlarmGetRelayState(39), 0.0f);
+
+    telvane.TelvnClose();
+    EXPECT_EQ(host.Wait(10s), 0) << host.Output();
+}
+
+TEST(HostObject, V4TagAndLineSetupRoundTripThroughTheHost) {
+    TestPrefix prefix;
+    BackgroundHost host(prefix, {"--generation", "4"});
+    ASSERT_TRUE(host.WaitRunning()) << host.Output();
+    Telvane telvane;
+    ASSERT_TRUE(telvane.V4());
+    DdeLink link;
+    DdeLinkLabel label(link);
+    telvane.DdeLabel(&label);
+    TelvaneIO& io = telvane.IO;
+
+    io.Index(12);
+    io.Calibration(2.5f);
+    io.Alarm1SetPoint(80.0f);
+    io.Alarm2Differential(0.5f);
+    EXPECT_FLOAT_EQ(io.Calibration(), 2.5f);
+    EXPECT_FLOAT_EQ(io.Alarm1SetPoint(), 80.0f);
+    EXPECT_FLOAT_EQ(io.Alarm2Differential(), 0.5f);
+
+    io.IndexReference("[R5P10L10]");
+    io.AlarmEnabled(true);
+    io.Alarm1Delay(15.0f);
+    io.grandtotal(1234.0f);
+    io.GrandMax(99.5f);
+    EXPECT_TRUE(io.AlarmEnabled());
+    EXPECT_FLOAT_EQ(io.Alarm1Delay(), 15.0f);
+    EXPECT_FLOAT_EQ(io.grandtotal(), 1234.0f);
+    EXPECT_FLOAT_EQ(io.GrandMax(), 99.5f);
+    io.AlarmSetRelayState(32, 1.0f);
+    EXPECT_FLOAT_EQ(io.AlarmGetRelayState(32), 1.0f);
+
+    telvane.TelvnClose();
+    EXPECT_EQ(host.Wait(10s), 0) << host.Output();
+}
