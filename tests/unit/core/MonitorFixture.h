@@ -1,0 +1,175 @@
+#pragma once
+// The whole monitor under test: the stand-in host installed in a temporary prefix with its job
+// running and its main window open, a settings file and a tag setup file in the job's setup
+// folder, a simulated PC clock that stands still unless a test moves it, and the monitor itself
+// on a recording view.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "../host/HostFixture.h"
+#include "RecordingView.h"
+#include "core/Monitor.h"
+#include "net/HostSocketServer.h"
+#include "files/SetupDescription.h"
+#include "files/SetupFileImage.h"
+#include "platform/Clock.h"
+#include "platform/Paths.h"
+#include "platform/Programs.h"
+#include "platform/SingleInstance.h"
+#include "platform/WindowRegistry.h"
+#include "support/Log.h"
+
+// 19 November 2026, 10:05:00: well inside a demand period.
+inline DateTime MonitorTestStart() { return MakeDateTime(2026, 11, 19, 10, 5, 0); }
+inline DateTime Secs(double n) { return n / 86400.0; }
+
+// A rate tag read from host tag 1, a display tag showing it, an off-line tag.
+inline const char* const DefaultTagSetup = R"(
+[Header]
+SetupVersion = 250
+PeriodsPerDay = 48
+
+[Tag 1]
+TagName = "Flow"
+Online = 1
+TagType = 1
+ScanType = 24
+PageNo = 1
+UnitsPerPulse = 1
+
+[Tag 2]
+TagName = "Shown"
+Online = 1
+TagType = 3
+DisplaySourceIsTag = 1
+DisplaySource = 1
+
+[Tag 3]
+TagName = "Spare"
+Online = 0
+TagType = 1
+ScanType = 24
+PageNo = 3
+)";
+
+// The monitor lets events run and its socket server lives on the event loop.
+inline void EnsureCoreApplication() {
+    if (QCoreApplication::instance() != nullptr) return;
+    static int argc = 1;
+    static char name[] = "test_core";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication app(argc, argv);
+}
+
+inline const char* const DefaultSettings = "[general]\r\nStoreFilePrefix=Test\r\ntimer1scan=30\r\n";
+
+class MonitorTest : public ::testing::Test {
+protected:
+    static constexpr const char* SetupFolderText = "C:\\Telvane\\Job1\\Setup";
+
+    void SetUp() override {
+        if (!HostFixture::LibrariesBuilt()) GTEST_SKIP() << "host libraries not built in VT_BIN_DIR";
+        EnsureCoreApplication();
+        ASSERT_TRUE(host.Install(5));
+        host.State().SetJobRunning(1);
+        RegisterWindow("TelvaneV5", "Telvane", true);
+        ClockSimulate(MonitorTestStart(), 1e-9);
+        // An ephemeral port: tests may run side by side.
+        WriteText(SetupFolderText + std::string("\\WinSockets.ini"), "[Sockets]\r\nVoltarisMonitorPortNo=0\r\n");
+        WriteSettings(DefaultSettings);
+        WriteTagSetup(DefaultTagSetup);
+        CommandLineIs({});
+    }
+
+    void TearDown() override {
+        monitor.reset();
+        ReleaseSingleInstance(Monitor::InstanceName);
+        SetDebugMode(false);
+        SetLogFailurePrompt(nullptr, nullptr);
+    }
+
+    static void CommandLineIs(std::vector<std::string> args) {
+        std::vector<char*> argv;
+        static char program[] = "voltamon";
+        argv.push_back(program);
+        for (std::string& a : args) argv.push_back(a.data());
+        argv.push_back(nullptr);
+        SetCommandLine(static_cast<int>(argv.size() - 1), argv.data());
+    }
+
+    static void WriteText(const std::string& pathText, const std::string& text) {
+        HostFixture::WriteFile(LocalPath(pathText), text);
+    }
+    static std::string ReadText(const std::string& pathText) {
+        std::ifstream in(LocalPath(pathText), std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    }
+    void WriteSettings(const std::string& text) { WriteText(SetupFolderText + std::string("\\VoltarisSetup.ini"), text); }
+    void WriteTagSetup(const std::string& description) {
+        const SetupDescriptionResult parsed = ReadSetupDescription(description);
+        ASSERT_EQ(parsed.Error, "");
+        const VbResult<std::string> bytes = EncodeSetupFile(parsed.Image);
+        ASSERT_TRUE(bytes.Ok()) << bytes.Error.Description;
+        WriteText(MtgPathText(), bytes.Value);
+    }
+    static std::string MtgPathText() { return SetupFolderText + std::string("\\VoltarisMonitor.mtg"); }
+
+    // Builds the monitor and runs stage 1.
+    void Load() {
+        monitor = std::make_unique<Monitor>(view, view);
+        view.SetCommands(*monitor);
+        monitor->Form_Load();
+    }
+    // Stage 1 and the first tick (stage 2 and AutoRun).
+    void Start() {
+        Load();
+        monitor->Timer1_Timer();
+        ASSERT_EQ(monitor->State.StartingUp, 0);
+    }
+
+    static DateTime Now() { return ClockNow(); }
+    // Moves the PC clock to start + seconds.
+    static void At(double seconds) { ClockSet(MonitorTestStart() + Secs(seconds)); }
+
+    // One tick with the recording started afresh.
+    void Tick() {
+        view.Clear();
+        monitor->Timer1_Timer();
+    }
+    bool Scanned() const {
+        for (const std::string& text : view.StatusTexts)
+            if (text == "Checking Setup File") return true;
+        return false;
+    }
+
+    std::vector<std::string> LogLines() const {
+        const std::string text = ReadText(MainLogPath());
+        std::vector<std::string> lines;
+        std::size_t start = 0;
+        while (start < text.size()) {
+            std::size_t end = text.find("\r\n", start);
+            if (end == std::string::npos) end = text.size();
+            const std::string line = text.substr(start, end - start);
+            const std::size_t dash = line.find(" - ");
+            lines.push_back(dash == std::string::npos ? line : line.substr(dash + 3));
+            start = end + 2;
+        }
+        return lines;
+    }
+    bool Logged(const std::string& line) const {
+        for (const std::string& l : LogLines())
+            if (l == line) return true;
+        return false;
+    }
+
+    HostFixture host;
+    RecordingMonitorView view;
+    std::unique_ptr<Monitor> monitor;
+};

@@ -1,0 +1,201 @@
+// Start-up: the two stages, the switches, the single-instance refusal and the AutoRun programs.
+#include <poll.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <thread>
+
+#include "MonitorFixture.h"
+#include "core/CommandLineSwitches.h"
+#include "host/Telvane.h"
+#include "support/VbText.h"
+
+namespace {
+
+TEST(CommandLineSwitchesTest, FoundAnywhereWithoutRegardToCase) {
+    const CommandLineSwitches none = ReadCommandLineSwitches("--headless");
+    EXPECT_FALSE(none.DebugMode || none.CsvOnlyMode || none.ScanLogging);
+
+    const CommandLineSwitches upper = ReadCommandLineSwitches("/CSV /Log");
+    EXPECT_TRUE(upper.CsvOnlyMode);
+    EXPECT_TRUE(upper.ScanLogging);
+    EXPECT_FALSE(upper.DebugMode);
+
+    // Inside a longer word still counts.
+    EXPECT_TRUE(ReadCommandLineSwitches("x/dummy").DebugMode);
+    EXPECT_FALSE(ReadCommandLineSwitches("\\d csv log").DebugMode);
+}
+
+TEST_F(MonitorTest, StageOneSetsFlagsPathsAndShowsPleaseWait) {
+    WriteText(SetupFolderText + std::string("\\VoltarisSetup.ini"), DefaultSettings);
+    Load();
+    EXPECT_EQ(monitor->State.StartingUp, 1);
+    EXPECT_EQ(monitor->State.DataOkFlag, 0);
+    EXPECT_EQ(monitor->ExitRequested, 0);
+    EXPECT_DOUBLE_EQ(monitor->LastScanTime, MonitorTestStart());
+    EXPECT_EQ(monitor->SetupIniFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
+    EXPECT_EQ(monitor->SetupMtgFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
+    EXPECT_EQ(view.Visible[MenuItem::mnuLog], false);
+    EXPECT_EQ(view.Checked[MenuItem::mnuLWindowsSocket], false);
+    EXPECT_EQ(view.Calls.front(), "CloseLogWindow");
+    EXPECT_EQ(view.Calls.back(), "ShowWait Please wait while loading");
+    // Nothing of stage 2 yet.
+    EXPECT_EQ(view.GridRows, -1);
+}
+
+TEST_F(MonitorTest, FirstTickRunsStageTwoOnceAndNothingElse) {
+    WriteSettings(std::string(DefaultSettings) + "errorlog=yes\r\nDiagFile=C:\\diag.txt\r\n");
+    host.State().SetReading(HostTable::Tags, 0, 42.5f);
+    const uint32_t refreshesBefore = host.State().ReadInputModuleCount();
+    Load();
+    int stage2Hooks = 0;
+    monitor->SetStage2Hook([&] { ++stage2Hooks; });
+    // A tick that arrives while stage 2 lets events run must not start it again.
+    view.OnDoEvents = [&] { monitor->Timer1_Timer(); };
+    monitor->Timer1_Timer();
+    view.OnDoEvents = nullptr;
+
+    EXPECT_EQ(stage2Hooks, 1);
+    EXPECT_EQ(view.CountCalls("SetupGrid 198"), 1);
+    EXPECT_EQ(monitor->State.StartingUp, 0);
+    for (StatusPanel panel : {StatusPanel::Panel3D1, StatusPanel::Panel3D2, StatusPanel::Panel3D4})
+        EXPECT_EQ(view.PanelColours[panel], ColourRed);
+    // The first acquisition pass filled the grid at once.
+    EXPECT_EQ(RTrim(view.Cell(1, 1)), "Flow");
+    EXPECT_FLOAT_EQ(monitor->Values[1].Current, 42.5f);
+    EXPECT_EQ(view.Cell(3, 1), "Off Line");
+    // Stage 2's tick does no countdown.
+    EXPECT_TRUE(view.CountdownTexts.empty());
+    EXPECT_GT(host.State().ReadInputModuleCount(), refreshesBefore);
+    EXPECT_NE(ReadText("C:\\diag.txt").find(" energy monitor Loaded "), std::string::npos);
+    EXPECT_TRUE(monitor->SocketServer().IsListening());
+
+    Tick();
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 30 secs"});
+    EXPECT_EQ(view.CountCalls("SetupGrid 198"), 0);
+}
+
+TEST_F(MonitorTest, CsvModeFillsTheGridWithCsvOnlyAndNeverAcquires) {
+    CommandLineIs({"/CSV"});
+    host.State().SetReading(HostTable::Tags, 0, 42.5f);
+    Start();
+    EXPECT_EQ(monitor->CsvOnlyMode, 1);
+    for (int row = 1; row <= monitor->Setup.TagCount; ++row) {
+        ASSERT_EQ(view.Cell(row, 2), "CSV Only") << row;
+        ASSERT_EQ(view.Cell(row, 3), "CSV Only") << row;
+    }
+    EXPECT_FLOAT_EQ(monitor->Values[1].Current, 0.0f);
+
+    At(30);
+    Tick();
+    ASSERT_TRUE(Scanned());
+    for (const std::string& text : view.StatusTexts) {
+        EXPECT_NE(text, "Calling Input_General");
+        EXPECT_NE(text, "Calling Half Hour Save");
+    }
+    EXPECT_EQ(view.Cell(1, 2), "CSV Only");
+    EXPECT_FLOAT_EQ(monitor->Values[1].Current, 0.0f);
+}
+
+TEST_F(MonitorTest, LogSwitchOutlivesTheSettings) {
+    WriteSettings(std::string(DefaultSettings) + "LogScans=0\r\n");
+    CommandLineIs({"/log"});
+    Start();
+    EXPECT_EQ(monitor->Settings.ScanLogging, 1);
+    EXPECT_TRUE(view.ViewLogAvailable);
+
+    monitor.reset();
+    ReleaseSingleInstance(Monitor::InstanceName);
+    CommandLineIs({});
+    Start();
+    EXPECT_EQ(monitor->Settings.ScanLogging, 0);
+    EXPECT_FALSE(view.ViewLogAvailable);
+}
+
+TEST_F(MonitorTest, SecondInstanceIsRefusedAndNeverTouchesTheHost) {
+    WriteSettings(std::string(DefaultSettings) + "errorlog=yes\r\nDiagFile=C:\\diag.txt\r\n");
+    RegisterWindow("Tray32WndClass", "tray", false);
+    int ready[2], release[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    ASSERT_EQ(::pipe(release), 0);
+    const pid_t first = ::fork();
+    if (first == 0) {
+        const char answer = AcquireSingleInstance(Monitor::InstanceName) ? 'y' : 'n';
+        (void)!::write(ready[1], &answer, 1);
+        char c;
+        (void)!::read(release[0], &c, 1);
+        ::_exit(0);
+    }
+    char answer = 0;
+    ASSERT_EQ(::read(ready[0], &answer, 1), 1);
+    ASSERT_EQ(answer, 'y');
+
+    Load();
+    monitor->Timer1_Timer();
+    (void)!::write(release[1], "x", 1);
+    int status = 0;
+    ::waitpid(first, &status, 0);
+    for (int fd : {ready[0], ready[1], release[0], release[1]}) ::close(fd);
+
+    ASSERT_EQ(view.Messages.size(), 1u);
+    EXPECT_EQ(view.Messages[0].Text, "Voltaris Monitor is already loaded");
+    EXPECT_EQ(view.Messages[0].Title, "Voltaris Monitor");
+    EXPECT_EQ(view.Messages[0].Icon, MessageIcon::Critical);
+    EXPECT_TRUE(view.ProgramEnded);
+    EXPECT_TRUE(monitor->Ended());
+    EXPECT_EQ(view.GridRows, -1);
+    EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
+    const std::string diag = ReadText("C:\\diag.txt");
+    EXPECT_NE(diag.find(" Voltaris Monitor already Loaded "), std::string::npos);
+    EXPECT_EQ(diag.find(" energy monitor Loaded "), std::string::npos);
+
+    Tick();
+    EXPECT_TRUE(view.Calls.empty());
+}
+
+// A program for the AutoRun list that leaves a mark when it runs.
+void WriteMarkerProgram(const std::filesystem::path& folder, const std::string& name) {
+    const std::filesystem::path script = folder / name;
+    HostFixture::WriteFile(script, "#!/bin/sh\ntouch \"$0.ran\"\n");
+    ::chmod(script.c_str(), 0755);
+}
+
+bool Ran(const std::filesystem::path& folder, const std::string& name) {
+    for (int i = 0; i < 100; ++i) {
+        if (std::filesystem::exists(folder / (name + ".ran"))) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
+}
+
+TEST_F(MonitorTest, AutoRunStartsTheListUpToTheFirstEmptyKey) {
+    const std::filesystem::path programs = host.ProgramDir();
+    for (const char* name : {"one.sh", "two.sh", "three.sh", "four.sh", "five.sh", "six.sh"})
+        WriteMarkerProgram(programs, name);
+
+    // File1 and File2 set, File3 empty: two programs; File4 is never reached.
+    WriteSettings(std::string(DefaultSettings) + "[AutoRun]\r\nFile1=one.sh\r\nFile2=two.sh\r\nFile3=\r\nFile4=four.sh\r\n");
+    Start();
+    EXPECT_TRUE(Ran(programs, "one.sh"));
+    EXPECT_TRUE(Ran(programs, "two.sh"));
+
+    // An empty File2 ends the list even with File3 set.
+    WriteSettings(std::string(DefaultSettings) + "[AutoRun]\r\nFile1=five.sh\r\nFile2=\r\nFile3=three.sh\r\n");
+    monitor->AutoRun();
+    EXPECT_TRUE(Ran(programs, "five.sh"));
+
+    // A missing program fails only itself.
+    WriteSettings(std::string(DefaultSettings) + "[AutoRun]\r\nFile1=missing.exe\r\nFile2=six.sh\r\n");
+    monitor->AutoRun();
+    EXPECT_TRUE(Ran(programs, "six.sh"));
+    EXPECT_TRUE(Logged("AutoRun, Error 53/ File not found"));
+
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_FALSE(std::filesystem::exists(programs / "three.sh.ran"));
+    EXPECT_FALSE(std::filesystem::exists(programs / "four.sh.ran"));
+}
+
+}  // namespace

@@ -1,0 +1,261 @@
+// The one-second tick: countdown, the scan's status texts, the clock going back or being moved,
+// the host watch, the setup file reload and the colours of the status panels.
+#include <algorithm>
+#include <chrono>
+
+#include "MonitorFixture.h"
+#include "common/TempPrefix.h"
+#include "core/MonitorTimer.h"
+#include "host/Telvane.h"
+#include "support/VbText.h"
+
+namespace {
+
+const std::string StorePathText = "c:\\telvane\\job1\\data\\voltaris\\test2611.lum";
+
+// The texts of list, in order, that are among wanted.
+std::vector<std::string> Only(const std::vector<std::string>& list, const std::vector<std::string>& wanted) {
+    std::vector<std::string> kept;
+    for (const std::string& s : list)
+        if (std::find(wanted.begin(), wanted.end(), s) != wanted.end()) kept.push_back(s);
+    return kept;
+}
+
+TEST_F(MonitorTest, ScanShowsItsStepsInOrder) {
+    Start();
+    At(30);
+    Tick();
+    const std::vector<std::string> steps = {"Scanning Now" + NL(1) + StorePathText,
+                                            "Checking Setup File",
+                                            "Checking Auto Close",
+                                            "Calling Input_General",
+                                            "Get Data for Tag 1",
+                                            "Calling Half Hour Save",
+                                            "Display if Data is OK",
+                                            "Find Tags not used",
+                                            "Voltaris Monitor" + NL(1) + StorePathText};
+    EXPECT_EQ(Only(view.StatusTexts, steps), steps);
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 0 secs"});
+    EXPECT_EQ(view.Panels[StatusPanel::Panel3D1], "Thu, Nov 19 2026" + NL(1) + "10:05:30");
+    EXPECT_DOUBLE_EQ(monitor->LastScanTime, MonitorTestStart() + Secs(30));
+    // Nothing saved since start-up: the panels stay red.
+    EXPECT_EQ(view.PanelColours[StatusPanel::Panel3D2], ColourRed);
+}
+
+TEST_F(MonitorTest, DemoModeSaysSoWhenTheScanStarts) {
+    WriteSettings(std::string(DefaultSettings) + "Demo=1\r\n");
+    Start();
+    At(30);
+    Tick();
+    ASSERT_TRUE(Scanned());
+    EXPECT_EQ(view.StatusTexts.front(), "Scanning Now - Demo Random Data" + NL(1) + "Demo Mode - No File Storage");
+}
+
+TEST_F(MonitorTest, CountdownRoundsHalvesToEvenAndScansOnlyAtZero) {
+    Start();
+    struct Case {
+        double seconds;
+        const char* shown;
+    };
+    for (const Case& c : {Case{1, " Scan in 29 secs"}, Case{25.2, " Scan in 5 secs"}, Case{29.4, " Scan in 1 secs"},
+                          Case{29.6, " Scan in 0 secs"}, Case{29.9, " Scan in 0 secs"}}) {
+        At(c.seconds);
+        Tick();
+        EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{c.shown}) << c.seconds;
+        EXPECT_FALSE(Scanned()) << c.seconds;
+        EXPECT_EQ(view.StatusTexts, std::vector<std::string>{"Voltaris Monitor" + NL(1) + StorePathText});
+    }
+    At(30);
+    Tick();
+    EXPECT_TRUE(Scanned());
+
+    monitor->Settings.ScanSeconds = 0;
+    At(90);
+    Tick();
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{"Off Line"});
+    EXPECT_FALSE(Scanned());
+}
+
+TEST_F(MonitorTest, ClockSetBackRestartsTheCountdownFromNow) {
+    Start();
+    At(20);
+    Tick();
+    At(20 - 3600);
+    Tick();
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 0 secs"});
+    EXPECT_FALSE(Scanned());
+    EXPECT_DOUBLE_EQ(monitor->LastScanTime, Now());
+
+    At(20 - 3600 + 29);
+    Tick();
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 1 secs"});
+    At(20 - 3600 + 30);
+    Tick();
+    EXPECT_TRUE(Scanned());
+}
+
+TEST_F(MonitorTest, ClockSyncStepMovesRememberedTimesWithTheClock) {
+    // Hour pulse on host tag 5; the clock stands at 10:03:20, so a pulse sets it back to 10:00:00.
+    WriteSettings(std::string(DefaultSettings) + "[Monitor_PC_Clock_Sync]\r\nInputTag=5\r\nOffset=0\r\n");
+    ClockSimulate(MakeDateTime(2026, 11, 19, 10, 3, 10), 1e-9);
+    host.State().SetReading(HostTable::Tags, 4, 5.0f);
+    Start();
+    ClockSet(MakeDateTime(2026, 11, 19, 10, 3, 20));
+    Tick();  // arms the pulse detection
+    ASSERT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 20 secs"});
+    const DateTime lastScan = monitor->LastScanTime;
+    const DateTime measured = monitor->Values[1].LastReadTime;
+    const DateTime display = monitor->Values[2].LastReadTime;
+    const DateTime offline = monitor->Values[3].LastReadTime = MonitorTestStart();
+
+    host.State().SetReading(HostTable::Tags, 4, 6.0f);
+    Tick();
+    EXPECT_NEAR((Now() - MakeDateTime(2026, 11, 19, 10, 0, 0)) * 86400, 0, 0.01);
+    EXPECT_NEAR((monitor->LastScanTime - lastScan) * 86400, -200, 1e-3);
+    EXPECT_NEAR((monitor->Values[1].LastReadTime - measured) * 86400, -200, 1e-3);
+    EXPECT_DOUBLE_EQ(monitor->Values[2].LastReadTime, display);
+    EXPECT_DOUBLE_EQ(monitor->Values[3].LastReadTime, offline);
+    // The step changes nothing in the countdown.
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 20 secs"});
+}
+
+TEST_F(MonitorTest, WatchdogTogglesEveryTick) {
+    WriteSettings(std::string(DefaultSettings) + "[Monitor_WatchDog]\r\nOutputTag=2005\r\nSeconds=0\r\n");
+    Start();
+    std::vector<float> written;
+    for (int i = 1; i <= 3; ++i) {
+        At(i);
+        Tick();
+        written.push_back(host.State().Reading(HostTable::OutputTags, 4));
+        EXPECT_EQ(view.CountCalls(i % 2 == 1 ? "WatchDog on" : "WatchDog off"), 1) << i;
+    }
+    EXPECT_EQ(written, (std::vector<float>{1, 0, 1}));
+}
+
+TEST_F(MonitorTest, HostJobStoppingEndsTheMonitorWithinOneTick) {
+    Start();
+    At(1);
+    Tick();
+    EXPECT_FALSE(monitor->Ended());
+    host.State().SetJobRunning(0);
+    At(2);
+    Tick();
+    EXPECT_TRUE(view.Closed);
+    EXPECT_TRUE(monitor->Ended());
+    EXPECT_TRUE(view.CountdownTexts.empty());
+
+    At(30);
+    Tick();
+    EXPECT_TRUE(view.Calls.empty());
+}
+
+TEST_F(MonitorTest, HostWindowGoneAsksTheHostToCloseAndScansOn) {
+    RegisterWindow("Tray32WndClass", "tray", false);
+    Start();
+    UnregisterWindow("TelvaneV5");
+    At(30);
+    Tick();
+    EXPECT_EQ(view.CountCalls("CloseMainWindow cancelled"), 1);
+    EXPECT_EQ(TakeWindowMessages("Tray32WndClass"), std::vector<std::string>{"APPCLOSE"});
+    EXPECT_FALSE(monitor->Ended());
+    EXPECT_NE(std::find(view.StatusTexts.begin(), view.StatusTexts.end(), "Find Tags not used"), view.StatusTexts.end());
+
+    // With SCADArun other than "yes" the monitor does not care.
+    WriteSettings(std::string(DefaultSettings) + "SCADArun=YES\r\n");
+    std::filesystem::last_write_time(LocalPath(MtgPathText()),
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
+    At(61);
+    Tick();
+    ASSERT_TRUE(Scanned());
+    EXPECT_EQ(view.CountCalls("CloseMainWindow cancelled"), 0);
+    EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
+}
+
+TEST_F(MonitorTest, SetupFileSavedBetweenScansReloadsWithinTheSameScan) {
+    Start();
+    At(30);
+    Tick();
+    ASSERT_EQ(view.CountCalls("ShowWait Please wait while loading"), 0);
+
+    WriteSettings("[general]\r\nStoreFilePrefix=Test\r\ntimer1scan=10\r\n");
+    WriteTagSetup(std::string(DefaultTagSetup) + "\n[Tag 4]\nTagName = \"Added\"\nOnline = 1\nTagType = 1\nScanType = 24\nPageNo = 4\n");
+    std::filesystem::last_write_time(LocalPath(MtgPathText()),
+                                     std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
+    host.State().SetReading(HostTable::Tags, 3, 7.0f);
+    // A second past the interval: exactly 30 s of day fractions may fall a hair short.
+    At(61);
+    Tick();
+
+    const auto at = [&](const std::string& call) {
+        return std::find(view.Calls.begin(), view.Calls.end(), call) - view.Calls.begin();
+    };
+    const auto checking = at("Panel3D2 Checking Setup File");
+    const auto wait = at("ShowWait Please wait while loading");
+    const auto ini = at("ShowWaitMessage Getting INI Data");
+    const auto closed = at("CloseWait");
+    const auto input = at("Panel3D2 Calling Input_General");
+    ASSERT_LT(input, static_cast<std::ptrdiff_t>(view.Calls.size()));
+    EXPECT_LT(checking, wait);
+    EXPECT_LT(wait, ini);
+    EXPECT_LT(ini, closed);
+    EXPECT_LT(closed, input);
+    EXPECT_FALSE(view.WaitOpen);
+    EXPECT_EQ(monitor->Settings.ScanSeconds, 10);
+    EXPECT_EQ(RTrim(view.Cell(4, 1)), "Added");
+    EXPECT_FLOAT_EQ(monitor->Values[4].Current, 7.0f);
+
+    // Unchanged since: no reload, and the new interval counts.
+    At(72);
+    Tick();
+    EXPECT_TRUE(Scanned());
+    EXPECT_EQ(view.CountCalls("ShowWait Please wait while loading"), 0);
+}
+
+TEST_F(MonitorTest, PanelsTurnDarkBlueOnceAPeriodIsSavedNormally) {
+    Start();
+    At(30);
+    Tick();
+    EXPECT_EQ(view.PanelColours[StatusPanel::Panel3D4], ColourRed);
+    // 10:30 ends the period: the save after start-up sets the flag.
+    At(25 * 60 + 30);
+    Tick();
+    ASSERT_TRUE(Scanned());
+    EXPECT_EQ(monitor->State.DataOkFlag, 1);
+    for (StatusPanel panel : {StatusPanel::Panel3D1, StatusPanel::Panel3D2, StatusPanel::Panel3D4})
+        EXPECT_EQ(view.PanelColours[panel], ColourDarkBlue);
+}
+
+TEST_F(MonitorTest, NoScanStartsWhileAnotherRuns) {
+    Start();
+    At(30);
+    int nested = 0;
+    view.OnDoEvents = [&] {
+        ++nested;
+        At(60);  // a whole interval later, as if the scan were slow
+        monitor->Timer1_Timer();
+    };
+    Tick();
+    view.OnDoEvents = nullptr;
+    EXPECT_GT(nested, 0);
+    EXPECT_EQ(std::count(view.StatusTexts.begin(), view.StatusTexts.end(), "Checking Setup File"), 1);
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 0 secs"});
+}
+
+TEST(MonitorTimerTest, IntervalFollowsTheClockSpeed) {
+    TempPrefix prefix;
+    EnsureCoreApplication();
+    ClockSimulate(MonitorTestStart(), 100);
+    int ticks = 0;
+    MonitorTimer timer([&] {
+        if (++ticks == 2) ClockSimulate(ClockNow(), 50);
+    });
+    timer.Start();
+    EXPECT_EQ(timer.Interval(), 10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (ticks < 3 && std::chrono::steady_clock::now() < deadline) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+    timer.Stop();
+    EXPECT_GE(ticks, 3);
+    EXPECT_EQ(timer.Interval(), 20);
+}
+
+}  // namespace
