@@ -158,7 +158,11 @@ SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openEr
             continue;
         }
         std::vector<TariffEntry>* entries = slot < setup.TariffEntries.size() ? &setup.TariffEntries[slot] : nullptr;
-        ReadTariffRecord(in, setup.Tariffs[slot], entries, m);
+        // Past the end of a short file every read fails and changes nothing: step over in one go.
+        if (in.Failed() && in.Position() >= in.Size())
+            in.Skip(TariffRecordSize(m));
+        else
+            ReadTariffRecord(in, setup.Tariffs[slot], entries, m);
         if (entries)
             for (int e = 0; e < m && static_cast<std::size_t>(e) < entries->size(); ++e)
                 if ((*entries)[static_cast<std::size_t>(e)].Percentage == 0)
@@ -167,7 +171,7 @@ SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openEr
     for (int p = 1; p <= PairTableCount; ++p)
         ReadPairTable(in, setup.PairTables[static_cast<std::size_t>(p)]);
     for (int c = 1; c <= k; ++c) {
-        if (static_cast<std::size_t>(c) < setup.Centers.size())
+        if (static_cast<std::size_t>(c) < setup.Centers.size() && !(in.Failed() && in.Position() >= in.Size()))
             ReadFields(in, setup.Centers[static_cast<std::size_t>(c)], CenterFields());
         else
             in.Skip(CenterSize);

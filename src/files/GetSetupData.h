@@ -24,6 +24,7 @@ SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openEr
 // The grid label of a scan type ("Pulse - Scada Tag", "Unknown Scan Type" ...).
 std::string ScanTypeLabel(int16_t scanType);
 
-// A two-index table bigger than this many elements is refused as out of memory; no valid tag
-// setup file comes near it, a damaged count easily does.
-inline constexpr int64_t MaxSetupTableElements = 1 << 16;
+// A table bigger than this many elements is refused as out of memory. Every file whose tags end
+// before the fixed entries fits (at most 291 tariffs, 1579 centers, 38 x 201 aux entries); a damaged
+// count easily does not.
+inline constexpr int64_t MaxSetupTableElements = 8192;

@@ -266,7 +266,8 @@ TEST_F(GetSetupDataTest, DamagedCountsAreTrappedNotFatal)
         {0, 0, -5, "GetSetupData, Error 9/ Subscript out of range"},
         {32767, 32767, 0, "GetSetupData, Error 7/ Out of memory"},
         {0, 32767, 0, "GetSetupData, Error 7/ Out of memory"},
-        {32767, 0, 32767, "GetSetupData, Error 62/ Input past end of file"},
+        {32767, 0, 32767, "GetSetupData, Error 7/ Out of memory"},
+        {8000, 0, 100, "GetSetupData, Error 62/ Input past end of file"},
     };
     int lines = 0;
     for (const Case& c : cases) {
