@@ -107,6 +107,9 @@ HOST_CALL int32_t GetTagNameEx(int32_t tag, char* buffer80) {
     return CopyToFixedBuffer(LibState().Name(HostTable::Tags, tag), buffer80, HostTagTextSize);
 }
 
+// The call has no kind argument, so an output's index cannot be told from the input tag's of the
+// same index: the output-only codes (100 and above) answer from the outputs, the others (among them
+// calibration, which is also read for outputs) from the inputs.
 HOST_CALL int32_t GetTagText(int32_t tag, int32_t code, char* buffer80) {
     return TagTextInto(code >= 100 ? HostTable::OutputTags : HostTable::Tags, tag, code, buffer80);
 }

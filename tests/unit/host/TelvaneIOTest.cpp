@@ -410,3 +410,29 @@ TEST(TelvaneIO, TypeAndAddressTexts) {
     t.IO.Index(-4);
     EXPECT_EQ(t.IO.IOType(), "No Recorder Scanning");
 }
+
+TEST(TelvaneIO, V4OutputTagsReadOnlyCalibrationWithTheOutputNumber) {
+    REQUIRE_LIBRARIES();
+    HostFixture f;
+    ASSERT_TRUE(f.Install(4));
+    Telvane t;
+    HostState& s = f.State();
+    // The tag text call has no kind argument: output 2005 asks for index 4, which for a code both
+    // kinds share is input tag 5's text on this host.
+    s.SetParam(HostTable::Tags, 4, 20, "1.75");
+    s.SetParam(HostTable::Tags, 2004, 20, "8");
+    for (int code : {33, 50, 51, 52, 66, 67, 68}) s.SetParam(HostTable::Tags, 4, code, code == 33 ? "Yes" : "5");
+    t.IO.Index(2005);
+    EXPECT_FLOAT_EQ(t.IO.Calibration(), 1.75f);
+    EXPECT_FALSE(t.IO.AlarmEnabled());
+    EXPECT_EQ(t.IO.Alarm1SetPoint(), 0.0f);
+    EXPECT_EQ(t.IO.Alarm2SetPoint(), 0.0f);
+    EXPECT_EQ(t.IO.Alarm1Delay(), 0.0f);
+    EXPECT_EQ(t.IO.Alarm2Delay(), 0.0f);
+    EXPECT_EQ(t.IO.Alarm1Differential(), 0.0f);
+    EXPECT_EQ(t.IO.Alarm2Differential(), 0.0f);
+    // The input tag of the same index reads them all.
+    t.IO.Index(5);
+    EXPECT_TRUE(t.IO.AlarmEnabled());
+    EXPECT_FLOAT_EQ(t.IO.Alarm2Differential(), 5.0f);
+}
