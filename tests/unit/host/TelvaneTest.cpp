@@ -285,3 +285,23 @@ TEST(TelvaneJob, V4TagServiceStartsOnlyForAV4HostWithItsPointLibrary) {
         else EXPECT_FALSE(std::filesystem::exists(marker));
     }
 }
+
+TEST(TelvaneDetect, EachWindowRuleAloneBeatsTheFolders) {
+    REQUIRE_LIBRARIES();
+    HostFixture f;
+    ASSERT_TRUE(f.Install(4));
+    ASSERT_TRUE(f.Install(5));  // the V5 folder exists: rule 6 would give 5
+    for (const char* windowClass : {"LoaderWClass", "SYSCON"}) {
+        ASSERT_TRUE(RegisterWindow(windowClass, "", false)) << windowClass;
+        {
+            Telvane t;
+            EXPECT_EQ(t.TelvaneVersion(), "4.0") << windowClass;
+            EXPECT_EQ(t.TelvaneFolder(), "C:\\telvold") << windowClass;
+        }
+        UnregisterAllWindows();
+    }
+    // With the V5 folder gone and only the V4 folder left, rule 7.
+    std::filesystem::remove_all(f.Folder());
+    Telvane t;
+    EXPECT_EQ(t.TelvaneVersion(), "4.0");
+}
