@@ -20,7 +20,7 @@ frmAbout::frmAbout(const AboutInfo& info, const std::string& programFile, QWidge
     lblTitle_->setObjectName("lblTitle");
     QFont bigger = lblTitle_->font();
     bigger.setBold(true);
-    bigger.setPointSizeF(bigger.pointSizeF() * 1.5);
+    if (bigger.pointSizeF() > 0) bigger.setPointSizeF(bigger.pointSizeF() * 1.5);
     lblTitle_->setFont(bigger);
 
     lblVersion_ = new QLabel(this);

@@ -112,7 +112,7 @@ void frmMain::BuildPanels(QWidget* inner) {
     watchdog_->setObjectName("lblWatchDog");
     watchdog_->setAlignment(Qt::AlignCenter);
     QFont small = watchdog_->font();
-    small.setPointSizeF(small.pointSizeF() * 0.8);
+    if (small.pointSizeF() > 0) small.setPointSizeF(small.pointSizeF() * 0.8);
     small.setBold(true);
     watchdog_->setFont(small);
     auto* stack = new QVBoxLayout(panel3D4_);
