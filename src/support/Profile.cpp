@@ -28,33 +28,16 @@ std::string_view TrimTrailingBlanks(std::string_view text) {
     return text;
 }
 
-bool IsDigitIn(char c, unsigned base) {
-    if (c >= '0' && c <= '9') return true;
-    if (base == 16) return (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-    return false;
-}
-
-unsigned DigitValue(char c) {
-    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
-    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
-    return static_cast<unsigned>(c - 'A' + 10);
-}
-
-// Leading blanks, a sign, then decimal digits or "0x" and hex digits; the rest ignored.
+// Leading blanks, a sign, then decimal digits; the rest ignored ("0x1F" is 0: no hex here).
 // Values beyond 32 bits wrap around, as the platform's conversion does.
 int ProfileTextToInt(std::string_view text) {
     std::size_t i = 0;
     while (i < text.size() && (text[i] == ' ' || text[i] == '\t')) ++i;
     bool negative = false;
     if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
-    unsigned base = 10;
-    if (i + 2 < text.size() && text[i] == '0' && (text[i + 1] == 'x' || text[i + 1] == 'X') &&
-        IsDigitIn(text[i + 2], 16)) {
-        base = 16;
-        i += 2;
-    }
     std::uint32_t result = 0;
-    for (; i < text.size() && IsDigitIn(text[i], base); ++i) result = result * base + DigitValue(text[i]);
+    for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i)
+        result = result * 10u + static_cast<std::uint32_t>(text[i] - '0');
     if (negative) result = 0u - result;
     return static_cast<int>(result);
 }

@@ -11,8 +11,8 @@
 std::string GetPrivateProfileString(std::string_view section, std::string_view key,
                                     std::string_view defaultValue, int bufferSize,
                                     std::string_view fileName);
-// The leading decimal integer of the value (sign allowed), or the default when the key is missing;
-// a value without leading digits gives 0.
+// The leading decimal integer of the value (sign allowed; no hex), or the default when the key is
+// missing; a value without leading digits gives 0.
 int GetPrivateProfileInt(std::string_view section, std::string_view key, int defaultValue,
                          std::string_view fileName);
 // An absent key (nullptr) deletes the whole section; an absent value (nullptr) deletes the key.
