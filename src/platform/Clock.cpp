@@ -261,8 +261,15 @@ std::optional<SimulatedClock> CurrentState(StateCache& cache) {
     return cache.state;
 }
 
+// The first and last moments the date type can hold.
+constexpr DateTime kEarliest = -657434.0;
+constexpr DateTime kLatest = 2958465.0 + 86399.0 / 86400.0;
+
 DateTime SimulatedNow(const SimulatedClock& state) {
-    return AddMilliseconds(state.Anchor, (RealUnixNow() - state.AnchorUnix) * state.Speed * 1000.0);
+    const DateTime now = AddMilliseconds(state.Anchor, (RealUnixNow() - state.AnchorUnix) * state.Speed * 1000.0);
+    // A state file with an absurd speed runs off the calendar: it stops at its ends instead.
+    if (std::isnan(now)) return state.Anchor;
+    return now < kEarliest ? kEarliest : now > kLatest ? kLatest : now;
 }
 
 VbError ErrorFromSetter(int err) {
@@ -294,7 +301,7 @@ DateTime LocalDateTimeFromUnix(double unixSeconds) {
 }
 
 double UnixFromLocalDateTime(DateTime value) {
-    if (!std::isfinite(value)) return 0;
+    if (!InDateRange(value)) return 0;
     int64_t days = 0, ms = 0;
     SplitMilliseconds(value, days, ms);
     const CivilTime date = ToCivil(static_cast<double>(days));
@@ -321,7 +328,7 @@ DateTime ClockNow() {
 }
 
 VbError ClockSet(DateTime localDateTime) {
-    if (!std::isfinite(localDateTime)) return VbError(ErrInvalidCall);
+    if (!InDateRange(localDateTime)) return VbError(ErrInvalidCall);
     StateCache& cache = Cache();
     std::lock_guard<std::mutex> guard(cache.lock);
     if (std::optional<SimulatedClock> state = CurrentState(cache)) {
@@ -343,7 +350,7 @@ VbError ClockSet(DateTime localDateTime) {
 }
 
 VbError ClockSimulate(DateTime start, double speed) {
-    if (!std::isfinite(start) || !std::isfinite(speed) || !(speed > 0)) return VbError(ErrInvalidCall);
+    if (!InDateRange(start) || !std::isfinite(speed) || !(speed > 0)) return VbError(ErrInvalidCall);
     StateCache& cache = Cache();
     std::lock_guard<std::mutex> guard(cache.lock);
     return WriteAtomically(StatePath(), StateText({start, RealUnixNow(), speed}));

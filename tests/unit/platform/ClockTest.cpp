@@ -155,10 +155,26 @@ TEST_F(ClockTest, InvalidSpeedIsRefusedAndChangesNothing) {
         EXPECT_EQ(ClockSimulate(start, speed).Number, ErrInvalidCall) << speed;
         EXPECT_FALSE(ClockIsSimulated());
     }
+    // Moments the date type cannot hold are refused too, by both clocks.
+    for (double date : {-657435.0, 2958466.0, 1e300, -1e300, std::nan("")}) {
+        EXPECT_EQ(ClockSimulate(date, 1).Number, ErrInvalidCall) << date;
+        EXPECT_EQ(ClockSet(date).Number, ErrInvalidCall) << date;
+        EXPECT_EQ(UnixFromLocalDateTime(date), 0.0) << date;
+    }
+    EXPECT_EQ(setterCalls, 0);
+    EXPECT_FALSE(ClockIsSimulated());
     ASSERT_FALSE(ClockSimulate(start, 10));
     EXPECT_EQ(ClockSimulate(MakeDateTime(2030, 1, 1, 0, 0, 0), -1).Number, ErrInvalidCall);
+    EXPECT_EQ(ClockSet(1e300).Number, ErrInvalidCall);
     EXPECT_EQ(ClockSpeed(), 10.0);
     EXPECT_NEAR(SecondsBetween(start, ClockNow()), 0.0, 5.0);
+
+    // A hand-edited speed that runs off the calendar stops at its last moment.
+    std::ofstream(PrefixRoot() / "clock.ini", std::ios::trunc)
+        << "[Clock]\nAnchor=2026-11-19 10:03:20\nAnchorUnix=1\nSpeed=1e300\n";
+    ASSERT_TRUE(ClockIsSimulated());
+    EXPECT_EQ(ToCivil(ClockNow()).Year, 9999);
+    EXPECT_TRUE(InDateRange(ClockNow()));
 }
 
 TEST_F(ClockTest, SettingTheSimulatedClockKeepsItsSpeed) {
