@@ -179,7 +179,8 @@ std::string EncodeClass(std::string_view className) {
         for (char c : encoded) hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
         char tail[20];
         std::snprintf(tail, sizeof tail, "~%016llx", static_cast<unsigned long long>(hash));
-        encoded = encoded.substr(0, 140) + tail;
+        encoded.resize(140);
+        encoded += tail;
     }
     return encoded;
 }

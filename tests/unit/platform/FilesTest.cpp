@@ -2,12 +2,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "platform/Files.h"
 #include "platform/Prefix.h"
@@ -77,6 +79,22 @@ TEST_F(FilesTest, MissingFileAndMissingFolderGiveDifferentErrors) {
     EXPECT_EQ(ReadWholeFile("C:\\data\\plain\\inner.txt").Error.Number, ErrPathNotFound);
     EXPECT_EQ(MakeFolderPath("C:\\data\\plain").Number, ErrPathFileAccess);
     EXPECT_STREQ(VbErrorMessage(ReadWholeFile("C:\\data\\none.txt").Error.Number), "File not found");
+}
+
+TEST(VbErrorTest, ClassicNumbersCarryTheirStandardMessages) {
+    const std::pair<int, const char*> classic[] = {
+        {5, "Invalid procedure call or argument"}, {6, "Overflow"}, {9, "Subscript out of range"},
+        {11, "Division by zero"}, {13, "Type mismatch"}, {52, "Bad file name or number"},
+        {53, "File not found"}, {61, "Disk full"}, {62, "Input past end of file"},
+        {70, "Permission denied"}, {75, "Path/File access error"}, {76, "Path not found"}};
+    for (const auto& [number, message] : classic) {
+        EXPECT_STREQ(VbErrorMessage(number), message) << number;
+        EXPECT_EQ(VbError(number).Description, message);
+    }
+    EXPECT_STREQ(VbErrorMessage(12345), "Application-defined or object-defined error");
+    EXPECT_FALSE(VbError().Failed());
+    EXPECT_EQ(VbErrorFromErrno(ENOSPC).Number, ErrDiskFull);
+    EXPECT_EQ(VbErrorFromErrno(EACCES).Number, ErrPermissionDenied);
 }
 
 TEST_F(FilesTest, PermissionDenied) {
