@@ -13,7 +13,7 @@ enum class WindowShow { Normal, Minimised, Hidden };
 VbError StartProgram(std::string_view pathText, std::string_view parameters, WindowShow show);
 
 // Shell "open": a program is started, a document opened with the desktop's viewer (xdg-open).
-// A missing target fails quietly (the result is returned but the spec'd callers ignore it).
+// A missing target fails quietly: the error is returned, and the callers that open documents ignore it.
 VbError ShellOpen(std::string_view pathText, std::string_view parameters);
 
 // The folder of the running program file, or $VOLTARIS_PROGRAM_DIR when set. No trailing separator.

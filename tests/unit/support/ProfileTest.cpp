@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 #include "platform/Files.h"
@@ -223,6 +224,12 @@ TEST_F(ProfileTest, PathTextsResolveThroughThePrefix) {
                                           "C:\\TELVANE\\job1\\setup\\VoltarisSetup.ini"));
     EXPECT_EQ(Read(PrefixDriveFolder('c') / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"),
               "[TagSetup]\r\nTagFile=site.MTG\r\n");
+    // Another spelling of the file's own name rewrites that file: never a second one beside it.
+    ASSERT_TRUE(WritePrivateProfileString("tagsetup", "TagFile", "b.MTG", "c:\\telvane\\JOB1\\Setup\\VOLTARISSETUP.INI"));
+    EXPECT_EQ(Read(PrefixDriveFolder('c') / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"),
+              "[TagSetup]\r\nTagFile=b.MTG\r\n");
+    EXPECT_EQ(std::distance(fs::directory_iterator(PrefixDriveFolder('c') / "Telvane" / "Job1" / "Setup"),
+                            fs::directory_iterator()), 1);
     // A bare name means the Windows folder; the system profile is win.ini there.
     ASSERT_TRUE(WritePrivateProfileString("TelvnV5", "directory", "C:\\Telvane", "win.ini"));
     EXPECT_EQ(GetProfileString("telvnv5", "DIRECTORY", "", 255), "C:\\Telvane");
