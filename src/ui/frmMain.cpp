@@ -197,7 +197,11 @@ void frmMain::SetupGrid(int rows) {
         }
         number->setText(QString::number(r + 1));
     }
-    grid_->horizontalHeader()->setFixedHeight(TwipsToPixelsY(static_cast<int>(GridHeadingRowUnits * GridRowUnitTwips)));
+    const int headingHeight = TwipsToPixelsY(static_cast<int>(GridHeadingRowUnits * GridRowUnitTwips));
+    grid_->horizontalHeader()->setFixedHeight(headingHeight);
+    // Data rows as low as the heading row, but never lower than a line of the grid's font.
+    grid_->verticalHeader()->setMinimumSectionSize(1);
+    grid_->verticalHeader()->setDefaultSectionSize(std::max(headingHeight, grid_->fontMetrics().height() + 4));
     ApplyColumnWidths();
 }
 
@@ -260,7 +264,9 @@ void frmMain::SetWatchdogLabel(bool on) {
     watchdog_->setAutoFillBackground(on);
     QPalette palette = watchdog_->palette();
     palette.setColor(QPalette::Window, on ? QColor(0, 255, 0) : panel3D4_->palette().color(QPalette::Window));
-    palette.setColor(QPalette::WindowText, QColor(0, 0, 0));
+    palette.setColor(QPalette::Active, QPalette::WindowText, QColor(0, 0, 0));
+    palette.setColor(QPalette::Inactive, QPalette::WindowText, QColor(0, 0, 0));
+    palette.setColor(QPalette::Disabled, QPalette::WindowText, QColor(160, 160, 160));
     watchdog_->setPalette(palette);
     watchdog_->update();
 }
