@@ -4,7 +4,6 @@
 
 #include "core/ScanTag.h"
 #include "core/SingleArithmetic.h"
-#include "platform/Clock.h"
 #include "support/Log.h"
 #include "support/VbConvert.h"
 #include "support/VbDate.h"
@@ -34,12 +33,11 @@ std::string SmoothedRateCell(int16_t n, float rate) { return "(" + std::to_strin
 
 }  // namespace
 
-void Input_Calc_Direct(ScanContext& scan, int16_t tag) {
+void Input_Calc_Direct(ScanContext& scan, int16_t tag, DateTime now) {
     constexpr char procedure[] = "Input_Calc_Direct";
     if (!ScanTagInRange(scan, tag)) return ReportError(procedure, VbError(ErrSubscript));
     const TagRecord& record = scan.Setup.TagTable[tag];
     TagValue& value = scan.Values[tag];
-    const DateTime now = ClockNow();
     SingleArithmetic ops;
 
     const float scaled = ops.Mul(value.Current, record.UnitsPerPulse);
@@ -58,13 +56,12 @@ void Input_Calc_Direct(ScanContext& scan, int16_t tag) {
     scan.View.SetGridCell(tag, GridColumnRate, FormatFixed(value.Rate, 2));
 }
 
-void Input_Calc_Total(ScanContext& scan, int16_t tag) {
+void Input_Calc_Total(ScanContext& scan, int16_t tag, DateTime now) {
     constexpr char procedure[] = "Input_Calc_Total";
     if (!ScanTagInRange(scan, tag)) return ReportError(procedure, VbError(ErrSubscript));
     const TagRecord& record = scan.Setup.TagTable[tag];
     TagValue& value = scan.Values[tag];
     const int16_t n = scan.Settings.AverageScans;
-    const DateTime now = ClockNow();
     SingleArithmetic ops;
 
     // The rate is the growth since the meter's previous reading, kept in Previous: Integrated is
@@ -88,13 +85,12 @@ void Input_Calc_Total(ScanContext& scan, int16_t tag) {
     scan.View.SetGridCell(tag, GridColumnRate, SmoothedRateCell(n, value.Rate));
 }
 
-void Input_Calc_Pulse(ScanContext& scan, int16_t tag) {
+void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
     constexpr char procedure[] = "Input_Calc_Pulse";
     if (!ScanTagInRange(scan, tag)) return ReportError(procedure, VbError(ErrSubscript));
     const TagRecord& record = scan.Setup.TagTable[tag];
     TagValue& value = scan.Values[tag];
     const int16_t n = scan.Settings.AverageScans;
-    const DateTime now = ClockNow();
     SingleArithmetic ops;
 
     if (scan.State.StartingUp == 1) {

@@ -59,11 +59,11 @@ void Acquire(ScanContext& scan, int16_t tag, Source from) {
     }
 }
 
-void Calculate(ScanContext& scan, int16_t tag, Calculation calc) {
+void Calculate(ScanContext& scan, int16_t tag, Calculation calc, DateTime now) {
     switch (calc) {
-    case Calculation::Direct: Input_Calc_Direct(scan, tag); break;
-    case Calculation::Total: Input_Calc_Total(scan, tag); break;
-    case Calculation::Pulse: Input_Calc_Pulse(scan, tag); break;
+    case Calculation::Direct: Input_Calc_Direct(scan, tag, now); break;
+    case Calculation::Total: Input_Calc_Total(scan, tag, now); break;
+    case Calculation::Pulse: Input_Calc_Pulse(scan, tag, now); break;
     case Calculation::None: break;
     }
 }
@@ -82,10 +82,12 @@ VbError MeasuredPass(ScanContext& scan) {
         if (scan.Setup.TagTable[n].TagType != TagTypeMeasured) continue;
         const ScanKind kind = KindOf(scan.Setup.TagTable[n].ScanType);
         const auto tag = static_cast<int16_t>(n);
+        // One instant for the reading, its calculation and its time stamp.
+        const DateTime now = ClockNow();
         Acquire(scan, tag, kind.From);
-        Calculate(scan, tag, kind.Calc);
+        Calculate(scan, tag, kind.Calc, now);
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
-        scan.Values[n].LastReadTime = ClockNow();
+        scan.Values[n].LastReadTime = now;
         ShowValues(scan, n);
     }
     return {};

@@ -38,7 +38,7 @@ TEST(InputCalcDirect, ScalesTheReadingIntegratesOverTheSpanAndOutputsTheRate) {
     value.LastReadTime = TestStart();
     f.SetNow(TestStart() + Seconds(1800));
 
-    Input_Calc_Direct(f.Scan(), 4);
+    Input_Calc_Direct(f.Scan(), 4, ScanFixture::Now());
 
     // 10 raw units × 2 per pulse = 20 per hour, for half an hour: 10 more.
     EXPECT_FLOAT_EQ(value.Current, 20.0f);
@@ -61,7 +61,7 @@ TEST(InputCalcTotal, GrowthOverTheHourIsSmoothedIntoTheRate) {
     value.LastReadTime = TestStart();
     f.SetNow(TestStart() + Seconds(3600));
 
-    Input_Calc_Total(f.Scan(), 6);
+    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
 
     const float expected = SmoothSingle(5, 10.0f, 24.0f);  // about 12.33
     EXPECT_FLOAT_EQ(value.Rate, expected);
@@ -74,7 +74,7 @@ TEST(InputCalcTotal, GrowthOverTheHourIsSmoothedIntoTheRate) {
     value.Current = 130;
     value.LastReadTime = TestStart() + Seconds(3600);
     f.SetNow(TestStart() + Seconds(7200));
-    Input_Calc_Total(f.Scan(), 6);
+    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, SmoothSingle(5, expected, 6.0f));
     EXPECT_FLOAT_EQ(value.Integrated, 130.0f);
 }
@@ -90,7 +90,7 @@ TEST(InputCalcTotal, FirstReadingAfterStartUpOnlySetsTheBase) {
     value.LastReadTime = TestStart();
     f.SetNow(TestStart() + Seconds(1));
 
-    Input_Calc_Total(f.Scan(), 6);
+    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, 0.0f);
     EXPECT_FLOAT_EQ(value.Integrated, 5000.0f);
 
@@ -98,7 +98,7 @@ TEST(InputCalcTotal, FirstReadingAfterStartUpOnlySetsTheBase) {
     value.Current = 5010;
     value.LastReadTime = TestStart() + Seconds(1);
     f.SetNow(TestStart() + Seconds(1 + 3600));
-    Input_Calc_Total(f.Scan(), 6);
+    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, SmoothSingle(5, 0.0f, 10.0f));
 }
 
@@ -115,7 +115,7 @@ TEST(InputCalcTotal, FallingTotalKeepsRateAndTime) {
     value.LastReadTime = TestStart();
     f.SetNow(TestStart() + Seconds(30));
 
-    Input_Calc_Total(f.Scan(), 6);
+    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Integrated, 20.0f);
     EXPECT_FLOAT_EQ(value.Rate, 10.0f);
     EXPECT_EQ(value.LastReadTime, TestStart());
@@ -123,7 +123,7 @@ TEST(InputCalcTotal, FallingTotalKeepsRateAndTime) {
     // The replaced meter is the new base: its next growth counts from 20.
     value.Current = 26;
     f.SetNow(TestStart() + Seconds(3600));
-    Input_Calc_Total(f.Scan(), 6);
+    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, SmoothSingle(5, 10.0f, 6.0f));
 }
 
@@ -138,7 +138,7 @@ TEST(InputCalcTotal, GrowthWithinTheSameInstantIsADivisionByZero) {
     value.Rate = 3;
     value.LastReadTime = ScanFixture::Now();
 
-    Input_Calc_Total(f.Scan(), 6);
+    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, 3.0f);
     EXPECT_EQ(f.LogLines(), std::vector<std::string>{"Input_Calc_Total, Error 11/ Division by zero"});
 }
@@ -165,7 +165,7 @@ TEST(InputCalcPulse, IncrementAllowsForRolloverAndReset) {
         value.PulseTime = TestStart();
         f.SetNow(TestStart() + Seconds(3600));
 
-        Input_Calc_Pulse(f.Scan(), 7);
+        Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
         EXPECT_FLOAT_EQ(value.LastGoodDelta, c.increment) << c.previous << " -> " << c.current;
         EXPECT_FLOAT_EQ(value.Integrated, c.increment);
         EXPECT_NEAR(value.Rate, c.increment, 1e-3);  // over one hour, unsmoothed
@@ -184,14 +184,14 @@ TEST(InputCalcPulse, ShortPauseKeepsTheRateLongerPauseDecaysIt) {
     value.PulseTime = TestStart();
 
     f.SetNow(TestStart() + Seconds(20));
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, 12.0f);
     EXPECT_EQ(value.PulseTime, TestStart());
     EXPECT_EQ(f.view.Cell(7, 5), "(5) 12.00 (0.00)");
     EXPECT_EQ(f.view.RowColours[7], ColourBlack);
 
     f.SetNow(TestStart() + Seconds(40));
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, 12.0f * 5 / 6);
     EXPECT_NEAR(value.PulseTime, TestStart() + Seconds(40), Seconds(0.01));
     EXPECT_FLOAT_EQ(value.Integrated, 0.0f);
@@ -213,7 +213,7 @@ TEST(InputCalcPulse, RateLimitAcceptsUpToMaxRateAndSubstitutesAbove) {
     // 100 pulses in the hour: exactly the limit.
     value.Current = 1100;
     f.SetNow(TestStart() + Seconds(3600));
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, 100.0f);
     EXPECT_FLOAT_EQ(value.Integrated, 150.0f);
     EXPECT_EQ(f.view.RowColours[7], ColourBlack);
@@ -222,7 +222,7 @@ TEST(InputCalcPulse, RateLimitAcceptsUpToMaxRateAndSubstitutesAbove) {
     // 100.01 in the next hour: rejected, the last good increment and rate stand in.
     value.Current = 1200.01f;
     f.SetNow(TestStart() + Seconds(7200));
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Rate, 100.0f);
     EXPECT_FLOAT_EQ(value.Integrated, 250.0f);
     EXPECT_FLOAT_EQ(value.LastGoodDelta, 100.0f);
@@ -239,7 +239,7 @@ TEST(InputCalcPulse, RateLimitAcceptsUpToMaxRateAndSubstitutesAbove) {
     // The next plausible increment turns the row black again.
     value.Current = 1250.01f;
     f.SetNow(TestStart() + Seconds(10800));
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_NEAR(value.Rate, 50.0f, 1e-3);
     EXPECT_EQ(f.view.RowColours[7], ColourBlack);
     EXPECT_EQ(f.LogLines().size(), 3u);
@@ -255,7 +255,7 @@ TEST(InputCalcPulse, FirstReadingAfterStartUpOnlySetsTheBase) {
     value.Current = 42;
     value.Rate = 3;
 
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Previous, 42.0f);
     EXPECT_NEAR(value.PulseTime, TestStart(), Seconds(0.01));
     EXPECT_FLOAT_EQ(value.Rate, 3.0f);
@@ -275,7 +275,7 @@ TEST(InputCalcPulse, SmoothingIsSinglePrecision) {
     value.PulseTime = TestStart();
     f.SetNow(TestStart() + Seconds(3600));
 
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
 
     const float increment = 0.4f;
     const float single = SmoothSingle(5, 0.01f, increment);
@@ -296,12 +296,12 @@ TEST(InputCalcPulse, PulseTimeEqualToNowIsLoggedAndLeavesTheTag) {
     value.Current = 15;
     value.Rate = 2;
 
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_FLOAT_EQ(value.Previous, 10.0f);
     EXPECT_FLOAT_EQ(value.Rate, 2.0f);
 
     value.Current = 10;  // no pulses: zero over zero
-    Input_Calc_Pulse(f.Scan(), 7);
+    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
     EXPECT_EQ(f.LogLines(), (std::vector<std::string>{"Input_Calc_Pulse, Error 11/ Division by zero",
                                                        "Input_Calc_Pulse, Error 6/ Overflow"}));
     EXPECT_FALSE(f.view.HasCell(7, 5));
