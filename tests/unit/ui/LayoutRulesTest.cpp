@@ -40,14 +40,6 @@ TEST(MainLayoutTest, TooNarrowOrTooLowKeepsThatDimension) {
     EXPECT_EQ(justOver.Panel3D4.Top, 1001 - 1325);
 }
 
-TEST(MainLayoutTest, WideWindowMovesOnlyTheClockAndStatusPanel) {
-    const MainLayout wide = LayoutMainWindow(InitialMainLayout(), 12000, 4000);
-    EXPECT_EQ(wide.Panel3D4, (TwipsRect{0, 2675, 1800, 645}));
-    EXPECT_EQ(wide.Panel3D2, (TwipsRect{1800, 2675, 11880 - 3600, 645}));
-    EXPECT_EQ(wide.Panel3D1, (TwipsRect{11880 - 1800, 2675, 1800, 645}));
-    EXPECT_DOUBLE_EQ(wide.DataColumnUnits, (11880.0 - 908.0) / 3.0 / 160.0);
-}
-
 TEST(LogWindowLayoutTest, ListFillsTheWindowDownToTheMinimumSize) {
     const LogWindowLayout big = LayoutLogWindow(6000, 4000);
     EXPECT_EQ(big.ListWidth, 5760);
