@@ -26,8 +26,13 @@ public:
     VbError WritePending();
     // Writes the record held in memory, pushes the file to the disk and closes it.
     VbError Close();
-    // The tag setup may have been reloaded while window events ran: take its maths tags again.
-    void SetupMayHaveChanged() { planFor_ = -1; }
+    // The tag setup and settings may have been reloaded while window events ran: take the maths
+    // tags and the store file path again.
+    void SetupMayHaveChanged()
+    {
+        planFor_ = -1;
+        lastYearMonth_ = -1;
+    }
 
 private:
     VbError OpenTarget(const std::string& path);
