@@ -11,6 +11,10 @@ std::string TelvaneHostFolders::JobDataFolder() const { return host_ ? host_->Jo
 
 std::string TelvaneHostFolders::TelvaneFolder() const { return host_ ? host_->TelvaneFolder() : std::string(); }
 
+std::string TelvaneHostFolders::JobSetupFolder() const { return host_ ? host_->JobSetupFolder() : std::string(); }
+
+bool TelvaneHostFolders::V4() const { return host_ && host_->V4(); }
+
 int MonitorTagAccess::MaxTags() const {
     // Never beyond the values actually held, whatever the store file's header claims.
     const int held = static_cast<int>(values_.size()) - 1;

@@ -16,6 +16,7 @@
 #include "files/SetupData.h"
 #include "files/StoreContext.h"
 #include "files/TagValues.h"
+#include "files/UpgradeHost.h"
 #include "net/SocketTrace.h"
 #include "net/TagValueAccess.h"
 #include "platform/DateSerial.h"
@@ -29,12 +30,15 @@ class Telvane;
 struct ScanContext;
 class MonitorTimer;
 
-// The host job's folders as the file procedures ask for them, answered by the host object.
-class TelvaneHostFolders : public HostFolders {
+// The host job's folders as the file procedures and the setup file upgrade ask for them,
+// answered by the host object.
+class TelvaneHostFolders : public HostFolders, public UpgradeHost {
 public:
     explicit TelvaneHostFolders(const std::unique_ptr<Telvane>& host) : host_(host) {}
     std::string JobDataFolder() const override;
     std::string TelvaneFolder() const override;
+    std::string JobSetupFolder() const override;
+    bool V4() const override;
 
 private:
     const std::unique_ptr<Telvane>& host_;

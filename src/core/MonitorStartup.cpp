@@ -6,6 +6,7 @@
 #include "core/ScanContext.h"
 #include "core/SupportHostCalls.h"
 #include "files/StartUpFileInfo.h"
+#include "files/clsVoltarisUpgrade.h"
 #include "host/DdeLinkLabel.h"
 #include "host/Telvane.h"
 #include "net/HostSocketServer.h"
@@ -39,9 +40,13 @@ void Monitor::Form_Load() {
         ddeLabel_ = std::make_unique<DdeLinkLabel>(*lblDDE_);
         Host->DdeLabel(ddeLabel_.get());
 
-        // Where the settings and the tag setup live: the job's setup folder under the current names.
-        State.SetupIniFile = Host->JobSetupFolder() + "\\VoltarisSetup.ini";
-        State.SetupMtgFile = Host->JobSetupFolder() + "\\VoltarisMonitor.mtg";
+        {
+            // Older installations' files move to their current places before anything reads them.
+            clsVoltarisUpgrade upgrade(&folders_);
+            upgrade.Update();
+            State.SetupIniFile = upgrade.SetupIniFile();
+            State.SetupMtgFile = upgrade.SetupMonitorFile();
+        }
 
         ClockSync = std::make_unique<clsClockSync>();
         Watchdog = std::make_unique<clsWatchdog>();

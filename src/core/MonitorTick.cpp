@@ -6,6 +6,7 @@
 #include "core/Monitor.h"
 #include "core/MonitorTrap.h"
 #include "core/ScanContext.h"
+#include "files/CsvImport.h"
 #include "files/HalfHourSave.h"
 #include "files/StartUpFileInfo.h"
 #include "host/Telvane.h"
@@ -154,7 +155,11 @@ void Monitor::RunScan() {
         HalfHourSave(store, ClockNow());
     }
 
-    // The CSV log import runs here once it exists; it runs in "/csv" mode too.
+    // CSV log files are imported whatever the mode.
+    {
+        StoreContext store = Store();
+        CSV_GetData(store);
+    }
     view_.DoEvents();
     if (ended_) return;
 

@@ -46,6 +46,15 @@ TEST_F(MonitorTest, StageOneSetsFlagsPathsAndShowsPleaseWait) {
     EXPECT_EQ(view.GridRows, -1);
 }
 
+TEST_F(MonitorTest, SettingsFileOfAnOlderInstallationIsMovedBeforeItIsRead) {
+    std::filesystem::remove(LocalPath(SetupFolderText + std::string("\\VoltarisSetup.ini")));
+    HostFixture::WriteFile(host.PrefixDir() / "windows" / "Voltaris.ini", "[general]\r\ntimer1scan=10\r\n");
+    Start();
+    EXPECT_EQ(monitor->Settings.ScanSeconds, 10);
+    EXPECT_NE(ReadText(monitor->SetupIniFile()).find("timer1scan=10"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(host.PrefixDir() / "windows" / "Voltaris.ini"));
+}
+
 TEST_F(MonitorTest, FirstTickRunsStageTwoOnceAndNothingElse) {
     WriteSettings(std::string(DefaultSettings) + "errorlog=yes\r\nDiagFile=C:\\diag.txt\r\n");
     host.State().SetReading(HostTable::Tags, 0, 42.5f);
@@ -89,9 +98,14 @@ TEST_F(MonitorTest, CsvModeFillsTheGridWithCsvOnlyAndNeverAcquires) {
     }
     EXPECT_FLOAT_EQ(monitor->Values[1].Current, 0.0f);
 
+    // The CSV import runs in every scan, "/csv" or not.
+    HostFixture::WriteFile(host.ProgramDir() / "vtcsvlog" / "meter.csv", "2026,11,19,20,1,12.5\r\n");
     At(30);
     Tick();
     ASSERT_TRUE(Scanned());
+    EXPECT_FALSE(std::filesystem::exists(host.ProgramDir() / "vtcsvlog" / "meter.csv"));
+    EXPECT_NE(ReadText(host.ProgramDir().string() + "/vtcsvlog/vtcsvlog.log").find("Total = 1, Error = 0"),
+              std::string::npos);
     for (const std::string& text : view.StatusTexts) {
         EXPECT_NE(text, "Calling Input_General");
         EXPECT_NE(text, "Calling Half Hour Save");
