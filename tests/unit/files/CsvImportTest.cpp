@@ -127,6 +127,21 @@ TEST_F(CsvImportTest, CountsLinesAndErrorsAndStoresTheValidOne)
     EXPECT_GE(view.doEvents, 2);
 }
 
+TEST_F(CsvImportTest, EventsAreServedWithoutRunningEveryLine)
+{
+    std::string text;
+    for (int p = 1; p <= 48; ++p)
+        for (int t = 1; t <= 100; ++t)
+            text += "2024,3,7," + std::to_string(p) + "," + std::to_string(t) + ",1\n";
+    Csv("big.csv", text);
+    Scan();
+    // At the first line, then at most once per 256 lines.
+    EXPECT_GE(view.doEvents, 2);
+    EXPECT_LE(view.doEvents, 2 * (1 + 4800 / 256));
+    EXPECT_EQ(view.status.back(), "Processing CSV File big.csv\r\n(4800)");
+    EXPECT_EQ(GetF32(Store("vtrs2403.lum"), SlotAt(7, 48, 100)), 1.0F);
+}
+
 TEST_F(CsvImportTest, CalendarDatesAndTwoDigitYears)
 {
     Csv("dates.csv",

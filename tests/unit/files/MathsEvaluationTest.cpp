@@ -63,9 +63,7 @@ TEST(MathsEvaluationTest, ArithmeticFaults)
     v.integrated[3] = 0;
     EXPECT_EQ(v.Evaluate(Terms({{3, 0, 2.0F}, {4, 4, 1.0F}})).Error.Number, 6);  // 0 / 0
     v.integrated[3] = 3e38F;
-    EXPECT_EQ(v.Evaluate(Terms({{3, 0, 2.0F}})).Error.Number, 6);
     EXPECT_EQ(v.Evaluate(Terms({{3, 0, 1.0F}, {3, 1, 1.0F}})).Error.Number, 6);
-    EXPECT_FALSE(v.Evaluate(Terms({{3, 0, 1.0F}, {3, 2, 1.0F}})).Error.Failed());
     // Term 0 beyond the table: nothing happens.
     const MathsGroupResult none = v.Evaluate(Terms({{200, 0, 1.0F}, {3, 1, 1.0F}}));
     EXPECT_FALSE(none.Error.Failed() || none.SetsIntegrated || none.SetsCurrent);
