@@ -39,11 +39,17 @@ float MathsArithmetic::Div(float a, float b)
     return Check(a / b);
 }
 
-MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags,
-                                    const std::function<float(int)>& integrated,
-                                    const std::function<float(int)>& current)
+MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags, int self,
+                                    const std::function<float(int)>& integratedOf,
+                                    const std::function<float(int)>& currentOf)
 {
     MathsGroupResult r;
+    // The result so far, where the original kept it: in the maths tag's own values.
+    bool integratedSoFar = false;
+    bool currentSoFar = false;
+    float integratedValue = 0;
+    auto integrated = [&](int t) { return t == self && integratedSoFar ? integratedValue : integratedOf(t); };
+    auto current = [&](int t) { return t == self && currentSoFar ? r.Current : currentOf(t); };
     auto takes = [maxTags](const MathsTerm& term) { return term.TermTag < maxTags; };
     if (!takes(terms[0]))
         return r;
@@ -53,7 +59,9 @@ MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int m
     }
     MathsArithmetic ops;
     if (terms[0].TermOp == OpArithmeticGroup) {
-        float value = ops.Mul(terms[0].TermFactor, integrated(terms[0].TermTag));
+        float& value = integratedValue;
+        value = ops.Mul(terms[0].TermFactor, integrated(terms[0].TermTag));
+        integratedSoFar = true;
         for (int k = 1; k < TermCount && !ops.Failed(); ++k) {
             const MathsTerm& term = terms[static_cast<std::size_t>(k)];
             if (!takes(term))
@@ -78,9 +86,9 @@ MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int m
         r.SetsIntegrated = r.SetsCurrent = true;
         r.Integrated = r.Current = value;
     } else if (terms[0].TermOp == OpLogicGroup) {
-        const bool first = StateOn(current(terms[0].TermTag));
         r.SetsCurrent = true;
-        r.Current = first ? 1.0F : 0.0F;
+        r.Current = StateOn(current(terms[0].TermTag)) ? 1.0F : 0.0F;
+        currentSoFar = true;
         if (!takes(terms[1]))
             return r;
         if (terms[1].TermTag < 0) {
@@ -89,10 +97,11 @@ MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int m
             return r;
         }
         const bool second = StateOn(current(terms[1].TermTag));
+        const bool first = StateOn(r.Current);
         switch (terms[1].TermOp) {
         case OpAnd: r.Current = first && second ? 1.0F : 0.0F; break;
         case OpOr: r.Current = first || second ? 1.0F : 0.0F; break;
-        case OpTwoLevelOr: r.Current = first || second ? 2.0F : 0.0F; break;
+        case OpTwoLevelOr: r.Current = StateOn(current(terms[0].TermTag)) || second ? 2.0F : 0.0F; break;
         default: break;
         }
     }

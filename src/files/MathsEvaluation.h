@@ -38,9 +38,9 @@ struct MathsGroupResult {
     float Integrated = 0;
     float Current = 0;
 };
-// integrated(t) and current(t) give a tag's values for 0 <= t < maxTags; self is the maths tag's
-// own values before the evaluation (a term may name the tag itself).
-MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags,
+// integrated(t) and current(t) give a tag's values for 0 <= t < maxTags. A term naming the maths
+// tag itself (self) sees the value worked out so far, as when the result is kept in place.
+MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags, int self,
                                     const std::function<float(int)>& integrated,
                                     const std::function<float(int)>& current);
 

@@ -21,10 +21,10 @@ std::array<MathsTerm, 8> Terms(std::vector<MathsTerm> given)
 struct Values {
     std::vector<float> integrated = std::vector<float>(201, 0.0F);
     std::vector<float> current = std::vector<float>(201, 0.0F);
-    MathsGroupResult Evaluate(const std::array<MathsTerm, 8>& terms)
+    MathsGroupResult Evaluate(const std::array<MathsTerm, 8>& terms, int self = 199)
     {
         return EvaluateMathsGroup(
-            terms, 200, [this](int t) { return integrated[static_cast<std::size_t>(t)]; },
+            terms, 200, self, [this](int t) { return integrated[static_cast<std::size_t>(t)]; },
             [this](int t) { return current[static_cast<std::size_t>(t)]; });
     }
 };
@@ -44,6 +44,10 @@ TEST(MathsEvaluationTest, ArithmeticGroupLeftToRight)
     // A + B x C is (A + B) x C; a term naming tag 200 is skipped, tag 0 counts as 0.
     r = v.Evaluate(Terms({{3, 0, 1.0F}, {4, 1, 1.0F}, {5, 3, 1.0F}, {200, 3, 9.0F}, {0, 1, 5.0F}}));
     EXPECT_EQ(r.Integrated, 1300.0F);
+
+    // A term naming the maths tag itself sees the result so far, not the last scan's value.
+    v.integrated[9] = 50;
+    EXPECT_EQ(v.Evaluate(Terms({{3, 0, 1.0F}, {9, 1, 1.0F}}), 9).Integrated, 200.0F);
 
     // Operands and factors are single precision, every step rounded on its own.
     v.integrated[6] = 16777216.0F;
@@ -81,6 +85,9 @@ TEST(MathsEvaluationTest, LogicGroupStates)
     EXPECT_EQ(logic(7).Current, 2.0F);
     EXPECT_EQ(logic(2).Current, 1.0F);  // an arithmetic code does nothing here
     EXPECT_FALSE(logic(5).SetsIntegrated);
+
+    v.current[9] = 0;
+    EXPECT_EQ(v.Evaluate(Terms({{3, 1, 1.0F}, {9, 5, 1.0F}}), 9).Current, 1.0F);
 
     v.current[3] = 1.0001F;
     EXPECT_EQ(v.Evaluate(Terms({{3, 1, 1.0F}})).Current, 0.0F);
