@@ -1,0 +1,122 @@
+#!/bin/bash
+# Every benchmark of a build, then one table: figure, our result, the baseline measured in the
+# same run, their ratio, the goal and whether it is met.
+#   run-bench.sh BUILD_DIR
+# The bench_* programs of BUILD_DIR/bin are Google Benchmark programs; bench_memory.sh beside
+# this script measures start-up time and resident memory of the running monitor.
+set -u
+here=$(cd "$(dirname "$0")" && pwd)
+build=$(cd "${1:?usage: run-bench.sh BUILD_DIR}" && pwd)
+bin=$build/bin
+work=$(mktemp -d /tmp/vt-benchrun-XXXXXX)
+trap 'rm -rf "$work"' EXIT
+rows=$work/rows
+: > "$rows"
+failed=0
+
+case $(sed -n 's/^CMAKE_BUILD_TYPE:[A-Z]*=//p' "$build/CMakeCache.txt" 2> /dev/null) in
+    Release | RelWithDebInfo) ;;
+    *) echo "warning: $build is not a Release or RelWithDebInfo build; its figures mean little" ;;
+esac
+
+row() { echo "$1|$2|$3|$4|$5|$6" >> "$rows"; }
+verdict() { awk -v r="$1" -v g="$2" 'BEGIN { if (r == "") print "no result"; else print (r <= g ? "pass" : "FAIL") }'; }
+
+# One field of the first benchmark whose name starts with $2, from Google Benchmark's JSON output.
+json_field() {
+    awk -v want="$2" -v field="$3" '
+        /"name":/ { n = $0; sub(/.*"name": *"/, "", n); sub(/".*/, "", n); current = (index(n, want) == 1) }
+        current && $0 ~ "\"" field "\":" { v = $0; sub(/.*: */, "", v); sub(/,$/, "", v); gsub(/"/, "", v); print v; exit }
+    ' "$1"
+}
+
+# A summary line printed by the program itself: "<what> = R (goal at most G): A <unit> against B <unit>".
+summary_rows() {
+    local out=$1 found=0 line what ratio goal ours base
+    while IFS= read -r line; do
+        what=${line%% = *}
+        ratio=$(sed -n 's/.* = \([0-9.]*\) (goal at most.*/\1/p' <<< "$line")
+        goal=$(sed -n 's/.*(goal at most \([0-9.]*\)).*/\1/p' <<< "$line")
+        ours=$(sed -n 's/.*): \([0-9.]* [^ ]*\) against .*/\1/p' <<< "$line")
+        base=$(sed -n 's/.* against \([0-9.]* [^ ]*\).*/\1/p' <<< "$line")
+        row "$what" "$ours" "$base" "$ratio" "<= $goal" "$(verdict "$ratio" "$goal")"
+        found=1
+    done < <(grep ' = [0-9.]* (goal at most [0-9.]*)' "$out")
+    [ "$found" = 1 ]
+}
+
+run_benchmark() {
+    local b=$1 name out json
+    name=$(basename "$b")
+    out=$work/$name.out json=$work/$name.json
+    echo "== $name"
+    "$b" --benchmark_out="$json" --benchmark_out_format=json 2>&1 | tee "$out"
+    [ "${PIPESTATUS[0]}" -eq 0 ] || { row "$name" "-" "-" "-" "-" "FAIL: the program failed"; failed=1; return; }
+    case $name in
+        bench_periodsave)
+            summary_rows "$out" || {
+                local a c
+                a=$(json_field "$json" BM_PeriodSave real_time) c=$(json_field "$json" BM_CopyWithCpAndSync real_time)
+                row "period save, 96 periods x 200 tags, with flush and backup, vs cp + sync" "${a:--} ms" "${c:--} ms" \
+                    "$(awk -v a="$a" -v c="$c" 'BEGIN { if (c > 0) printf "%.2f", a / c }')" "<= 1.5" \
+                    "$(verdict "$(awk -v a="$a" -v c="$c" 'BEGIN { if (c > 0) printf "%.2f", a / c }')" 1.5)"
+            } ;;
+        bench_scan)
+            summary_rows "$out" || {
+                local a c
+                a=$(json_field "$json" BM_InputGeneral cpu_time) c=$(json_field "$json" BM_BareHostCalls cpu_time)
+                row "one full scan of 200 tags vs the bare host reads and writes" "${a:--} us" "${c:--} us" \
+                    "$(awk -v a="$a" -v c="$c" 'BEGIN { if (c > 0) printf "%.2f", a / c }')" "<= 3" \
+                    "$(verdict "$(awk -v a="$a" -v c="$c" 'BEGIN { if (c > 0) printf "%.2f", a / c }')" 3)"
+            } ;;
+        bench_csvimport)
+            local imp par ratio lps
+            imp=$(json_field "$json" BM_MonthBackfill import_s)
+            par=$(json_field "$json" BM_MonthBackfill parse_s)
+            ratio=$(json_field "$json" BM_MonthBackfill import_to_parse)
+            lps=$(json_field "$json" BM_MonthBackfill import_lines_per_s)
+            if [ -n "$ratio" ]; then
+                ratio=$(awk -v r="$ratio" 'BEGIN { printf "%.2f", r }')
+                row "month CSV back-fill (529,728 lines) vs a parse-only pass" "$(awk -v v="$imp" 'BEGIN { printf "%.2f s", v }')" \
+                    "$(awk -v v="$par" 'BEGIN { printf "%.2f s", v }')" "$ratio" "<= 3" "$(verdict "$ratio" 3)"
+                row "month CSV back-fill speed" "$(awk -v v="$lps" 'BEGIN { printf "%.0f lines/s", v }')" \
+                    "$(json_field "$json" BM_MonthBackfill parse_lines_per_s | awk '{ printf "%.0f lines/s", $1 }')" "-" "-" "-"
+            else
+                summary_rows "$out" || row "$name" "-" "-" "-" "-" "no ratio found in its output"
+            fi ;;
+        *)
+            summary_rows "$out" || row "$name" "-" "-" "-" "-" "no ratio found in its output" ;;
+    esac
+}
+
+found=0
+for b in "$bin"/bench_*; do
+    [ -x "$b" ] && [ -f "$b" ] || continue
+    found=1
+    run_benchmark "$b"
+done
+[ "$found" = 1 ] || echo "no bench_* programs in $bin (Google Benchmark missing, or VT_BENCH off?)"
+
+echo "== start-up time and resident memory"
+if ! "$here/bench_memory.sh" "$build" "$rows"; then
+    row "start-up and memory" "-" "-" "-" "-" "FAIL: the measurement did not finish"
+    failed=1
+fi
+
+echo
+echo "Voltaris Monitor benchmarks ($(nproc) cores, $(date '+%Y-%m-%d %H:%M'))"
+{
+    echo "figure|ours|baseline|ratio|goal|result"
+    cat "$rows"
+} | awk -F'|' '
+    { for (i = 1; i <= NF; ++i) { cell[NR, i] = $i; if (length($i) > w[i]) w[i] = length($i) } ; n = NR }
+    END {
+        for (r = 1; r <= n; ++r) {
+            line = ""
+            for (i = 1; i <= 6; ++i) line = line sprintf("%-" w[i] "s", cell[r, i]) (i < 6 ? "  " : "")
+            print line
+            if (r == 1) { sep = ""; for (i = 1; i <= 6; ++i) { s = ""; for (k = 0; k < w[i]; ++k) s = s "-"; sep = sep s (i < 6 ? "  " : "") } print sep }
+        }
+    }'
+grep -q '|FAIL' "$rows" && failed=1
+exit $failed
