@@ -1,0 +1,76 @@
+// The headless view: message boxes answered with their default and logged, and the window's
+// close ending the event loop only when the monitor's closing rule allows it.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include "MonitorFixture.h"
+#include "common/TempPrefix.h"
+#include "core/HeadlessView.h"
+
+namespace {
+
+class CloseRule : public MonitorCommands {
+public:
+    bool Allow = false;
+    int Asked = 0;
+    bool QueryClose() override {
+        ++Asked;
+        return Allow;
+    }
+    void RequestExit() override {}
+    void ReloadSetup() override {}
+    void StartSetupProgram() override {}
+    void StartReportProgram() override {}
+    void ViewLog() override {}
+    AboutInfo About() const override { return {}; }
+};
+
+TEST(HeadlessViewTest, MessagesGetTheirDefaultAnswerAndGoToTheLog) {
+    TempPrefix prefix;
+    HeadlessView view;
+    EXPECT_EQ(view.Ask("Do you wish to terminate?", "Voltaris Monitor", MessageButtons::YesNo, MessageIcon::Exclamation),
+              MessageAnswer::No);
+    EXPECT_EQ(view.Ask("Done", "Voltaris Monitor", MessageButtons::OK, MessageIcon::None), MessageAnswer::OK);
+    view.ShowMessage("Voltaris Monitor is already loaded", "Voltaris Monitor", MessageIcon::Critical);
+    const std::string log = TempPrefix::Read(prefix.ProgramDir() / "voltamon.log");
+    EXPECT_NE(log.find(" - Voltaris Monitor: Do you wish to terminate? (No)\r\n"), std::string::npos) << log;
+    EXPECT_NE(log.find(" - Voltaris Monitor: Voltaris Monitor is already loaded\r\n"), std::string::npos) << log;
+
+    view.SetPanelText(StatusPanel::Panel3D4, " Scan in 3 secs");
+    view.SetStatusText("Calling Input_General");
+    EXPECT_EQ(view.PanelText(StatusPanel::Panel3D4), " Scan in 3 secs");
+    EXPECT_EQ(view.PanelText(StatusPanel::Panel3D2), "Calling Input_General");
+    // Panels never reach the log.
+    EXPECT_EQ(TempPrefix::Read(prefix.ProgramDir() / "voltamon.log"), log);
+}
+
+TEST(HeadlessViewTest, CloseEndsTheEventLoopOnlyWhenTheRuleAllows) {
+    TempPrefix prefix;
+    EnsureCoreApplication();
+    HeadlessView view;
+    CloseRule rule;
+    view.SetCommands(rule);
+
+    QTimer guard;  // a view that never ends the loop fails instead of hanging
+    QObject::connect(&guard, &QTimer::timeout, [] { QCoreApplication::exit(99); });
+    guard.start(5000);
+    QTimer::singleShot(0, [&] {
+        view.CloseMainWindow();  // refused: the loop runs on
+        rule.Allow = true;
+        QTimer::singleShot(0, [&] { view.CloseMainWindow(); });
+    });
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_EQ(rule.Asked, 2);
+    EXPECT_TRUE(view.Closed());
+
+    // Start-up ending the program is no question of the rule, and says so in the exit code.
+    HeadlessView ending;
+    ending.SetCommands(rule);
+    QTimer::singleShot(0, [&] { ending.EndProgram(); });
+    EXPECT_EQ(QCoreApplication::exec(), 1);
+    EXPECT_EQ(rule.Asked, 2);
+}
+
+}  // namespace
