@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+
+#include <cstdlib>
 #include <unistd.h>
 
 #include <atomic>
@@ -212,7 +214,24 @@ struct StateCache {
     timespec modified{};
     timespec changed{};
     std::optional<SimulatedClock> state;  // nothing: the system clock (also when the file is damaged)
+    double checkedAt = -1;                 // monotonic seconds of the last look at the file
+    std::string checkedPrefix;             // $VOLTARIS_PREFIX at that look
 };
+
+// How long "now" may rely on the state file as last seen. The scan asks for the time once per
+// tag; another program's change of the clock is still seen within this.
+constexpr double kRecheckSeconds = 0.02;
+
+double MonotonicSeconds() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
+}
+
+std::string PrefixSetting() {
+    const char* value = std::getenv("VOLTARIS_PREFIX");
+    return value ? value : "";
+}
 
 StateCache& Cache() {
     static auto* cache = new StateCache;  // never destroyed: the clock may be read during exit
@@ -223,6 +242,8 @@ bool SameTime(const timespec& a, const timespec& b) { return a.tv_sec == b.tv_se
 
 // The prefix's simulated clock, or nothing for the real clock. Caller holds the cache lock.
 std::optional<SimulatedClock> CurrentState(StateCache& cache) {
+    cache.checkedAt = MonotonicSeconds();
+    cache.checkedPrefix = PrefixSetting();
     const std::string path = StatePath().string();
     struct stat info {};
     cache.present = ::stat(path.c_str(), &info) == 0;
@@ -322,7 +343,9 @@ DateTime ClockNow() {
     std::optional<SimulatedClock> state;
     {
         std::lock_guard<std::mutex> guard(cache.lock);
-        state = CurrentState(cache);
+        const bool fresh = cache.checkedAt >= 0 && MonotonicSeconds() - cache.checkedAt < kRecheckSeconds &&
+                           cache.checkedPrefix == PrefixSetting();
+        state = fresh ? cache.state : CurrentState(cache);
     }
     return state ? SimulatedNow(*state) : LocalDateTimeFromUnix(RealUnixNow());
 }
@@ -333,6 +356,7 @@ VbError ClockSet(DateTime localDateTime) {
     std::lock_guard<std::mutex> guard(cache.lock);
     if (std::optional<SimulatedClock> state = CurrentState(cache)) {
         // A new anchor at the real now; the speed stays.
+        cache.checkedAt = -1;
         return WriteAtomically(StatePath(), StateText({localDateTime, RealUnixNow(), state->Speed}));
     }
     // A state file that cannot be read shows someone meant to simulate: never fall through to
@@ -353,6 +377,7 @@ VbError ClockSimulate(DateTime start, double speed) {
     if (!InDateRange(start) || !std::isfinite(speed) || !(speed > 0)) return VbError(ErrInvalidCall);
     StateCache& cache = Cache();
     std::lock_guard<std::mutex> guard(cache.lock);
+    cache.checkedAt = -1;
     return WriteAtomically(StatePath(), StateText({start, RealUnixNow(), speed}));
 }
 
@@ -363,6 +388,7 @@ VbError ClockUseReal() {
     cache.valid = false;
     cache.present = false;
     cache.state.reset();
+    cache.checkedAt = -1;
     return {};
 }
 
