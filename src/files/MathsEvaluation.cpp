@@ -108,6 +108,13 @@ MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int m
     return r;
 }
 
+MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags,
+                                    const std::function<float(int)>& integrated,
+                                    const std::function<float(int)>& current)
+{
+    return EvaluateMathsGroup(terms, maxTags, -1, integrated, current);
+}
+
 MathsRowPlan::MathsRowPlan(const std::vector<TagRecord>& tagTable, int maxTags) : maxTags_(maxTags)
 {
     for (int i = 1; i <= maxTags && static_cast<std::size_t>(i) < tagTable.size(); ++i) {

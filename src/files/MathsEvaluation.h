@@ -43,6 +43,11 @@ struct MathsGroupResult {
 MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags, int self,
                                     const std::function<float(int)>& integrated,
                                     const std::function<float(int)>& current);
+// The same without knowing the maths tag's own number: a term naming it sees its value from
+// before the evaluation.
+MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags,
+                                    const std::function<float(int)>& integrated,
+                                    const std::function<float(int)>& current);
 
 // The maths tags of a period record, as the import works them out again: for each online,
 // measured tag with scan type 8, in ascending tag number, row(i) = f0 x row(t0), then for terms
