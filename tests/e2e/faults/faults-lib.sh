@@ -105,7 +105,7 @@ wait_for() {
     "$@"
 }
 
-scan_lines() { grep -c ' - M1,' "$log" 2> /dev/null || true; }
+scan_lines() { if [ -f "$log" ]; then grep -c ' - M1,' "$log"; else echo 0; fi; }
 
 # Error reports in the log's error form: "dd/mm/yy hh:mm:ss - Procedure, Error n/ message".
 error_reports() { grep -E '^[0-9]{2}/[0-9]{2}/[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2} - [A-Za-z_0-9]+, Error [0-9]+/ .+' "$log" 2> /dev/null; }
