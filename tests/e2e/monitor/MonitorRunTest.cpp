@@ -2,7 +2,10 @@
 // vt-mtg, and voltamon --headless under a fast simulated clock across three demand periods of
 // 15 minutes. The store file, the peak table and the host's points must show the monitor's work,
 // and stopping the host must end the monitor.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -78,6 +81,21 @@ bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds t
         std::this_thread::sleep_for(100ms);
     }
     return condition();
+}
+
+// A port nobody listens on just now, so tests running side by side never share one.
+int FreePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    int port = 0;
+    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+        port = ntohs(address.sin_port);
+    if (fd >= 0) ::close(fd);
+    return port;
 }
 
 std::vector<std::string> Split(const std::string& text, char separator) {
@@ -206,7 +224,7 @@ TEST_F(MonitorRun, StoresThreePeriodsWritesBackAndEndsWithTheHost) {
     const Result built = Run(VT_MTG_PROGRAM, {"build", (root / "tags.txt").string(), setupFolder + "\\VoltarisMonitor.mtg"});
     ASSERT_EQ(built.ExitCode, 0) << built.Err;
     WriteAll(Local("Telvane5/Jobs/E2E/Setup/VoltarisSetup.ini"), "[general]\r\nStoreFilePrefix=E2E\r\ntimer1scan=10\r\n");
-    WriteAll(Local("Telvane5/Jobs/E2E/Setup/WinSockets.ini"), "[Sockets]\r\nVoltarisMonitorPortNo=0\r\n");
+    WriteAll(Local("Telvane5/Jobs/E2E/Setup/WinSockets.ini"), "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(FreePort()) + "\r\n");
 
     // Two minutes before a period ends, two minutes of PC time a real second.
     ASSERT_EQ(Host({"clock", "2026-11-19T09:58:00", "120"}).ExitCode, 0);

@@ -3,7 +3,11 @@
 // running and its main window open, a settings file and a tag setup file in the job's setup
 // folder, a simulated PC clock that stands still unless a test moves it, and the monitor itself
 // on a recording view.
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <QCoreApplication>
 #include <filesystem>
@@ -59,6 +63,21 @@ ScanType = 24
 PageNo = 3
 )";
 
+// A port nobody listens on just now, so tests running side by side never share one.
+inline int FreePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    int port = 0;
+    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+        port = ntohs(address.sin_port);
+    if (fd >= 0) ::close(fd);
+    return port;
+}
+
 // The monitor lets events run and its socket server lives on the event loop.
 inline void EnsureCoreApplication() {
     if (QCoreApplication::instance() != nullptr) return;
@@ -81,8 +100,8 @@ protected:
         host.State().SetJobRunning(1);
         RegisterWindow("TelvaneV5", "Telvane", true);
         ClockSimulate(MonitorTestStart(), 1e-9);
-        // An ephemeral port: tests may run side by side.
-        WriteText(SetupFolderText + std::string("\\WinSockets.ini"), "[Sockets]\r\nVoltarisMonitorPortNo=0\r\n");
+        WriteText(SetupFolderText + std::string("\\WinSockets.ini"),
+                  "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(FreePort()) + "\r\n");
         WriteSettings(DefaultSettings);
         WriteTagSetup(DefaultTagSetup);
         CommandLineIs({});
