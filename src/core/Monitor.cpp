@@ -6,39 +6,7 @@
 #include "host/Telvane.h"
 #include "net/HostSocketServer.h"
 #include "platform/Dde.h"
-
-std::string TelvaneHostFolders::JobDataFolder() const { return host_ ? host_->JobDataFolder() : std::string(); }
-
-std::string TelvaneHostFolders::TelvaneFolder() const { return host_ ? host_->TelvaneFolder() : std::string(); }
-
-std::string TelvaneHostFolders::JobSetupFolder() const { return host_ ? host_->JobSetupFolder() : std::string(); }
-
-bool TelvaneHostFolders::V4() const { return host_ && host_->V4(); }
-
-int MonitorTagAccess::MaxTags() const {
-    // Never beyond the values actually held, whatever the store file's header claims.
-    const int held = static_cast<int>(values_.size()) - 1;
-    return setup_.MaxTags < held ? setup_.MaxTags : held;
-}
-
-float MonitorTagAccess::ReadField(int tagNo, TagField field) const {
-    const TagValue& v = values_[static_cast<std::size_t>(tagNo)];
-    switch (field) {
-    case TagField::Integrated: return v.Integrated;
-    case TagField::Rate: return v.Rate;
-    case TagField::Current: return v.Current;
-    }
-    return 0;
-}
-
-void MonitorTagAccess::WriteField(int tagNo, TagField field, float value) {
-    TagValue& v = values_[static_cast<std::size_t>(tagNo)];
-    switch (field) {
-    case TagField::Integrated: v.Integrated = value; break;
-    case TagField::Rate: v.Rate = value; break;
-    case TagField::Current: v.Current = value; break;
-    }
-}
+#include "support/Log.h"
 
 Monitor::Monitor(MonitorView& view, SocketTrace& trace)
     : view_(view),
@@ -50,6 +18,8 @@ Monitor::Monitor(MonitorView& view, SocketTrace& trace)
 
 Monitor::~Monitor() {
     StopTimer();
+    // The log's failure question asks this monitor's view.
+    SetLogFailurePrompt(nullptr, nullptr);
     sckHost_->CloseHostSocket();
     // The host keeps a pointer to the label until it goes.
     if (Host) Host->DdeLabel(nullptr);

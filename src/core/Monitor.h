@@ -10,15 +10,14 @@
 
 #include "core/DdeInputLinks.h"
 #include "core/MonitorCommands.h"
+#include "core/MonitorTagAccess.h"
 #include "core/MonitorView.h"
-#include "files/HostFolders.h"
+#include "core/TelvaneHostFolders.h"
 #include "files/MonitorSettings.h"
 #include "files/SetupData.h"
 #include "files/StoreContext.h"
 #include "files/TagValues.h"
-#include "files/UpgradeHost.h"
 #include "net/SocketTrace.h"
-#include "net/TagValueAccess.h"
 #include "platform/DateSerial.h"
 #include "support/clsClockSync.h"
 #include "support/clsWatchdog.h"
@@ -29,33 +28,6 @@ class HostSocketServer;
 class Telvane;
 struct ScanContext;
 class MonitorTimer;
-
-// The host job's folders as the file procedures and the setup file upgrade ask for them,
-// answered by the host object.
-class TelvaneHostFolders : public HostFolders, public UpgradeHost {
-public:
-    explicit TelvaneHostFolders(const std::unique_ptr<Telvane>& host) : host_(host) {}
-    std::string JobDataFolder() const override;
-    std::string TelvaneFolder() const override;
-    std::string JobSetupFolder() const override;
-    bool V4() const override;
-
-private:
-    const std::unique_ptr<Telvane>& host_;
-};
-
-// The socket server's window on the runtime tag values.
-class MonitorTagAccess : public TagValueAccess {
-public:
-    MonitorTagAccess(const SetupData& setup, TagValues& values) : setup_(setup), values_(values) {}
-    int MaxTags() const override;
-    float ReadField(int tagNo, TagField field) const override;
-    void WriteField(int tagNo, TagField field, float value) override;
-
-private:
-    const SetupData& setup_;
-    TagValues& values_;
-};
 
 class Monitor : public MonitorCommands {
 public:
