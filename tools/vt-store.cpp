@@ -14,17 +14,37 @@
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
+#include "support/Profile.h"
 #include "support/VbConvert.h"
 #include "support/VbText.h"
 
 namespace {
 
-int Usage()
+const char* const UsageText =
+    "usage: vt-store info FILE.lum        print the header and the tags of a monthly store file\n"
+    "       vt-store records FILE.lum     print its period records as CSV: date, period, period end,\n"
+    "                                     flag (0 = first period after start-up), one column per tag\n"
+    "       vt-store peaks SETTINGS.ini   print the table of the 24 highest site totals\n";
+
+int Usage(bool asked)
 {
-    std::cerr << "usage: vt-store info FILE.lum\n"
-                 "       vt-store records FILE.lum\n"
-                 "       vt-store peaks SETTINGS.ini\n";
-    return 2;
+    (asked ? std::cout : std::cerr) << UsageText;
+    return asked ? 0 : 2;
+}
+
+// A tag name as shown: up to its first NUL, without padding.
+std::string ShownName(const std::string& stored)
+{
+    return Trim(stored.substr(0, stored.find('\0')));
+}
+
+std::string TypeText(const StoreTagSummary& tag)
+{
+    if (tag.TagType == TagTypeMeasured)
+        return ScanTypeLabel(tag.ScanType);
+    if (tag.TagType == TagTypeDisplay)
+        return "Display";
+    return "Unknown Tag Type";
 }
 
 struct OpenStore {
@@ -55,6 +75,14 @@ bool Open(const std::string& path, OpenStore& store)
         std::cerr << "vt-store: " << path << " is not a store file: " << problem << "\n";
         return false;
     }
+    store.TagCount = store.Header.MaxTags - 2 - store.Header.CenterCount;
+    if (store.TagCount < 1) {
+        std::cerr << "vt-store: " << path << " holds no tags: " << store.Header.MaxTags << " tag slots less 2 less "
+                  << store.Header.CenterCount << " centers leaves none (the monitor refuses such a file)\n";
+        return false;
+    }
+    if (store.TagCount > store.Header.MaxTags)
+        store.TagCount = store.Header.MaxTags;
     store.Layout = StoreLayout{store.Header.DataStart, store.Header.MaxTags, store.Header.PeriodsPerDay};
     if (length.Value < store.Header.DataStart - 1) {
         std::cerr << "vt-store: " << path << " is not a store file: it ends (" << length.Value
@@ -65,9 +93,6 @@ bool Open(const std::string& path, OpenStore& store)
         std::cerr << "vt-store: " << path << ": cannot read the tag summaries: " << e.Description << "\n";
         return false;
     }
-    store.TagCount = store.Header.MaxTags - 2 - store.Header.CenterCount;
-    if (store.TagCount > store.Header.MaxTags)
-        store.TagCount = store.Header.MaxTags;
     return true;
 }
 
@@ -107,11 +132,12 @@ int Info(const std::string& path)
               << "Tag  Name                      Online  Type  Scan type            In total  Center\n";
     for (int t = 1; t <= h.MaxTags; ++t) {
         const StoreTagSummary& tag = s.Tags[static_cast<std::size_t>(t)];
-        if (tag.Online != 1 && Trim(tag.TagName).empty())
+        const std::string name = ShownName(tag.TagName);
+        if (tag.Online != 1 && name.empty())
             continue;
         char line[160];
-        std::snprintf(line, sizeof line, "%3d  %-24s  %6d  %4d  %-19s  %8d  %6d%s", t, tag.TagName.c_str(),
-                      tag.Online, tag.TagType, ScanTypeLabel(tag.ScanType).c_str(), tag.InTotal, tag.CenterNo,
+        std::snprintf(line, sizeof line, "%3d  %-24s  %6d  %4d  %-19s  %8d  %6d%s", t, name.c_str(), tag.Online,
+                      tag.TagType, TypeText(tag).c_str(), tag.InTotal, tag.CenterNo,
                       t > s.TagCount ? "  (not saved)" : "");
         std::cout << line << "\n";
     }
@@ -147,7 +173,7 @@ int Records(const std::string& path)
     for (int t = 1; t <= s.TagCount; ++t)
         if (s.Tags[static_cast<std::size_t>(t)].Online == 1) {
             columns.push_back(t);
-            std::cout << ',' << CsvField(Trim(s.Tags[static_cast<std::size_t>(t)].TagName));
+            std::cout << ',' << CsvField(ShownName(s.Tags[static_cast<std::size_t>(t)].TagName));
         }
     std::cout << "\n";
     const int periods = s.Header.PeriodsPerDay;
@@ -181,10 +207,18 @@ int Records(const std::string& path)
 
 int Peaks(const std::string& iniPath)
 {
-    if (!FileExists(iniPath)) {
-        std::cerr << "vt-store: cannot open " << iniPath << "\n";
+    if (FolderExists(iniPath)) {
+        std::cerr << "vt-store: cannot open " << iniPath << ": it is a folder\n";
         return 1;
     }
+    if (!FileExists(iniPath)) {
+        std::cerr << "vt-store: cannot open " << iniPath << ": File not found\n";
+        return 1;
+    }
+    // The table reads as zeros when nothing has been saved there; say so rather than look empty.
+    const char* const absent = "\x01";
+    if (GetPrivateProfileString("Peaks", "1PeakValue", absent, 80, iniPath) == absent)
+        std::cerr << "vt-store: " << iniPath << " has no peaks yet (no key 1PeakValue in section [Peaks])\n";
     const std::vector<PeakEntry> peaks = ReadPeaks(iniPath);
     std::cout << "Rank  Site total      Period end\n";
     for (int n = 1; n <= PeakRanks; ++n) {
@@ -201,13 +235,19 @@ int Peaks(const std::string& iniPath)
 int main(int argc, char** argv)
 {
     const std::string command = argc > 1 ? argv[1] : "";
-    if (argc != 3)
-        return Usage();
-    if (command == "info")
-        return Info(argv[2]);
-    if (command == "records")
-        return Records(argv[2]);
-    if (command == "peaks")
+    if (argc == 2 && (command == "--help" || command == "-h" || command == "help"))
+        return Usage(true);
+    const bool known = command == "info" || command == "records" || command == "peaks";
+    if (known && argc == 3) {
+        if (command == "info")
+            return Info(argv[2]);
+        if (command == "records")
+            return Records(argv[2]);
         return Peaks(argv[2]);
-    return Usage();
+    }
+    if (known)
+        std::cerr << "vt-store: '" << command << "' takes one path\n";
+    else if (!command.empty())
+        std::cerr << "vt-store: unknown command '" << command << "'\n";
+    return Usage(false);
 }

@@ -134,7 +134,26 @@ std::string PairText(const PairTable& table)
 
 struct ParseError {
     std::string Message;
+    int Line = 0;  // the line the error belongs to, when not the line being read
 };
+
+// User text as an error message shows it: non-printing bytes as \xHH, long texts cut.
+std::string Shown(const std::string& text)
+{
+    constexpr std::size_t limit = 40;
+    std::string out;
+    for (std::size_t i = 0; i < text.size() && i < limit; ++i) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c < 0x20 || c >= 0x7F) {
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02X", c);
+            out += hex;
+        } else {
+            out += static_cast<char>(c);
+        }
+    }
+    return text.size() > limit ? out + "..." : out;
+}
 
 std::string TrimSpace(const std::string& s)
 {
@@ -168,12 +187,12 @@ int64_t ParseInteger(const std::string& text, int bytes, const std::string& what
     const int bits = 8 * bytes;
     if (text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X')) {
         if (text.size() - 2 > static_cast<std::size_t>(2 * bytes))
-            throw ParseError{text + " has too many hex digits for " + what};
+            throw ParseError{Shown(text) + " has too many hex digits for " + what};
         uint64_t v = 0;
         for (std::size_t i = 2; i < text.size(); ++i) {
             const int d = HexDigit(text[i]);
             if (d < 0)
-                throw ParseError{"'" + text + "' is not a number (" + what + ")"};
+                throw ParseError{"'" + Shown(text) + "' is not a number (" + what + ")"};
             v = (v << 4) | static_cast<uint64_t>(d);
         }
         if (bits < 64 && (v >> (bits - 1)) & 1)
@@ -185,14 +204,14 @@ int64_t ParseInteger(const std::string& text, int bytes, const std::string& what
     if (i < text.size() && (text[i] == '-' || text[i] == '+'))
         negative = text[i++] == '-';
     if (i == text.size())
-        throw ParseError{"'" + text + "' is not a number (" + what + ")"};
+        throw ParseError{"'" + Shown(text) + "' is not a number (" + what + ")"};
     const int64_t low = bits == 64 ? INT64_MIN : -(int64_t{1} << (bits - 1));
     const int64_t high = bits == 64 ? INT64_MAX : (int64_t{1} << (bits - 1)) - 1;
     __int128 v = 0;
     bool huge = false;
     for (; i < text.size(); ++i) {
         if (text[i] < '0' || text[i] > '9')
-            throw ParseError{"'" + text + "' is not a number (" + what + ")"};
+            throw ParseError{"'" + Shown(text) + "' is not a number (" + what + ")"};
         if (v <= static_cast<__int128>(high) + 1)
             v = v * 10 + (text[i] - '0');
         else
@@ -201,7 +220,7 @@ int64_t ParseInteger(const std::string& text, int bytes, const std::string& what
     if (negative)
         v = -v;
     if (huge || v < low || v > high)
-        throw ParseError{text + " is out of range for " + what + " (" + std::to_string(low) + " to " +
+        throw ParseError{Shown(text) + " is out of range for " + what + " (" + std::to_string(low) + " to " +
                          std::to_string(high) + ")"};
     return static_cast<int64_t>(v);
 }
@@ -213,7 +232,7 @@ float ParseFloat(const std::string& text, const std::string& what)
     char* end = nullptr;
     const float v = std::strtof(text.c_str(), &end);
     if (text.empty() || end != text.c_str() + text.size())
-        throw ParseError{"'" + text + "' is not a number (" + what + ")"};
+        throw ParseError{"'" + Shown(text) + "' is not a number (" + what + ")"};
     return v;
 }
 
@@ -309,12 +328,13 @@ public:
     {
         SetupDescriptionResult result;
         image_ = &result.Image;
-        std::istringstream in(text);
+        // A byte order mark, as some editors write one, is not part of the first line.
+        std::istringstream in(text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? text.substr(3) : text);
         std::string raw;
         int lineNo = 0;
         try {
             while (std::getline(in, raw)) {
-                ++lineNo;
+                lineNo_ = ++lineNo;
                 const std::string line = TrimSpace(raw);
                 if (line.empty() || line[0] == '#')
                     continue;
@@ -326,7 +346,8 @@ public:
             lineNo = 0;
             Finish();
         } catch (const ParseError& e) {
-            result.Error = (lineNo > 0 ? "line " + std::to_string(lineNo) + ": " : "") + e.Message;
+            const int at = e.Line > 0 ? e.Line : lineNo;
+            result.Error = (at > 0 ? "line " + std::to_string(at) + ": " : "") + e.Message;
         }
         return result;
     }
@@ -347,8 +368,11 @@ private:
             if (w.size() <= at)
                 throw ParseError{"[" + name + "] needs a number"};
             const int64_t v = ParseInteger(w[at], 4, what);
+            if (high < low)
+                throw ParseError{"[" + Shown(line.substr(1, line.size() - 2)) + "]: there is no " + what +
+                                 " to describe"};
             if (v < low || v > high)
-                throw ParseError{what + " " + w[at] + " is outside " + std::to_string(low) + ".." +
+                throw ParseError{what + " " + Shown(w[at]) + " is outside " + std::to_string(low) + ".." +
                                  std::to_string(high)};
             return static_cast<int>(v);
         };
@@ -358,6 +382,7 @@ private:
             if (headerDone_ || section_ != Section::None)
                 throw ParseError{"[Header] must come first, once"};
             section_ = Section::Header;
+            headerLine_ = lineNo_;
             Expect(w, 1);
         } else {
             if (!headerDone_)
@@ -395,7 +420,7 @@ private:
                 section_ = Section::Trailer;
                 Expect(w, 1);
             } else {
-                throw ParseError{"unknown section [" + name + "]"};
+                throw ParseError{"unknown section [" + Shown(name) + "]"};
             }
             if (section_ != Section::Entry && w.size() > 1)
                 id += " " + std::to_string(index_);
@@ -408,7 +433,7 @@ private:
     static void Expect(const std::vector<std::string>& w, std::size_t count)
     {
         if (w.size() != count)
-            throw ParseError{"unexpected words in section name [" + w[0] + " ...]"};
+            throw ParseError{"unexpected words in section name [" + Shown(w[0]) + " ...]"};
     }
 
     void FinishHeader()
@@ -418,7 +443,8 @@ private:
         const int64_t end = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
         if (end > FixedEntriesOffset)
             throw ParseError{"the counts put the tag records past the fixed entries at offset 112196 (they would end "
-                             "at " + std::to_string(end) + ")"};
+                             "at " + std::to_string(end) + ")",
+                             headerLine_};
         SizeSetupImage(*image_);
         gapLength_ = static_cast<std::size_t>(FixedEntriesOffset - end);
     }
@@ -441,11 +467,11 @@ private:
         const std::string key = TrimSpace(line.substr(0, eq));
         const std::string value = TrimSpace(line.substr(eq + 1));
         if (section_ == Section::None)
-            throw ParseError{"'" + key + "' comes before any section"};
+            throw ParseError{"'" + Shown(key) + "' comes before any section"};
         if (section_ != Section::Trailer && !keys_.insert(key).second)
-            throw ParseError{key + " given twice in [" + sectionName_ + "]"};
+            throw ParseError{Shown(key) + " given twice in [" + sectionName_ + "]"};
         if (!Apply(key, value))
-            throw ParseError{"unknown key '" + key + "' in [" + sectionName_ + "]"};
+            throw ParseError{"unknown key '" + Shown(key) + "' in [" + sectionName_ + "]"};
     }
 
     bool Apply(const std::string& key, const std::string& value)
@@ -565,6 +591,8 @@ private:
     int index_ = 0;
     int entry_ = 0;
     bool headerDone_ = false;
+    int lineNo_ = 0;
+    int headerLine_ = 0;
     std::set<std::string> sections_;
     std::set<std::string> keys_;
     std::string gap_;

@@ -48,19 +48,24 @@ VbResult<SetupFileImage> DecodeSetupFile(std::string_view bytes)
     in.Int16(d.TariffEntryCount);
     in.Int16(d.CenterCount);
     if (in.Failed()) {
-        r.Error = VbError(ErrInputPastEnd, "the file is shorter than its header");
+        r.Error = VbError(ErrInputPastEnd, "it is shorter than the 12-byte header");
+        return r;
+    }
+    // The length first: it is what tells most other files from a tag setup file.
+    if (static_cast<int64_t>(bytes.size()) < FixedEntriesEnd) {
+        r.Error = VbError(ErrInputPastEnd, "it is " + std::to_string(bytes.size()) +
+                                               " bytes long; a tag setup file holds at least " +
+                                               std::to_string(FixedEntriesEnd) +
+                                               " (its fixed entries lie at offset 112196)");
         return r;
     }
     const int64_t tagEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
     if (tagEnd > FixedEntriesOffset) {
-        r.Error = VbError(ErrBadRecordLength, "the counts put the tag records past the fixed entries at offset 112196 "
-                                              "(they end at " + std::to_string(tagEnd) + ")");
-        return r;
-    }
-    if (static_cast<int64_t>(bytes.size()) < FixedEntriesEnd) {
-        r.Error = VbError(ErrInputPastEnd, "the file ends at " + std::to_string(bytes.size()) +
-                                               ", before the end of the fixed entries at " +
-                                               std::to_string(FixedEntriesEnd));
+        r.Error = VbError(ErrBadRecordLength,
+                          "its counts (" + std::to_string(d.TariffCount) + " tariffs of " +
+                              std::to_string(d.TariffEntryCount) + " entries, " + std::to_string(d.CenterCount) +
+                              " centers) put the tag records past the fixed entries at offset 112196 (they end at " +
+                              std::to_string(tagEnd) + ")");
         return r;
     }
     SizeSetupImage(image);

@@ -137,6 +137,18 @@ TEST_F(GetIniDataTest, NumbersAreRoundedHalvesToEven)
     EXPECT_EQ(LogLinesWith("GetIniData, Error 6/ Overflow"), 1);
 }
 
+TEST_F(GetIniDataTest, ValuesAreCutToTheirBufferBeforeUse)
+{
+    // Cut to 9 characters, "2.500000001" is "2.5000000", which rounds to even; the whole would give 3.
+    WriteIni("DiagFile=" + std::string(100, 'd') + "\r\nStoreFilePrefix=" + std::string(90, 'p') +
+                 "\r\nShedMeter=2.500000001\r\nUnShedMeter=3.50000000\r\n");
+    Read();
+    EXPECT_EQ(settings.DiagFile, std::string(79, 'd') + std::string(1, '\0'));
+    EXPECT_EQ(settings.StoreFilePrefix, std::string(79, 'p'));
+    EXPECT_EQ(settings.ShedMeter, 2);
+    EXPECT_EQ(settings.UnShedMeter, 4);
+}
+
 TEST_F(GetIniDataTest, ScanLoggingAndBackupFolder)
 {
     fs::create_directories(root / "prefix" / "drives" / "d" / "Backups");

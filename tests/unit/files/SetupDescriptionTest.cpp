@@ -138,8 +138,13 @@ TEST_F(SetupDescriptionTest, BadDescriptionsSayWhereAndWhy)
         {head + "[Tag 1]\nMaxRate = 1.5kW\n", "line 5: '1.5kW' is not a number (MaxRate)"},
         {head + "[Tag 1]\n[Tag 1]\n", "line 5: section [Tag 1] given twice"},
         {head + "just words\n", "line 4: expected 'Key = value' or '[Section]'"},
-        {"[Header]\nTariffCount = 400\nTariffEntryCount = 20\n",
-         "the counts put the tag records past the fixed entries at offset 112196 (they would end at 694452)"},
+        {"# counts too big\n[Header]\nTariffCount = 400\nTariffEntryCount = 20\n[Tag 1]\n",
+         "line 2: the counts put the tag records past the fixed entries at offset 112196 (they would end at 694452)"},
+        {"[Header]\n[Tariff 0]\n", "line 2: [Tariff 0]: there is no tariff (TariffCount 0) to describe"},
+        {"\xEF\xBB\xBF[Header]\nCenterCount = x\n", "line 2: 'x' is not a number (CenterCount)"},
+        {head + "\x01\x02 = 1\n", "line 4: unknown key '\\x01\\x02' in [Header]"},
+        {head + "[Tag 1]\nOnline = " + std::string(60, '7') + "\n",
+         "line 5: " + std::string(40, '7') + "... is out of range for Online (-32768 to 32767)"},
         {"", "no [Header] section"},
         {head + "[Center 1]\nValue5 = 99999999999999999999999\n",
          "line 5: 99999999999999999999999 is out of range for Value5 (-9223372036854775808 to 9223372036854775807)"},
@@ -164,8 +169,19 @@ TEST_F(SetupDescriptionTest, ToolRoundTrip)
     EXPECT_EQ(ReadBytes(a), ReadBytes(b));
     EXPECT_EQ(ReadBytes(a), Build(ReadBytes(desc)));
 
-    WriteBytes(bad, "[Header]\n[Tag 1]\nOnline = x\n");
+    // A file that is not a tag setup file, and one that is not a description.
     const fs::path err = root / "err.txt";
+    EXPECT_NE(std::system((tool + " dump '" + desc.string() + "' 2> '" + err.string() + "'").c_str()), 0);
+    EXPECT_NE(ReadBytes(err).find("is not a tag setup file: it is " + std::to_string(fs::file_size(desc)) +
+                                  " bytes long; a tag setup file holds at least 114206"),
+              std::string::npos)
+        << ReadBytes(err);
+    EXPECT_NE(std::system((tool + " build '" + a.string() + "' '" + b.string() + "' 2> '" + err.string() + "'").c_str()), 0);
+    EXPECT_NE(ReadBytes(err).find("is not a text description"), std::string::npos) << ReadBytes(err);
+    EXPECT_NE(std::system((tool + " dump '" + (root / "none.MTG").string() + "' 2> '" + err.string() + "'").c_str()), 0);
+    EXPECT_NE(ReadBytes(err).find("none.MTG: No such file or directory"), std::string::npos) << ReadBytes(err);
+
+    WriteBytes(bad, "[Header]\n[Tag 1]\nOnline = x\n");
     EXPECT_NE(std::system((tool + " build '" + bad.string() + "' '" + b.string() + "' 2> '" + err.string() + "'").c_str()), 0);
     EXPECT_NE(ReadBytes(err).find("line 3: 'x' is not a number (Online)"), std::string::npos) << ReadBytes(err);
     EXPECT_EQ(ReadBytes(a), ReadBytes(b)) << "a failed build leaves the old file";

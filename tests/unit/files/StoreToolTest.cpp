@@ -39,6 +39,7 @@ TEST_F(StoreToolTest, PrintsHeaderRecordsAndPeaks)
     MtgImage f(0, 0, 2, 250, 24);
     f.OnlineTag(1, "Incomer, north", 1, 22);
     Put16(f.bytes, f.Tag(1) + 98, 1);
+    f.OnlineTag(2, "Sum", 3, 0);
     f.OnlineTag(3, "Gas", 1, 25);
     WriteBytes(root / "prefix" / "drives" / "c" / "Setup" / "Site.MTG", f.bytes);
     fs::create_directories(root / "prefix" / "drives" / "c" / "Data");
@@ -69,6 +70,9 @@ TEST_F(StoreToolTest, PrintsHeaderRecordsAndPeaks)
     EXPECT_NE(out.find("Tags saved:        196\n"), std::string::npos) << out;
     EXPECT_NE(out.find("  3  Gas"), std::string::npos) << out;
     EXPECT_NE(out.find("From Log File"), std::string::npos) << out;
+    EXPECT_NE(out.find("  2  Sum                            1     3  Display "), std::string::npos) << out;
+    EXPECT_EQ(out.find("\n  4  "), std::string::npos) << "a blank off-line slot is not listed\n" << out;
+    EXPECT_EQ(out.find('\0'), std::string::npos);
 
     ASSERT_EQ(Run("records '" + store + "'"), 0) << err;
     std::istringstream lines(out);
@@ -77,14 +81,18 @@ TEST_F(StoreToolTest, PrintsHeaderRecordsAndPeaks)
     while (std::getline(lines, line))
         all.push_back(line);
     ASSERT_EQ(all.size(), 1u + 29 * 24) << "a header line and 29 days of February 2024";
-    EXPECT_EQ(all[0], "date,period,end,flag,\"Incomer, north\",Gas");
-    EXPECT_EQ(all[1], "2024-02-01,1,01:00,0,0,0");
-    EXPECT_EQ(all[28 * 24 + 23], "2024-02-29,23,23:00,0,2.5,0");
-    EXPECT_EQ(all[29 * 24], "2024-02-29,24,24:00,0,0,0");
+    EXPECT_EQ(all[0], "date,period,end,flag,\"Incomer, north\",Sum,Gas");
+    EXPECT_EQ(all[1], "2024-02-01,1,01:00,0,0,0,0");
+    EXPECT_EQ(all[28 * 24 + 23], "2024-02-29,23,23:00,0,2.5,0,0");
+    EXPECT_EQ(all[29 * 24], "2024-02-29,24,24:00,0,0,0,0");
 
     ASSERT_EQ(Run("peaks 'C:\\Setup\\VoltarisSetup.ini'"), 0) << err;
     EXPECT_NE(out.find("   1  2.5             Feb 29, 24. 23:00\n"), std::string::npos) << out;
     EXPECT_NE(out.find("  24  0               0\n"), std::string::npos) << out;
+    EXPECT_EQ(err, "");
+    WriteBytes(root / "empty.ini", "[general]\r\n");
+    ASSERT_EQ(Run("peaks '" + (root / "empty.ini").string() + "'"), 0);
+    EXPECT_NE(err.find("has no peaks yet"), std::string::npos) << err;
 }
 
 TEST_F(StoreToolTest, RefusesFilesThatAreNotStoreFiles)
@@ -100,9 +108,25 @@ TEST_F(StoreToolTest, RefusesFilesThatAreNotStoreFiles)
     EXPECT_NE(Run("records '" + (root / "bad.lum").string() + "'"), 0);
     EXPECT_NE(err.find("is not a store file: tag data start is 0, the dimensions give"), std::string::npos) << err;
 
+    // A header the monitor would refuse: 12 slots less 2 less 10 centers leaves no tags.
+    Put16(header, 66, 96);
+    Put16(header, 60, 12);
+    Put16(header, 74, 10);
+    const int64_t tagDataStart = 199 + 20 * 62 + 10 * 38 + 12 * 68 + 67 * 30 + 1;
+    Put32(header, 105, tagDataStart);
+    Put32(header, 109, tagDataStart + 12 * (8 + 12 * 96 + 48 + 96));
+    WriteBytes(root / "notags.lum", header);
+    EXPECT_NE(Run("records '" + (root / "notags.lum").string() + "'"), 0);
+    EXPECT_NE(err.find("holds no tags: 12 tag slots less 2 less 10 centers"), std::string::npos) << err;
+
     EXPECT_NE(Run("info '" + (root / "missing.lum").string() + "'"), 0);
     EXPECT_NE(err.find("cannot open"), std::string::npos) << err;
+    EXPECT_NE(Run("peaks '" + (root / "missing.ini").string() + "'"), 0);
+    EXPECT_NE(err.find("missing.ini: File not found"), std::string::npos) << err;
     EXPECT_EQ(Run("frobnicate x"), 2 << 8);
+    EXPECT_NE(err.find("unknown command 'frobnicate'"), std::string::npos) << err;
+    EXPECT_EQ(Run("--help"), 0);
+    EXPECT_NE(out.find("vt-store records FILE.lum"), std::string::npos) << out;
 }
 
 } // namespace
