@@ -87,7 +87,7 @@ start_site() {
     local c=$VOLTARIS_PREFIX/drives/c/Telvane5/Jobs/Bench/Setup
     mkdir -p "$c"
     printf '[general]\r\nStoreFilePrefix=Bench\r\ntimer1scan=5\r\nBackupDir=C:\\VtBackup\r\n' > "$c/VoltarisSetup.ini"
-    printf '[Sockets]\r\nVoltarisMonitorPortNo=0\r\n' > "$c/WinSockets.ini"
+    printf '[Sockets]\r\nVoltarisMonitorPortNo=%d\r\n' $((20000 + $$ % 20000)) > "$c/WinSockets.ini"
 }
 
 # Seconds (3 decimals) from the program's start until the log holds N scan lines of tag 1.

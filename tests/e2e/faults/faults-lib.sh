@@ -76,7 +76,8 @@ start_host() {
         fail "vt-mtg: $(cat "$work/mtg.out")"
     mkdir -p "$jobdir/Setup" "$backupdir"
     printf '[general]\r\nStoreFilePrefix=F\r\ntimer1scan=5\r\nBackupDir=C:\\VtBackup\r\n' > "$jobdir/Setup/VoltarisSetup.ini"
-    printf '[Sockets]\r\nVoltarisMonitorPortNo=0\r\n' > "$jobdir/Setup/WinSockets.ini"
+    # A port of its own, so that monitors of tests running side by side do not collide.
+    printf '[Sockets]\r\nVoltarisMonitorPortNo=%d\r\n' $((20000 + $$ % 20000)) > "$jobdir/Setup/WinSockets.ini"
 }
 
 # start_monitor [SWITCHES...]: voltamon --headless in the background (pid in monpid).

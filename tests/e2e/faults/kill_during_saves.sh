@@ -20,17 +20,19 @@ month=2611 day=2026-11-10
 first_record=$((9 * 96))            # the record of the period ending 10 Nov 00:15
 
 start_host "${day}T00:00:00" 1
-start_monitor
-wait_for 20 test -s "$storedir/F$month.lum" || fail "no store file after start-up"
-stop_monitor
 
-# The clock from midnight at speed; period k ends k periods after t0.
-t0=$(now_ns)
+# The clock from midnight at speed; period k ends k periods after t0. The monitor runs
+# undisturbed until its first save has been copied to the backup folder.
 "$host" clock "${day}T00:00:00" "$speed" > /dev/null || fail "telvane-host clock"
-t0=$(((t0 + $(now_ns)) / 2))
-
+# The real moment the simulated clock stood at midnight, as the clock keeps it.
+t0=$(sed -n 's/^AnchorUnix=\([0-9]*\)\.\([0-9]*\).*/\1 \2/p' "$VOLTARIS_PREFIX/clock.ini" |
+    awk '{ f = substr($2 "000000000", 1, 9); print $1 f }')
+[ -n "$t0" ] || fail "no anchor in the clock file: $(cat "$VOLTARIS_PREFIX/clock.ini")"
+start_monitor
 store_file=$storedir/F$month.lum
 backup_file=$backupdir/F$month.lum
+wait_for 20 eval '[ "$(saved_records $month $day | wc -l)" -ge 1 ] && cmp -s "$store_file" "$backup_file"' ||
+    fail "no period saved and backed up before the kills"
 info=$("$store" info "$(store_path $month)") || fail "vt-store info of the new store file"
 size=$(stat -c %s "$store_file")
 data_start=$(sed -n 's/^Data start: *//p' <<< "$info")
@@ -66,7 +68,9 @@ check_backup() {
 # The kill moment follows the saves: later after a kill that came before the save, earlier after
 # one that came when the backup was already complete, so most kills land inside a save whatever
 # the machine's speed.
-not_saved=0 behind=0 complete=0 centre_ms=10
+not_saved=0 behind=0 complete=0 centre_ms=5
+mkfifo "$work/never"
+exec 9<> "$work/never"
 for i in $(seq "$kills"); do
     alive || start_monitor
     now=$(now_ns)
@@ -74,20 +78,23 @@ for i in $(seq "$kills"); do
     delay_ms=$((centre_ms + RANDOM % 11 - 5))
     target=$((t0 + k * period_ns + delay_ms * 1000000))
     wait_ns=$((target - $(now_ns)))
-    [ "$wait_ns" -gt 0 ] && sleep "$(awk -v n="$wait_ns" 'BEGIN { printf "%.4f", n / 1e9 }')"
+    # A read that times out sleeps without starting a process, so the kill keeps to its moment.
+    [ "$wait_ns" -gt 0 ] && read -r -t "$(printf '%d.%09d' $((wait_ns / 1000000000)) $((wait_ns % 1000000000)))" -u 9
+    killed_at=$(now_ns)
     kill -KILL "$monpid" 2> /dev/null
     wait "$monpid" 2> /dev/null
     monpid=
     problem=$(check_backup) || fail "after kill $i (${delay_ms} ms after the end of period $k): $problem"
     r=$((first_record + k - 1))
+    [ -n "${VT_FAULT_TRACE:-}" ] && echo "kill $i: period $k, aimed ${delay_ms} ms, killed $(((killed_at - t0 - k * period_ns) / 1000000)) ms after its end; records k-2..k+1 $(for d in -2 -1 0 1; do od -An -tf4 -j $((data_offset + (r + d) * record_size + 2)) -N 4 "$store_file"; done | tr -s ' \n' ' '), backup $(tag1_hex "$backup_file" $r)"
     if [ "$(tag1_hex "$store_file" $r)" = 00000000 ]; then
         not_saved=$((not_saved + 1))
-        [ $centre_ms -lt 300 ] && centre_ms=$((centre_ms + 3))
+        [ $centre_ms -lt 500 ] && centre_ms=$((centre_ms + 3))
     elif [ "$(tag1_hex "$backup_file" $r)" = 00000000 ]; then
         behind=$((behind + 1))
     else
         complete=$((complete + 1))
-        [ $centre_ms -gt -30 ] && centre_ms=$((centre_ms - 3))
+        [ $centre_ms -gt -500 ] && centre_ms=$((centre_ms - 3))
     fi
 done
 echo "kills (last aimed ${centre_ms} ms after a period end): $not_saved before the period was saved, $behind after the record was written but before the backup was complete, $complete after both"
@@ -114,14 +121,17 @@ check_records() {
             mean = 0
             for (t = 1; t <= m; ++t) mean += $(4 + t) / t
             mean /= m
+            # Each tag is timed on its own within a scan, so a short integration shows a spread of
+            # a few simulated seconds between tags (0.5 here is 18 s at 100 units an hour).
             for (t = 1; t <= m; ++t) {
                 v = $(4 + t) / t
-                if (v < 0 || v > 25.5 || v < mean * 0.97 || v > mean * 1.03) {
+                if (v < 0 || v > 28 || v < mean * 0.97 - 0.5 || v > mean * 1.03 + 0.5) {
                     print "record " $1 " " $2 ": tag " t " holds " $(4 + t) ", not " t " x " mean ": " $0; bad = 1; exit
                 }
             }
-            # A period the monitor ran through from start to end holds 15 minutes of every rate.
-            if ($4 == 1 && (mean < 23.5 || mean > 25.5)) { print "record " $1 " " $2 ": full period of " mean " units per 100/h"; bad = 1; exit }
+            # A period the monitor ran through holds 15 minutes of every rate, give or take the
+            # scan that crosses its end: at this clock speed a scan held up by 50 ms is a minute late.
+            if ($4 == 1 && (mean < 22 || mean > 28)) { print "record " $1 " " $2 ": full period of " mean " units per 100/h"; bad = 1; exit }
             ++saved; if ($4 == 1) ++full
         }
         END { if (!bad) printf "%d records saved, %d of them whole periods\n", saved, full; exit bad }
