@@ -1,0 +1,144 @@
+// CSV log files dropped into the program folder's vtcsvlog while the monitor runs in November:
+// October's values land in October's store file at their day and period, the maths tag over
+// them is worked out in the same record, the import log notes each file and the files go.
+#include <regex>
+
+#include "ScenarioRun.h"
+
+namespace scenario {
+namespace {
+
+const char* const Site = R"(
+[host]
+generation = 5
+job = Backfill
+
+[meter Incomer]
+point = T1
+kind = rate
+rate = 100
+)";
+
+// Two "From Log File" tags and a maths tag 3 x Boiler + 2 x Chiller.
+const char* const Tags = R"(
+[Header]
+SetupVersion = 250
+PeriodsPerDay = 48
+
+[Tag 1]
+TagName = "Incomer"
+Online = 1
+TagType = 1
+ScanType = 24
+PageNo = 1
+
+[Tag 2]
+TagName = "Boiler"
+Online = 1
+TagType = 1
+ScanType = 25
+
+[Tag 3]
+TagName = "Heat"
+Online = 1
+TagType = 1
+ScanType = 8
+Term0 = 2 0 3
+Term1 = 4 1 2
+
+[Tag 4]
+TagName = "Chiller"
+Online = 1
+TagType = 1
+ScanType = 25
+)";
+
+class CsvBackfill : public ScenarioTest {};
+
+TEST_F(CsvBackfill, PastMonthValuesLandInThatMonthsFileAndTheFilesAreLoggedAndDeleted) {
+    const Seconds november = At(2026, 11, 1, 0, 0);
+    const Seconds october = At(2026, 10, 1, 0, 0);
+    // Slow, within one period: nothing of the monitor's own saving interferes.
+    ASSERT_TRUE(SetClock(At(2026, 11, 10, 10, 2), 10));
+    ASSERT_TRUE(StartHost(Site));
+    ASSERT_TRUE(BuildSetup(Tags));
+    WriteSettings("[general]\nStoreFilePrefix=Csv\ntimer1scan=5\n");
+    monitor_ = StartMonitor();
+    ASSERT_TRUE(WaitStarted("Csv", november));
+
+    // The first scan makes the import folder.
+    const fs::path folder = programDir_ / "vtcsvlog";
+    ASSERT_TRUE(WaitFor([&] { return fs::is_directory(folder) || !Alive(monitor_); }, 20s));
+    ASSERT_TRUE(Alive(monitor_));
+    // Tags in use run 1 to 198 (200 slots less two), so tag 199 is refused; so are period 0 and
+    // a day February 2026 does not have. A two-digit year is this century's.
+    DropFile(folder / "a-october.csv",
+             "2026,10,15,20,2,153.25\r\n"
+             "26,10,31,48,4,12.5\r\n"
+             "2026,10,15,20,4,40\r\n"
+             "2026,10,15,0,2,1\r\n"
+             "2026,10,15,21,199,1\r\n"
+             "2026,2,29,1,2,1\r\n");
+    // Letter case of the name does not matter.
+    DropFile(folder / "B-Extra.CSV", "2026,10,1,1,2,7.5\r\n");
+
+    const fs::path importLog = folder / "vtcsvlog.log";
+    ASSERT_TRUE(WaitFor(
+        [&] {
+            return (!fs::exists(folder / "a-october.csv") && !fs::exists(folder / "B-Extra.CSV") &&
+                    ReadAll(importLog).find("b-extra.csv") != std::string::npos) ||
+                   !Alive(monitor_);
+        },
+        30s))
+        << "import log: " << ReadAll(importLog);
+    ASSERT_TRUE(Alive(monitor_));
+    EXPECT_FALSE(fs::exists(folder / "a-october.csv"));
+    EXPECT_FALSE(fs::exists(folder / "B-Extra.CSV"));
+
+    // One line a file, in name order: "dd/mm/yy hh:mm:ss - <path in lower case>, Total = n, Error = e".
+    const std::vector<std::string> logLines = Lines(ReadAll(importLog));
+    ASSERT_GE(logLines.size(), 2u) << ReadAll(importLog);
+    const std::regex stamp(R"(^\d\d/\d\d/\d\d \d\d:\d\d:\d\d - .*)");
+    EXPECT_TRUE(std::regex_match(logLines[0], stamp)) << logLines[0];
+    EXPECT_TRUE(std::regex_match(logLines[0], std::regex(R"(.* - [^A-Z]*[\\/]vtcsvlog[\\/]a-october\.csv, Total = 6, Error = 3$)")))
+        << logLines[0];
+    EXPECT_TRUE(std::regex_match(logLines[1], std::regex(R"(.* - [^A-Z]*[\\/]vtcsvlog[\\/]b-extra\.csv, Total = 1, Error = 0$)")))
+        << logLines[1];
+
+    // October's file, made for the import.
+    const StoreRecords oct = Records(StoreFile("Csv", october));
+    ASSERT_TRUE(oct.Ok) << oct.Error;
+    ASSERT_EQ(oct.Columns, (std::vector<std::string>{"Incomer", "Boiler", "Heat", "Chiller"}));
+    std::map<std::pair<std::string, int>, std::vector<double>> expected{
+        {{"2026-10-15", 20}, {0, 153.25, 3 * 153.25 + 2 * 40.0, 40}},
+        {{"2026-10-31", 48}, {0, 0, 2 * 12.5, 12.5}},
+        {{"2026-10-01", 1}, {0, 7.5, 3 * 7.5, 0}},
+    };
+    for (const auto& [key, record] : oct.Rows) {
+        SCOPED_TRACE("October, " + key.first + " period " + std::to_string(key.second));
+        const auto it = expected.find(key);
+        if (it == expected.end()) {
+            EXPECT_EQ(record.Flag, 0);
+            for (double value : record.Values) EXPECT_EQ(value, 0.0);
+            continue;
+        }
+        EXPECT_EQ(record.Flag, 1);
+        EXPECT_EQ(record.Values, it->second);
+    }
+    EXPECT_EQ(oct.Rows.size(), 31u * 48u);
+
+    // Nothing of it in November's file, no file for the refused February line.
+    const StoreRecords nov = Records(StoreFile("Csv", november));
+    ASSERT_TRUE(nov.Ok) << nov.Error;
+    for (const auto& [key, record] : nov.Rows) {
+        SCOPED_TRACE("November, " + key.first + " period " + std::to_string(key.second));
+        EXPECT_EQ(record.Flag, 0);
+        for (double value : record.Values) EXPECT_EQ(value, 0.0);
+    }
+    EXPECT_FALSE(fs::exists(StoreFileLocal("Csv", At(2026, 2, 1, 0, 0))));
+    EXPECT_TRUE(Alive(monitor_));
+    EXPECT_EQ(MainLog().find(", Error "), std::string::npos) << MainLog();
+}
+
+}  // namespace
+}  // namespace scenario

@@ -1,0 +1,189 @@
+// A whole simulated day of 48 demand periods: a constant rate, a running total, a pulse counter
+// that wraps several times, and a maths tag over the rate and the pulses. Every record of the day
+// is checked against what the meters delivered.
+#include <algorithm>
+#include <cmath>
+
+#include "ScenarioRun.h"
+
+namespace scenario {
+namespace {
+
+constexpr double Speed = 1080;       // a simulated day in 80 s
+constexpr int ScanSeconds = 20;
+constexpr double SteadyRate = 600;   // host reading 150 x 4 units per pulse
+constexpr double RunningRate = 900;
+constexpr double RunningStart = 5000;
+constexpr double PulseRate = 600;    // 1200 pulses of 0.5 an hour; the counter wraps every 4 h 10 min
+constexpr double UnitsPerPulse = 0.5;
+
+const char* const Site = R"(
+[host]
+generation = 5
+job = Day
+
+[meter Steady]
+point = T1
+kind = rate
+rate = 150
+
+[meter Running]
+point = T2
+kind = total
+rate = 900
+start = 5000
+
+[meter Pulses]
+point = T3
+kind = pulse
+rate = 600
+units per pulse = 0.5
+rollover = 5000
+)";
+
+const char* const Tags = R"(
+[Header]
+SetupVersion = 250
+PeriodsPerDay = 48
+
+[Tag 1]
+TagName = "Steady"
+Online = 1
+TagType = 1
+ScanType = 24
+PageNo = 1
+UnitsPerPulse = 4
+InTotal = 1
+
+[Tag 2]
+TagName = "Running"
+Online = 1
+TagType = 1
+ScanType = 28
+PageNo = 2
+
+[Tag 3]
+TagName = "Pulses"
+Online = 1
+TagType = 1
+ScanType = 22
+PageNo = 3
+UnitsPerPulse = 0.5
+RolloverValue = 5000
+InTotal = 1
+
+[Tag 4]
+TagName = "Combined"
+Online = 1
+TagType = 1
+ScanType = 8
+Term0 = 1 0 2
+Term1 = 3 1 0.5
+)";
+
+class Day : public ScenarioTest {};
+
+TEST_F(Day, EveryPeriodOfTheDayHoldsWhatTheMetersDelivered) {
+    const Seconds day = At(2026, 11, 19, 0, 0);
+    // Slow while the programs start, so start-up falls in the first period of the day.
+    ASSERT_TRUE(SetClock(At(2026, 11, 19, 0, 4), 60));
+    const Seconds hostBefore = Clock();
+    ASSERT_TRUE(StartHost(Site));
+    const Seconds hostAfter = Clock();
+    ASSERT_TRUE(BuildSetup(Tags));
+    WriteSettings("[general]\nStoreFilePrefix=Day\ntimer1scan=" + std::to_string(ScanSeconds) + "\nLogScans=1\n");
+
+    const Seconds monitorBefore = Clock();
+    monitor_ = StartMonitor();
+    ASSERT_TRUE(WaitStarted("Day", day));
+    const Seconds monitorAfter = Clock();
+    ASSERT_LT(monitorAfter, day + 1800) << "start-up took the whole first period";
+    ASSERT_TRUE(SpeedUp(Speed));
+    // Past midnight and the save of the day's last period.
+    ASSERT_TRUE(RunUntil(day + 86400 + 120, 150s));
+    // The host stops before the next day's first period ends; the monitor ends with it.
+    ASSERT_EQ(Host({"stop"}).ExitCode, 0);
+    EXPECT_EQ(WaitExit(host_, 10s), 0);
+    EXPECT_EQ(WaitExit(monitor_, 10s), 0);
+
+    const StoreRecords records = Records(StoreFile("Day", day));
+    ASSERT_TRUE(records.Ok) << records.Error;
+    ASSERT_EQ(records.Columns, (std::vector<std::string>{"Steady", "Running", "Pulses", "Combined"}));
+    const std::string date = DateText(day);
+
+    // Tolerances. A period is saved by the first scan after its end, so the stored quantity spans
+    // from one such scan to the next: 30 minutes, longer or shorter by at most the largest gap
+    // between two scans (measured from the scan log, whole-second stamps) plus E for the stamps'
+    // rounding and the moment between a scan's reading and its save. Host meters are moreover
+    // updated ten times a real second, so a reading may be up to L simulated seconds old (one
+    // host update interval at this speed, three allowed for a busy machine). The sum over the day
+    // telescopes: its error is that of its two ends, however many periods lie between.
+    const std::vector<Seconds> stamps = ScanStamps();
+    ASSERT_GT(stamps.size(), 86400u / ScanSeconds / 2) << "too few scans logged";
+    Seconds gap = 0;
+    for (std::size_t i = 1; i < stamps.size(); ++i) gap = std::max(gap, stamps[i] - stamps[i - 1]);
+    ASSERT_LE(gap, 300) << "the monitor went " << gap << " simulated seconds without a scan; the machine is too "
+                        << "busy for the bounds below to say anything";
+    const double E = 5;
+    const double L = 3 * 0.1 * Speed;
+    const double steadyTolerance = SteadyRate * (gap + 2 * E) / 3600;
+    const double pulseTolerance = PulseRate * (gap + 2 * E + L) / 3600 + UnitsPerPulse;
+    const double runningTolerance = RunningRate * (gap + 2 * E + L) / 3600;
+
+    // The first period after start-up: partial, flagged 0, from start-up to its end.
+    const Record* first = records.Find(date, 1);
+    ASSERT_NE(first, nullptr);
+    {
+        SCOPED_TRACE("period 1, the one running at start-up");
+        EXPECT_EQ(first->Flag, 0);
+        const double longest = (day + 1800 + gap + E - monitorBefore) / 3600.0;
+        const double shortest = (day + 1800 - E - monitorAfter) / 3600.0;
+        EXPECT_GE(first->Values[0], SteadyRate * shortest);
+        EXPECT_LE(first->Values[0], SteadyRate * longest);
+        EXPECT_GE(first->Values[2], PulseRate * (shortest - L / 3600) - UnitsPerPulse);
+        EXPECT_LE(first->Values[2], PulseRate * (longest + L / 3600) + UnitsPerPulse);
+        // A total tag stores the meter's reading: the start plus what flowed since the host began.
+        EXPECT_GE(first->Values[1], RunningStart + RunningRate * (day + 1800 - E - L - hostAfter) / 3600);
+        EXPECT_LE(first->Values[1], RunningStart + RunningRate * (day + 1800 + gap + E - hostBefore) / 3600);
+    }
+
+    double steadySum = 0, pulseSum = 0;
+    for (int period = 1; period <= 48; ++period) {
+        SCOPED_TRACE("period " + std::to_string(period));
+        const Record* record = records.Find(date, period);
+        ASSERT_NE(record, nullptr);
+        const double steady = record->Values[0], running = record->Values[1], pulses = record->Values[2],
+                     combined = record->Values[3];
+        // Maths: 2 x Steady + 0.5 x Pulses, each step in single precision.
+        const float expected = static_cast<float>(2.0f * static_cast<float>(steady)) +
+                               static_cast<float>(0.5f * static_cast<float>(pulses));
+        EXPECT_FLOAT_EQ(static_cast<float>(combined), expected);
+        if (period == 1) continue;
+        EXPECT_EQ(record->Flag, 1);
+        EXPECT_NEAR(steady, SteadyRate / 2, steadyTolerance);
+        EXPECT_NEAR(pulses, PulseRate / 2, pulseTolerance);
+        // Whole pulses of 0.5.
+        EXPECT_DOUBLE_EQ(pulses * 2, std::round(pulses * 2));
+        const double before = records.Find(date, period - 1)->Values[1];
+        EXPECT_NEAR(running - before, RunningRate / 2, runningTolerance);
+        steadySum += steady;
+        pulseSum += pulses;
+    }
+    // Periods 2 to 48: 23.5 hours.
+    EXPECT_NEAR(steadySum, SteadyRate * 23.5, steadyTolerance);
+    EXPECT_NEAR(pulseSum, PulseRate * 23.5, pulseTolerance);
+    EXPECT_NEAR(records.Find(date, 48)->Values[1] - records.Find(date, 1)->Values[1], RunningRate * 23.5,
+                runningTolerance);
+
+    // Nothing anywhere else in the month: not before start-up, not on the next day.
+    for (const auto& [key, record] : records.Rows) {
+        if (key.first == date) continue;
+        SCOPED_TRACE(key.first + " period " + std::to_string(key.second));
+        EXPECT_EQ(record.Flag, 0);
+        for (double value : record.Values) EXPECT_EQ(value, 0.0);
+    }
+    EXPECT_EQ(MainLog().find(", Error "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace scenario

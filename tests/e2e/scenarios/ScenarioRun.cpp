@@ -1,0 +1,397 @@
+#include "ScenarioRun.h"
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace scenario {
+
+namespace {
+
+long long DaysFromCivil(int y, int m, int d) {
+    y -= m <= 2;
+    const long long era = (y >= 0 ? y : y - 399) / 400;
+    const unsigned yoe = static_cast<unsigned>(y - era * 400);
+    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + static_cast<long long>(doe) - 719468;
+}
+
+void CivilFromDays(long long z, int& y, int& m, int& d) {
+    z += 719468;
+    const long long era = (z >= 0 ? z : z - 146096) / 146097;
+    const unsigned doe = static_cast<unsigned>(z - era * 146097);
+    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
+    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
+    const unsigned mp = (5 * doy + 2) / 153;
+    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
+    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
+    y = static_cast<int>(static_cast<long long>(yoe) + era * 400 + (m <= 2));
+}
+
+std::string Tail(const std::string& text, std::size_t count) {
+    return text.size() <= count ? text : "..." + text.substr(text.size() - count);
+}
+
+std::string Trimmed(std::string text) {
+    while (!text.empty() && (text.back() == '\r' || text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    return text;
+}
+
+}  // namespace
+
+Seconds At(int year, int month, int day, int hour, int minute, int second) {
+    return DaysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+}
+
+std::string Iso(Seconds value) {
+    int y = 0, m = 0, d = 0;
+    const long long days = value >= 0 ? value / 86400 : (value - 86399) / 86400;
+    CivilFromDays(days, y, m, d);
+    const long long s = value - days * 86400;
+    char text[96];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", y, m, d, static_cast<int>(s / 3600),
+                  static_cast<int>(s / 60 % 60), static_cast<int>(s % 60));
+    return text;
+}
+
+std::string DateText(Seconds value) { return Iso(value).substr(0, 10); }
+
+bool ParseIso(const std::string& text, Seconds& value) {
+    int y, mo, d, h, mi, s;
+    if (std::sscanf(text.c_str(), "%d-%d-%dT%d:%d:%d", &y, &mo, &d, &h, &mi, &s) != 6) return false;
+    value = At(y, mo, d, h, mi, s);
+    return true;
+}
+
+bool ParseLogStamp(const std::string& text, Seconds& value) {
+    int y, mo, d, h, mi, s;
+    if (text.size() < 17 || std::sscanf(text.c_str(), "%2d/%2d/%2d %2d:%2d:%2d", &d, &mo, &y, &h, &mi, &s) != 6)
+        return false;
+    value = At(2000 + y, mo, d, h, mi, s);
+    return true;
+}
+
+std::string ReadAll(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+void WriteAll(const fs::path& path, const std::string& text) {
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+void DropFile(const fs::path& path, const std::string& text) {
+    const fs::path temp = path.parent_path() / (path.filename().string() + ".part");
+    WriteAll(temp, text);
+    fs::rename(temp, path);
+}
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    std::string part;
+    std::istringstream in(text);
+    while (std::getline(in, part, separator)) parts.push_back(part);
+    return parts;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+    std::vector<std::string> lines = Split(text, '\n');
+    for (std::string& line : lines)
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+    return lines;
+}
+
+bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (condition()) return true;
+        std::this_thread::sleep_for(50ms);
+    }
+    return condition();
+}
+
+int StoreRecords::Column(const std::string& name) const {
+    for (std::size_t i = 0; i < Columns.size(); ++i)
+        if (Columns[i] == name) return static_cast<int>(i);
+    return -1;
+}
+
+const Record* StoreRecords::Find(const std::string& date, int period) const {
+    const auto it = Rows.find({date, period});
+    return it == Rows.end() ? nullptr : &it->second;
+}
+
+void ScenarioTest::SetUp() {
+    // Lower-case letters only: the monitor writes some paths in lower case.
+    static unsigned counter = 0;
+    for (;;) {
+        char name[64];
+        std::snprintf(name, sizeof name, "/tmp/vt-scenario-%x-%x-%x", static_cast<unsigned>(::getpid()), ++counter,
+                      static_cast<unsigned>(std::chrono::steady_clock::now().time_since_epoch().count() & 0xffff));
+        root_ = name;
+        if (fs::create_directory(root_)) break;
+    }
+    programDir_ = root_ / "program";
+    fs::create_directories(root_ / "prefix");
+    fs::create_directories(programDir_);
+    ::setenv("VOLTARIS_PREFIX", (root_ / "prefix").c_str(), 1);
+    ::setenv("VOLTARIS_PROGRAM_DIR", programDir_.c_str(), 1);
+    // Headless whatever the machine running the tests has.
+    ::unsetenv("DISPLAY");
+    ::unsetenv("WAYLAND_DISPLAY");
+}
+
+void ScenarioTest::TearDown() {
+    if (HasFailure()) std::fprintf(stderr, "%s\n", Diagnostics().c_str());
+    for (pid_t& pid : others_) WaitExit(pid, 0ms);
+    WaitExit(monitor_, 0ms);
+    WaitExit(host_, 0ms);
+    std::error_code ec;
+    fs::remove_all(root_, ec);
+}
+
+pid_t ScenarioTest::Start(const std::string& program, const std::vector<std::string>& args, const std::string& name) {
+    const std::string out = (root_ / (name + ".out")).string();
+    const std::string err = (root_ / (name + ".err")).string();
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        if (!std::freopen(out.c_str(), "w", stdout) || !std::freopen(err.c_str(), "w", stderr)) ::_exit(126);
+        std::vector<std::string> copy = args;
+        std::vector<char*> argv;
+        std::string path = program;
+        argv.push_back(path.data());
+        for (std::string& a : copy) argv.push_back(a.data());
+        argv.push_back(nullptr);
+        ::execv(program.c_str(), argv.data());
+        ::_exit(127);
+    }
+    return pid;
+}
+
+int ScenarioTest::WaitExit(pid_t& pid, std::chrono::milliseconds timeout) {
+    if (pid <= 0) return -1;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    int status = 0;
+    for (;;) {
+        if (::waitpid(pid, &status, WNOHANG) == pid) {
+            pid = 0;
+            return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        }
+        if (std::chrono::steady_clock::now() >= deadline) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, &status, 0);
+            pid = 0;
+            return -1;
+        }
+        std::this_thread::sleep_for(10ms);
+    }
+}
+
+bool ScenarioTest::Alive(pid_t& pid) {
+    if (pid <= 0) return false;
+    int status = 0;
+    if (::waitpid(pid, &status, WNOHANG) == pid) {
+        pid = 0;
+        return false;
+    }
+    return true;
+}
+
+Result ScenarioTest::Run(const std::string& program, const std::vector<std::string>& args,
+                         std::chrono::milliseconds timeout) {
+    const std::string name = "run" + std::to_string(++runs_);
+    pid_t pid = Start(program, args, name);
+    Result r;
+    r.ExitCode = WaitExit(pid, timeout);
+    r.Out = ReadAll(root_ / (name + ".out"));
+    r.Err = ReadAll(root_ / (name + ".err"));
+    fs::remove(root_ / (name + ".out"));
+    fs::remove(root_ / (name + ".err"));
+    return r;
+}
+
+bool ScenarioTest::SetClock(Seconds start, double speed) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", speed);
+    const Result r = Host({"clock", Iso(start), text});
+    EXPECT_EQ(r.ExitCode, 0) << r.Err;
+    return r.ExitCode == 0;
+}
+
+Seconds ScenarioTest::Clock() {
+    Seconds now = 0;
+    const Result r = Host({"clock"});
+    EXPECT_TRUE(ParseIso(Trimmed(r.Out), now)) << r.Out << r.Err;
+    return now;
+}
+
+bool ScenarioTest::SpeedUp(double speed) { return SetClock(Clock() + 1, speed); }
+
+bool ScenarioTest::StartHost(const std::string& scenarioText) {
+    WriteAll(root_ / "site.scn", scenarioText);
+    host_ = Start(TELVANE_HOST_PROGRAM, {"run", "--scenario", (root_ / "site.scn").string()}, "host");
+    std::map<std::string, std::string> status;
+    const bool running = WaitFor(
+        [&] {
+            if (!Alive(host_)) return true;
+            status.clear();
+            for (const std::string& line : Lines(Host({"status"}).Out)) {
+                const std::size_t colon = line.find(": ");
+                if (colon != std::string::npos) status[line.substr(0, colon)] = line.substr(colon + 2);
+            }
+            return status["job running"] == "yes";
+        },
+        30s);
+    if (!running || host_ == 0) {
+        ADD_FAILURE() << "the host job did not start";
+        return false;
+    }
+    setupFolder_ = status["job setup folder"];
+    dataFolder_ = status["job data folder"];
+    setupLocal_ = status["job setup folder (local)"];
+    dataLocal_ = status["job data folder (local)"];
+    return !setupFolder_.empty() && !dataFolder_.empty();
+}
+
+bool ScenarioTest::BuildSetup(const std::string& description) {
+    WriteAll(root_ / "tags.txt", description);
+    const Result r = Run(VT_MTG_PROGRAM, {"build", (root_ / "tags.txt").string(), setupFolder_ + "\\VoltarisMonitor.mtg"});
+    EXPECT_EQ(r.ExitCode, 0) << r.Err;
+    return r.ExitCode == 0;
+}
+
+void ScenarioTest::WriteSettings(const std::string& text) {
+    std::string crlf;
+    for (char c : text) {
+        if (c == '\n') crlf += '\r';
+        crlf += c;
+    }
+    WriteAll(SettingsFile(), crlf);
+    // No listening port: scenarios may run side by side.
+    WriteAll(setupLocal_ / "WinSockets.ini", "[Sockets]\r\nVoltarisMonitorPortNo=0\r\n");
+}
+
+pid_t ScenarioTest::StartMonitor(const std::vector<std::string>& switches, const std::string& name) {
+    std::vector<std::string> args{"--headless"};
+    args.insert(args.end(), switches.begin(), switches.end());
+    return Start(VOLTAMON_PROGRAM, args, name);
+}
+
+std::string ScenarioTest::StoreFile(const std::string& storePrefix, Seconds month) const {
+    const std::string iso = Iso(month);
+    return dataFolder_ + "\\Voltaris\\" + storePrefix + iso.substr(2, 2) + iso.substr(5, 2) + ".lum";
+}
+
+fs::path ScenarioTest::StoreFileLocal(const std::string& storePrefix, Seconds month) const {
+    const std::string iso = Iso(month);
+    return dataLocal_ / "Voltaris" / (storePrefix + iso.substr(2, 2) + iso.substr(5, 2) + ".lum");
+}
+
+bool ScenarioTest::WaitStarted(const std::string& storePrefix, Seconds month, std::chrono::milliseconds timeout) {
+    // Stage 2 checks the month's store file (creating it) before its first acquisition pass.
+    const fs::path store = StoreFileLocal(storePrefix, month);
+    const bool started = WaitFor(
+        [&] {
+            if (!Alive(monitor_)) return true;
+            std::error_code ec;
+            return fs::file_size(store, ec) >= 200 && !ec;
+        },
+        timeout);
+    if (!started || monitor_ == 0) {
+        ADD_FAILURE() << "the monitor did not start (store file " << store << ")";
+        return false;
+    }
+    return true;
+}
+
+bool ScenarioTest::RunUntil(Seconds target, std::chrono::milliseconds timeout) {
+    bool reached = false;
+    WaitFor(
+        [&] {
+            if (!Alive(monitor_)) return true;
+            reached = Clock() >= target;
+            return reached;
+        },
+        timeout);
+    if (monitor_ == 0) ADD_FAILURE() << "the monitor ended before " << Iso(target);
+    else if (!reached) ADD_FAILURE() << "the clock did not reach " << Iso(target) << " in time";
+    return reached && monitor_ != 0;
+}
+
+StoreRecords ScenarioTest::Records(const std::string& storeFileText) {
+    StoreRecords records;
+    const Result r = Run(VT_STORE_PROGRAM, {"records", storeFileText});
+    if (r.ExitCode != 0) {
+        records.Error = "vt-store records " + storeFileText + ": " + r.Err;
+        return records;
+    }
+    const std::vector<std::string> lines = Lines(r.Out);
+    if (lines.empty()) {
+        records.Error = "vt-store records gave nothing";
+        return records;
+    }
+    const std::vector<std::string> head = Split(lines[0], ',');
+    if (head.size() < 4 || head[0] != "date" || head[3] != "flag") {
+        records.Error = "unexpected heading: " + lines[0];
+        return records;
+    }
+    records.Columns.assign(head.begin() + 4, head.end());
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        if (lines[i].empty()) continue;
+        const std::vector<std::string> fields = Split(lines[i], ',');
+        if (fields.size() != head.size()) {
+            records.Error = "line of another width: " + lines[i];
+            return records;
+        }
+        Record record;
+        record.Flag = std::stoi(fields[3]);
+        for (std::size_t c = 4; c < fields.size(); ++c) record.Values.push_back(std::stod(fields[c]));
+        records.Rows[{fields[0], std::stoi(fields[1])}] = record;
+    }
+    records.Ok = true;
+    return records;
+}
+
+std::string ScenarioTest::MainLog() const {
+    std::string text;
+    for (int generation = 4; generation >= 1; --generation)
+        text += ReadAll(programDir_ / ("voltamon.@0" + std::to_string(generation)));
+    return text + ReadAll(programDir_ / "voltamon.log");
+}
+
+std::vector<Seconds> ScenarioTest::ScanStamps() const {
+    std::vector<Seconds> stamps;
+    for (const std::string& line : Lines(MainLog())) {
+        // "19/11/26 10:00:20 - M1,600.00,3.33,600.00;M2,..."
+        if (line.size() < 22 || line.compare(17, 5, " - M1") != 0) continue;
+        Seconds stamp = 0;
+        if (ParseLogStamp(line, stamp)) stamps.push_back(stamp);
+    }
+    return stamps;
+}
+
+std::string ScenarioTest::Diagnostics() const {
+    std::string text;
+    for (const char* name : {"host.out", "host.err", "monitor.out", "monitor.err", "second.out", "second.err"}) {
+        const std::string content = ReadAll(root_ / name);
+        if (!content.empty()) text += std::string("== ") + name + "\n" + Tail(content, 2000) + "\n";
+    }
+    std::string log;
+    for (const std::string& line : Lines(ReadAll(programDir_ / "voltamon.log")))
+        if (line.find(" - M1,") == std::string::npos) log += line + "\n";
+    if (!log.empty()) text += "== voltamon.log (without scan lines)\n" + Tail(log, 4000) + "\n";
+    return text;
+}
+
+}  // namespace scenario

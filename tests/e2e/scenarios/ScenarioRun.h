@@ -1,0 +1,117 @@
+#pragma once
+// The monitor as users run it, one scenario a test: a fresh prefix and program folder, the
+// stand-in host started with a scenario of simulated meters, a tag setup built with vt-mtg,
+// voltamon --headless under the prefix's simulated clock, and the files read back with vt-store.
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace scenario {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+struct Result {
+    int ExitCode = -1;  // -1: still running at the deadline (then killed)
+    std::string Out;
+    std::string Err;
+};
+
+// Simulated date-times as whole seconds of a civil calendar (1970-01-01T00:00:00 is 0); the
+// prefix's clock is local time, so no time zone enters.
+using Seconds = long long;
+Seconds At(int year, int month, int day, int hour, int minute, int second = 0);
+std::string Iso(Seconds value);  // "2026-11-19T10:00:00"
+bool ParseIso(const std::string& text, Seconds& value);
+// "19/11/26 10:00:00", the stamp of the monitor's logs.
+bool ParseLogStamp(const std::string& text, Seconds& value);
+std::string DateText(Seconds value);  // "2026-11-19"
+
+std::string ReadAll(const fs::path& path);
+void WriteAll(const fs::path& path, const std::string& text);
+// Written under another name and renamed, so a scanning monitor never sees half a file.
+void DropFile(const fs::path& path, const std::string& text);
+std::vector<std::string> Split(const std::string& text, char separator);
+std::vector<std::string> Lines(const std::string& text);  // without CR
+bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
+
+// One period record of vt-store records: its flag and one value per column of the tags in use.
+struct Record {
+    int Flag = -1;
+    std::vector<double> Values;
+};
+
+struct StoreRecords {
+    bool Ok = false;
+    std::string Error;
+    std::vector<std::string> Columns;  // tag names, in tag number order
+    std::map<std::pair<std::string, int>, Record> Rows;  // (date, period)
+    int Column(const std::string& name) const;  // index into Values, -1 when absent
+    const Record* Find(const std::string& date, int period) const;
+};
+
+class ScenarioTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // A program of the build, waited for up to timeout.
+    Result Run(const std::string& program, const std::vector<std::string>& args,
+               std::chrono::milliseconds timeout = 30s);
+    Result Host(const std::vector<std::string>& args) { return Run(TELVANE_HOST_PROGRAM, args); }
+    pid_t Start(const std::string& program, const std::vector<std::string>& args, const std::string& name);
+
+    // The prefix clock. SetClock runs it from start at speed; SpeedUp keeps its time (moving it
+    // on by under a second) and changes the speed.
+    bool SetClock(Seconds start, double speed);
+    Seconds Clock();
+    bool SpeedUp(double speed);
+
+    // The host with scenario text, waited for until its job runs; learns the job's folders.
+    bool StartHost(const std::string& scenarioText);
+    // The tag setup file of the job from a vt-mtg description; settings file text (LF becomes CR LF).
+    bool BuildSetup(const std::string& description);
+    void WriteSettings(const std::string& text);
+    fs::path SettingsFile() const { return setupLocal_ / "VoltarisSetup.ini"; }
+
+    // voltamon --headless with extra switches; Started waits until stage 2 has checked the store file.
+    pid_t StartMonitor(const std::vector<std::string>& switches = {}, const std::string& name = "monitor");
+    bool WaitStarted(const std::string& storePrefix, Seconds month, std::chrono::milliseconds timeout = 60s);
+    // Until the clock reaches target while the monitor runs; false if it ended or time ran out.
+    bool RunUntil(Seconds target, std::chrono::milliseconds timeout);
+    bool Alive(pid_t& pid);
+    // The exit code of a started program within timeout (-1: still running, then killed).
+    int WaitExit(pid_t& pid, std::chrono::milliseconds timeout);
+
+    // The store file of a month: its path text and the vt-store records of it.
+    std::string StoreFile(const std::string& storePrefix, Seconds month) const;
+    fs::path StoreFileLocal(const std::string& storePrefix, Seconds month) const;
+    StoreRecords Records(const std::string& storeFileText);
+
+    // The main log with its older generations, oldest first.
+    std::string MainLog() const;
+    // The stamps of the scan-log lines (LogScans = 1) of the main log, in order.
+    std::vector<Seconds> ScanStamps() const;
+    // What went wrong, for failure messages: the programs' output and the logs' tails.
+    std::string Diagnostics() const;
+
+    fs::path root_;
+    fs::path programDir_;
+    std::string setupFolder_;  // path texts of the job
+    std::string dataFolder_;
+    fs::path setupLocal_;
+    fs::path dataLocal_;
+    pid_t host_ = 0;
+    pid_t monitor_ = 0;
+    std::vector<pid_t> others_;
+    int runs_ = 0;
+};
+
+}  // namespace scenario

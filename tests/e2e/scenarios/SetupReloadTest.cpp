@@ -1,0 +1,154 @@
+// The tag setup file saved again while the monitor runs: a tag renamed and a tag added. The next
+// scan reloads it: the store file's tag section and records carry the new setup, the new tag is
+// scanned and saved, and the monitor runs on.
+#include <algorithm>
+#include <thread>
+
+#include "ScenarioRun.h"
+
+namespace scenario {
+namespace {
+
+constexpr double Speed = 240;
+constexpr int ScanSeconds = 10;
+constexpr double IncomerRate = 400;  // 100 a quarter hour
+constexpr double FeederRate = 200;   // 50 a quarter hour
+
+const char* const Site = R"(
+[host]
+generation = 5
+job = Reload
+
+[meter Incomer]
+point = T1
+kind = rate
+rate = 400
+
+[meter Feeder]
+point = T2
+kind = rate
+rate = 200
+)";
+
+const char* const Before = R"(
+[Header]
+SetupVersion = 250
+PeriodsPerDay = 96
+
+[Tag 1]
+TagName = "Incomer"
+Online = 1
+TagType = 1
+ScanType = 24
+PageNo = 1
+)";
+
+const char* const After = R"(
+[Header]
+SetupVersion = 250
+PeriodsPerDay = 96
+
+[Tag 1]
+TagName = "Incomer A"
+Online = 1
+TagType = 1
+ScanType = 24
+PageNo = 1
+
+[Tag 2]
+TagName = "Feeder"
+Online = 1
+TagType = 1
+ScanType = 24
+PageNo = 2
+)";
+
+class SetupReload : public ScenarioTest {};
+
+TEST_F(SetupReload, ChangedSetupFileIsReloadedByTheNextScanAndTheMonitorRunsOn) {
+    const Seconds day = At(2026, 11, 19, 0, 0);
+    ASSERT_TRUE(SetClock(At(2026, 11, 19, 10, 4), 60));
+    ASSERT_TRUE(StartHost(Site));
+    ASSERT_TRUE(BuildSetup(Before));
+    const auto firstBuild = std::chrono::system_clock::now();
+    WriteSettings("[general]\nStoreFilePrefix=Rel\ntimer1scan=" + std::to_string(ScanSeconds) + "\nLogScans=1\n");
+    monitor_ = StartMonitor();
+    ASSERT_TRUE(WaitStarted("Rel", day));
+    ASSERT_LT(Clock(), At(2026, 11, 19, 10, 15)) << "start-up took the whole first period";
+    ASSERT_TRUE(SpeedUp(Speed));
+    const std::string store = StoreFile("Rel", day);
+    {
+        const Result info = Run(VT_STORE_PROGRAM, {"info", store});
+        ASSERT_EQ(info.ExitCode, 0) << info.Err;
+        EXPECT_NE(info.Out.find("Incomer"), std::string::npos) << info.Out;
+        EXPECT_EQ(info.Out.find("Feeder"), std::string::npos) << info.Out;
+    }
+
+    // Into period 42 (10:15 to 10:30), then the setup program saves the file again. The monitor
+    // compares modification times in whole seconds, so the new file is a second younger at least.
+    ASSERT_TRUE(RunUntil(At(2026, 11, 19, 10, 17), 30s));
+    std::this_thread::sleep_until(firstBuild + 1100ms);
+    ASSERT_TRUE(BuildSetup(After));
+    const Seconds rewritten = Clock();
+
+    // The next scan reloads: the store file's tag section shows the new names.
+    std::string info;
+    EXPECT_TRUE(WaitFor(
+        [&] {
+            info = Run(VT_STORE_PROGRAM, {"info", store}).Out;
+            return info.find("Feeder") != std::string::npos || !Alive(monitor_);
+        },
+        20s))
+        << info;
+    ASSERT_TRUE(Alive(monitor_));
+    const Seconds seen = Clock();
+    // A scan interval, and half a real second for this polling.
+    EXPECT_LE(seen - rewritten, ScanSeconds + 0.5 * Speed) << "the reload waited for more than a scan";
+    EXPECT_NE(info.find("Incomer A"), std::string::npos) << info;
+
+    // Two more saves: 10:30 (period 42, the reload in it) and 10:45 (period 43, wholly after it).
+    ASSERT_TRUE(RunUntil(At(2026, 11, 19, 10, 46), 30s));
+    ASSERT_EQ(Host({"stop"}).ExitCode, 0);
+    EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor should have run on until the host stopped";
+
+    const StoreRecords records = Records(store);
+    ASSERT_TRUE(records.Ok) << records.Error;
+    ASSERT_EQ(records.Columns, (std::vector<std::string>{"Incomer A", "Feeder"}));
+    // As in the other scenarios: a quarter hour, give or take the largest gap between scans.
+    const std::vector<Seconds> stamps = ScanStamps();
+    ASSERT_GT(stamps.size(), 20u);
+    Seconds gap = 0;
+    for (std::size_t i = 1; i < stamps.size(); ++i) gap = std::max(gap, stamps[i] - stamps[i - 1]);
+    const double hours = (gap + 10) / 3600.0;
+
+    const std::string date = DateText(day);
+    const Record* p41 = records.Find(date, 41);
+    const Record* p42 = records.Find(date, 42);
+    const Record* p43 = records.Find(date, 43);
+    ASSERT_TRUE(p41 && p42 && p43);
+    EXPECT_EQ(p41->Flag, 0);  // running at start-up
+    EXPECT_GT(p41->Values[0], 0.0);
+    EXPECT_EQ(p41->Values[1], 0.0);
+    EXPECT_EQ(p42->Flag, 1);
+    EXPECT_NEAR(p42->Values[0], IncomerRate / 4, IncomerRate * hours);
+    EXPECT_GT(p42->Values[1], 0.0) << "the added tag was not scanned in the period of the reload";
+    EXPECT_EQ(p43->Flag, 1);
+    EXPECT_NEAR(p43->Values[0], IncomerRate / 4, IncomerRate * hours);
+    EXPECT_NEAR(p43->Values[1], FeederRate / 4, FeederRate * hours);
+
+    // The scan log: the added tag is scanned after the reload, and never before it.
+    bool before = false, after = false;
+    for (const std::string& line : Lines(MainLog())) {
+        Seconds stamp = 0;
+        if (line.find(" - M1,") == std::string::npos || !ParseLogStamp(line, stamp)) continue;
+        const bool withFeeder = line.find(";M2,") != std::string::npos;
+        if (stamp < rewritten) before = before || withFeeder;
+        if (stamp > seen) after = after || withFeeder;
+    }
+    EXPECT_FALSE(before);
+    EXPECT_TRUE(after);
+    EXPECT_EQ(MainLog().find(", Error "), std::string::npos);
+}
+
+}  // namespace
+}  // namespace scenario

@@ -1,0 +1,105 @@
+// How the monitor ends: with the host job, or, when the host's main window goes while its job
+// still runs, by asking the host to close ("APPCLOSE" to its tray window) and ending after it.
+#include <chrono>
+
+#include "ScenarioRun.h"
+
+namespace scenario {
+namespace {
+
+constexpr double Speed = 10;  // a tick of the monitor every 100 ms
+
+const char* const Site = R"(
+[host]
+generation = 5
+job = Shutdown
+
+[meter Incomer]
+point = T1
+kind = rate
+rate = 100
+)";
+
+const char* const Tags = R"(
+[Header]
+SetupVersion = 250
+PeriodsPerDay = 48
+
+[Tag 1]
+TagName = "Incomer"
+Online = 1
+TagType = 1
+ScanType = 24
+PageNo = 1
+)";
+
+class Shutdown : public ScenarioTest {
+protected:
+    void StartBoth(const std::string& settings) {
+        ASSERT_TRUE(SetClock(At(2026, 11, 19, 10, 2), Speed));
+        ASSERT_TRUE(StartHost(Site));
+        ASSERT_TRUE(BuildSetup(Tags));
+        WriteSettings("[general]\nStoreFilePrefix=End\ntimer1scan=5\nLogScans=1\n" + settings);
+        monitor_ = StartMonitor();
+        ASSERT_TRUE(WaitStarted("End", At(2026, 11, 1, 0, 0)));
+        // A few scans.
+        ASSERT_TRUE(WaitFor([&] { return ScanStamps().size() >= 3 || !Alive(monitor_); }, 20s));
+        ASSERT_TRUE(Alive(monitor_)) << "the monitor ended by itself";
+    }
+
+    // The host's main window closed while its job goes on: its entry leaves the prefix's window
+    // registry (<prefix>/run/windows, one file a window, "class=" on its first line).
+    void CloseHostMainWindow() {
+        int removed = 0;
+        for (const auto& entry : fs::directory_iterator(root_ / "prefix" / "run" / "windows")) {
+            if (ReadAll(entry.path()).rfind("class=TelvaneV5\n", 0) == 0) {
+                fs::remove(entry.path());
+                ++removed;
+            }
+        }
+        ASSERT_EQ(removed, 1) << "no main window of the host in the registry";
+        const std::string windows = Host({"status"}).Out;
+        ASSERT_NE(windows.find("job running: yes"), std::string::npos) << windows;
+        ASSERT_EQ(windows.find("TelvaneV5"), std::string::npos) << windows;
+    }
+};
+
+TEST_F(Shutdown, HostStopEndsTheMonitorWithinATickOrTwo) {
+    ASSERT_NO_FATAL_FAILURE(StartBoth(""));
+    const Result stop = Host({"stop"});
+    ASSERT_EQ(stop.ExitCode, 0) << stop.Err;
+    const auto stopped = std::chrono::steady_clock::now();
+    EXPECT_EQ(WaitExit(host_, 10s), 0);
+    EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor did not end with the host";
+    // A tick is 100 ms here; two and the process's own ending, with room for a busy machine.
+    EXPECT_LT(std::chrono::steady_clock::now() - stopped, 2s);
+    EXPECT_EQ(MainLog().find(", Error "), std::string::npos);
+}
+
+TEST_F(Shutdown, HostMainWindowGoneAsksTheHostToCloseAndTheMonitorEndsAfterIt) {
+    ASSERT_NO_FATAL_FAILURE(StartBoth(""));  // SCADArun reads "yes" by default
+    ASSERT_NO_FATAL_FAILURE(CloseHostMainWindow());
+    // The next scan's auto close finds the window gone while the job runs: the closing rule
+    // posts APPCLOSE to the host's tray window, the host ends its job, the monitor follows.
+    EXPECT_EQ(WaitExit(host_, 15s), 0) << "the host was not asked to close";
+    EXPECT_NE(ReadAll(root_ / "host.out").find("close requested (APPCLOSE)"), std::string::npos)
+        << ReadAll(root_ / "host.out");
+    EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor did not end after the host";
+}
+
+TEST_F(Shutdown, WithoutAutoCloseBothRunOnWhenTheHostMainWindowGoes) {
+    ASSERT_NO_FATAL_FAILURE(StartBoth("SCADArun=no\n"));
+    ASSERT_NO_FATAL_FAILURE(CloseHostMainWindow());
+    const std::size_t scans = ScanStamps().size();
+    // Four more scans (5 simulated seconds apart).
+    ASSERT_TRUE(WaitFor([&] { return ScanStamps().size() >= scans + 4 || !Alive(monitor_); }, 20s));
+    EXPECT_TRUE(Alive(monitor_));
+    EXPECT_TRUE(Alive(host_));
+    EXPECT_EQ(ReadAll(root_ / "host.out").find("APPCLOSE"), std::string::npos);
+    // The host's stop still ends it.
+    ASSERT_EQ(Host({"stop"}).ExitCode, 0);
+    EXPECT_EQ(WaitExit(monitor_, 10s), 0);
+}
+
+}  // namespace
+}  // namespace scenario
