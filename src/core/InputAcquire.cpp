@@ -1,7 +1,7 @@
 #include "core/InputAcquire.h"
 
 #include "core/ScanTag.h"
-#include "core/SingleArithmetic.h"
+#include "support/SingleArithmetic.h"
 #include "support/Log.h"
 #include "support/VbConvert.h"
 #include "support/VbText.h"

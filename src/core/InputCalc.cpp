@@ -3,7 +3,7 @@
 #include <string>
 
 #include "core/ScanTag.h"
-#include "core/SingleArithmetic.h"
+#include "support/SingleArithmetic.h"
 #include "support/Log.h"
 #include "support/VbConvert.h"
 #include "support/VbDate.h"

@@ -6,7 +6,7 @@
 #include "core/InputCalc.h"
 #include "core/MathsGrouping.h"
 #include "core/ScanTag.h"
-#include "core/SingleArithmetic.h"
+#include "support/SingleArithmetic.h"
 #include "platform/Clock.h"
 #include "support/Log.h"
 #include "support/VbConvert.h"

@@ -15,7 +15,7 @@ void Input_MathsGrouping(ScanContext& scan, int16_t tag) {
             return 0.0f;
         };
         const MathsGroupResult result = EvaluateMathsGroup(
-            scan.Setup.TagTable[tag].MathsTerms, scan.Setup.MaxTags,
+            scan.Setup.TagTable[tag].MathsTerms, scan.Setup.MaxTags, tag,
             [&lookup](int t) { return lookup(t, &TagValue::Integrated); },
             [&lookup](int t) { return lookup(t, &TagValue::Current); });
         error = outside ? VbError(ErrSubscript) : result.Error;

@@ -22,23 +22,6 @@ bool StateOn(float value) { return value == 1.0F; }
 
 } // namespace
 
-float MathsArithmetic::Check(float value)
-{
-    if (!std::isfinite(value) && !error_.Failed())
-        error_ = VbError(ErrOverflow);
-    return value;
-}
-
-float MathsArithmetic::Div(float a, float b)
-{
-    if (b == 0) {
-        if (!error_.Failed())
-            error_ = VbError(a == 0 || std::isnan(a) ? ErrOverflow : ErrDivisionByZero);
-        return 0;
-    }
-    return Check(a / b);
-}
-
 MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags, int self,
                                     const std::function<float(int)>& integratedOf,
                                     const std::function<float(int)>& currentOf)
@@ -57,7 +40,7 @@ MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int m
         r.Error = VbError(ErrSubscript);
         return r;
     }
-    MathsArithmetic ops;
+    SingleArithmetic ops;
     if (terms[0].TermOp == OpArithmeticGroup) {
         float& value = integratedValue;
         value = ops.Mul(terms[0].TermFactor, integrated(terms[0].TermTag));
@@ -108,13 +91,6 @@ MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int m
     return r;
 }
 
-MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags,
-                                    const std::function<float(int)>& integrated,
-                                    const std::function<float(int)>& current)
-{
-    return EvaluateMathsGroup(terms, maxTags, -1, integrated, current);
-}
-
 MathsRowPlan::MathsRowPlan(const std::vector<TagRecord>& tagTable, int maxTags) : maxTags_(maxTags)
 {
     for (int i = 1; i <= maxTags && static_cast<std::size_t>(i) < tagTable.size(); ++i) {
@@ -131,7 +107,7 @@ MathsRowPlan::MathsRowPlan(const std::vector<TagRecord>& tagTable, int maxTags) 
 VbError MathsRowPlan::Apply(std::span<float> row) const
 {
     const auto inRow = [&row](int t) { return t >= 0 && static_cast<std::size_t>(t) < row.size(); };
-    MathsArithmetic ops;
+    SingleArithmetic ops;
     for (const Tag& tag : tags_) {
         if (!inRow(tag.Number) || !inRow(tag.Terms[0].TermTag))
             return VbError(ErrSubscript);

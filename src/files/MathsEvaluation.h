@@ -11,21 +11,7 @@
 
 #include "files/SetupData.h"
 #include "platform/VbError.h"
-
-// Checked single-precision operations; the first fault is kept and later ones ignored.
-class MathsArithmetic {
-public:
-    float Add(float a, float b) { return Check(a + b); }
-    float Sub(float a, float b) { return Check(a - b); }
-    float Mul(float a, float b) { return Check(a * b); }
-    float Div(float a, float b);
-    bool Failed() const { return error_.Failed(); }
-    const VbError& Error() const { return error_; }
-
-private:
-    float Check(float value);
-    VbError error_;
-};
+#include "support/SingleArithmetic.h"
 
 // One maths tag of a scan: an arithmetic group (term 0 TermOp 0) chains the terms' Integrated
 // values with their factors strictly left to right into Integrated and Current; a logic group
@@ -41,11 +27,6 @@ struct MathsGroupResult {
 // integrated(t) and current(t) give a tag's values for 0 <= t < maxTags. A term naming the maths
 // tag itself (self) sees the value worked out so far, as when the result is kept in place.
 MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags, int self,
-                                    const std::function<float(int)>& integrated,
-                                    const std::function<float(int)>& current);
-// The same without knowing the maths tag's own number: a term naming it sees its value from
-// before the evaluation.
-MathsGroupResult EvaluateMathsGroup(const std::array<MathsTerm, 8>& terms, int maxTags,
                                     const std::function<float(int)>& integrated,
                                     const std::function<float(int)>& current);
 

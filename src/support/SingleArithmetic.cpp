@@ -1,4 +1,4 @@
-#include "core/SingleArithmetic.h"
+#include "support/SingleArithmetic.h"
 
 #include <cmath>
 
