@@ -109,8 +109,11 @@ datalocal=$(field "job data folder (local)")
 "$mtg" build "$here/demo.vtm" "$setup\\VoltarisMonitor.mtg" > "$out/vt-mtg.out" 2> "$out/vt-mtg.err" ||
     fail "vt-mtg could not build the tag setup file"
 cp "$here/VoltarisSetup.ini" "$setuplocal/VoltarisSetup.ini"
-# The request server listens on a free port of this PC only, so demos and tests never collide.
-printf '[Sockets]\r\nVoltarisMonitorPortNo=0\r\n' > "$setuplocal/WinSockets.ini"
+# The request server listens on this PC only, on the first free port from 41007 (the usual 1007
+# needs root and may be taken by another monitor).
+port=41007
+while (: <> "/dev/tcp/127.0.0.1/$port") 2> /dev/null; do port=$((port + 1)); done
+printf '[Sockets]\r\nVoltarisMonitorPortNo=%d\r\n' "$port" > "$setuplocal/WinSockets.ini"
 backup=$prefix/drives/c/VoltarisBackup
 mkdir -p "$backup"
 
@@ -128,6 +131,14 @@ fi
 monpid=$!
 began=$SECONDS
 echo "Monitor started ($mode), simulated clock from $start at $speed times real time."
+periodsecs=$(awk -v s="$speed" 'BEGIN { printf "%.0f", 1800 / s }')
+if [ -z "${DEMO_START:-}" ]; then
+    cat << EOF
+The site's master clock runs 200 s ahead: its hour pulse at 09:56:40 makes the monitor set the
+clock to 10:00, which closes the first (partial) period; after that a half-hour period closes
+every $periodsecs s or so, and the clock is set again shortly before every full hour.
+EOF
+fi
 
 mainlog=$programdir/voltamon.log
 csvdir=$programdir/vtcsvlog
@@ -143,6 +154,8 @@ Where to look:
   clock log:       $programdir/voltamon_PC_Clock.log
   CSV import:      $csvdir   (import log vtcsvlog.log)
   host points:     VOLTARIS_PREFIX=$prefix $host get T201 T202 T203 L11 L12 L13
+  request server:  127.0.0.1:$port, e.g. the rate of tag 1:
+                   exec 3<> /dev/tcp/127.0.0.1/$port; printf '[M1];Rate' >&3; timeout 1 cat <&3; exec 3>&-
 
 Press Ctrl-C to stop.
 
@@ -164,24 +177,49 @@ drop_csv() {
 # --- progress and stop ----------------------------------------------------------
 store_file() { find "$datalocal" -iname '*.lum' -printf '%T@ %p\n' 2> /dev/null | sort -n | tail -1 | cut -d' ' -f2-; }
 
-# Periods of the store file saved with the valid flag.
-saved_periods() {
-    "$store" records "$1" 2> /dev/null | awk -F, 'NR > 1 && $4 == 1 { n++ } END { print n + 0 }'
+# Periods the monitor has closed: flagged valid, with a value for the production line (tag 1);
+# the CSV import also flags the records it writes, but leaves tag 1 at 0.
+closed_periods() {
+    "$store" records "$1" 2> /dev/null |
+        awk -F, 'NR > 1 && $4 == 1 && $5 != 0 { n++; last = $1 " " $3 } END { print n + 0, last }'
+}
+
+# A few values of the last scan line ("M<tag>,current,integrated,rate;" pieces).
+last_scan() {
+    grep ' - M1,' "$mainlog" 2> /dev/null | tail -n 1 | tr -d '\r' | awk '{
+        sub(/^.* - /, ""); n = split($0, piece, ";")
+        for (i = 1; i <= n; i++) { split(piece[i], f, ","); tag = substr(f[1], 2); cur[tag] = f[2]; integ[tag] = f[3]; rate[tag] = f[4] }
+        printf "production %s kW, gas %s m3/h, steam %s t/h, electricity this period %s kWh, compressor AND boiler %s",
+            cur[1], rate[5], cur[6], integ[13], cur[16]
+    }'
 }
 
 progress() {
-    local now file size saved last
+    local now file closed count last
     now=$("$host" clock 2> /dev/null)
     file=$(store_file)
     if [ -n "$file" ]; then
-        size=$(stat -c %s "$file")
-        saved=$(saved_periods "$file")
-        file="$(basename "$file") $size bytes, $saved periods stored"
+        read -r count last <<< "$(closed_periods "$file")"
+        file="$(basename "$file"): $count periods closed${last:+ (last ending $last)}"
     else
         file="no store file yet"
     fi
-    last=$(tail -n 1 "$mainlog" 2> /dev/null | tr -d '\r' | cut -c 1-110)
-    printf '[%4ds] clock %s | %s\n        log: %s\n' $((SECONDS - began)) "${now/T/ }" "$file" "$last"
+    printf '[%4ds] clock %s | %s\n        last scan: %s\n' $((SECONDS - began)) "${now/T/ }" "$file" "$(last_scan)"
+}
+
+# New lines of a log since the last look, each printed with a heading; $1 names the counter.
+declare -A seen
+new_lines() {
+    local key=$1 file=$2 heading=$3 filter=${4:-.} total
+    [ -f "$file" ] || return
+    total=$(wc -l < "$file")
+    # A log rotated since the last look starts again from its first line.
+    [ "$total" -lt "${seen[$key]:-0}" ] && seen[$key]=0
+    if [ "$total" -gt "${seen[$key]:-0}" ]; then
+        tail -n "+$((${seen[$key]:-0} + 1))" "$file" | head -n $((total - ${seen[$key]:-0})) | tr -d '\r' |
+            grep -v -e "$filter" | head -5 | sed "s|^|$heading|"
+        seen[$key]=$total
+    fi
 }
 
 summary() {
@@ -198,7 +236,7 @@ summary() {
     echo
     echo "Read them with:"
     echo "  export VOLTARIS_PREFIX=$prefix"
-    [ -n "$file" ] && echo "  $store info $file" && echo "  $store records $file | grep -v ',0,0' | head"
+    [ -n "$file" ] && echo "  $store info $file" && echo "  $store records $file | awk -F, 'NR == 1 || \$4 == 1'"
     echo "  $store peaks $setuplocal/VoltarisSetup.ini"
     echo "  tail $mainlog"
 }
@@ -208,6 +246,8 @@ stop_all() {
     stopping=1
     trap '' INT TERM
     echo
+    echo "What the monitor wrote to the host: rates T201 T202 T203, display lines L11 L12 L13:"
+    echo "  $("$host" get T201 T202 T203 L11 L12 L13 2> /dev/null | tr '\n' ' ')"
     echo "Stopping: the host job ends and the monitor with it ..."
     "$host" stop > "$out/host-stop.out" 2>&1
     if ! wait_end "$monpid" 10; then
@@ -240,12 +280,15 @@ while :; do
     fi
     # The boiler runs for a while: the logic tags 16 and 17 follow it.
     if [ "$boiler" = 0 ] && [ "$elapsed" -ge 20 ]; then
-        "$host" set T21=1 > /dev/null && echo "Boiler running (host tag T21 = 1): tags 16 and 17 switch on."
+        "$host" set T21=1 > /dev/null && echo "Boiler running (host tag T21 = 1): maths tag 16 (compressor AND boiler) switches on."
         boiler=1
     elif [ "$boiler" = 1 ] && [ "$elapsed" -ge 80 ]; then
         "$host" set T21=0 > /dev/null && echo "Boiler stopped (host tag T21 = 0)."
         boiler=2
     fi
+    new_lines clock "$programdir/voltamon_PC_Clock.log" "Clock sync: " '^$'
+    new_lines csv "$csvdir/vtcsvlog.log" "CSV import: " '^$'
+    new_lines main "$mainlog" "Main log: " ' - M1,'
     if [ "$SECONDS" -ge "$nextprogress" ]; then
         progress
         nextprogress=$((SECONDS + 10))
