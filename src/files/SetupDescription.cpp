@@ -322,6 +322,23 @@ int IndexedKey(const std::string& key, const std::string& prefix, int limit)
 
 enum class Section { None, Header, Tariff, Entry, Pair, Center, Tag, Fixed, Gap, Trailer };
 
+// A line without its trailing "# ..." remark; a "#" inside a quoted text is part of the text.
+std::string WithoutRemark(const std::string& line)
+{
+    bool quoted = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if (quoted && c == '\\') {
+            ++i;
+        } else if (c == '"') {
+            quoted = !quoted;
+        } else if (!quoted && c == '#' && (i == 0 || line[i - 1] == ' ' || line[i - 1] == '\t')) {
+            return line.substr(0, i);
+        }
+    }
+    return line;
+}
+
 class DescriptionReader {
 public:
     SetupDescriptionResult Read(const std::string& text)
@@ -335,8 +352,8 @@ public:
         try {
             while (std::getline(in, raw)) {
                 lineNo_ = ++lineNo;
-                const std::string line = TrimSpace(raw);
-                if (line.empty() || line[0] == '#')
+                const std::string line = TrimSpace(WithoutRemark(raw));
+                if (line.empty())
                     continue;
                 if (line[0] == '[')
                     StartSection(line);

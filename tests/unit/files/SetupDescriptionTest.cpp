@@ -97,6 +97,19 @@ TEST_F(SetupDescriptionTest, LoaderSeesTheDescribedSetup)
     EXPECT_EQ(setup.FixedEntries[0].Value8, 8);
 }
 
+TEST_F(SetupDescriptionTest, RemarksEndALineButNotAQuotedText)
+{
+    const std::string withRemarks = Build("[Header]   # the file's own header\n"
+                                          "SetupVersion = 250  # loads\n"
+                                          "[Tag 1]\n"
+                                          "TagName = \"Pump #2\"   # a hash inside the name stays\n"
+                                          "Online = 1\t# on line\n");
+    const std::string plain = Build("[Header]\nSetupVersion = 250\n[Tag 1]\nTagName = \"Pump #2\"\nOnline = 1\n");
+    ASSERT_FALSE(plain.empty());
+    EXPECT_EQ(withRemarks, plain);
+    EXPECT_NE(plain.find("Pump #2"), std::string::npos);
+}
+
 TEST_F(SetupDescriptionTest, DumpThenBuildGivesTheSameBytes)
 {
     const std::string first = Build(Description());
