@@ -30,11 +30,12 @@ json_field() {
     ' "$1"
 }
 
-# A summary line printed by the program itself: "<what> = R (goal at most G): A <unit> against B <unit>".
+# A summary line printed by the program itself: "<what> = R (goal at most G): A <unit> against B <unit>",
+# shown under LABEL when one is given.
 summary_rows() {
-    local out=$1 found=0 line what ratio goal ours base
+    local out=$1 label=${2:-} found=0 line what ratio goal ours base
     while IFS= read -r line; do
-        what=${line%% = *}
+        what=${label:-${line%% = *}}
         ratio=$(sed -n 's/.* = \([0-9.]*\) (goal at most.*/\1/p' <<< "$line")
         goal=$(sed -n 's/.*(goal at most \([0-9.]*\)).*/\1/p' <<< "$line")
         ours=$(sed -n 's/.*): \([0-9.]* [^ ]*\) against .*/\1/p' <<< "$line")
@@ -54,7 +55,7 @@ run_benchmark() {
     [ "${PIPESTATUS[0]}" -eq 0 ] || { row "$name" "-" "-" "-" "-" "FAIL: the program failed"; failed=1; return; }
     case $name in
         bench_periodsave)
-            summary_rows "$out" || {
+            summary_rows "$out" "period save, 96 periods x 200 tags, with flush and backup, vs cp + sync" || {
                 local a c
                 a=$(json_field "$json" BM_PeriodSave real_time) c=$(json_field "$json" BM_CopyWithCpAndSync real_time)
                 row "period save, 96 periods x 200 tags, with flush and backup, vs cp + sync" "${a:--} ms" "${c:--} ms" \
@@ -62,7 +63,7 @@ run_benchmark() {
                     "$(verdict "$(awk -v a="$a" -v c="$c" 'BEGIN { if (c > 0) printf "%.2f", a / c }')" 1.5)"
             } ;;
         bench_scan)
-            summary_rows "$out" || {
+            summary_rows "$out" "one full scan of 200 tags (CPU) vs the bare host reads and writes" || {
                 local a c
                 a=$(json_field "$json" BM_InputGeneral cpu_time) c=$(json_field "$json" BM_BareHostCalls cpu_time)
                 row "one full scan of 200 tags vs the bare host reads and writes" "${a:--} us" "${c:--} us" \
