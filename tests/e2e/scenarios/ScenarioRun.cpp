@@ -381,6 +381,17 @@ std::vector<Seconds> ScenarioTest::ScanStamps() const {
     return stamps;
 }
 
+Seconds ScenarioTest::SaveLateness(const std::vector<Seconds>& stamps, Seconds from, Seconds to, int periodSeconds,
+                                   int scanSeconds) {
+    Seconds late = 0;
+    Seconds end = (from + periodSeconds - 1) / periodSeconds * periodSeconds;
+    for (; end <= to; end += periodSeconds) {
+        const auto scan = std::lower_bound(stamps.begin(), stamps.end(), end - 2);
+        late = std::max(late, scan == stamps.end() ? to - end : *scan - end);
+    }
+    return late + scanSeconds;
+}
+
 std::string ScenarioTest::Diagnostics() const {
     std::string text;
     for (const char* name : {"host.out", "host.err", "monitor.out", "monitor.err", "second.out", "second.err"}) {

@@ -99,6 +99,12 @@ protected:
     std::string MainLog() const;
     // The stamps of the scan-log lines (LogScans = 1) of the main log, in order.
     std::vector<Seconds> ScanStamps() const;
+    // How late, at most, the scans that save the periods ending in [from, to] come after the
+    // period ends. A scan's log stamp is taken just before its save, so the first scan stamped
+    // no earlier than 2 s before a period end may be the one that saves it; when it was not (it
+    // saved before the end), the saving scan is the next one, at most a scan interval later.
+    static Seconds SaveLateness(const std::vector<Seconds>& stamps, Seconds from, Seconds to, int periodSeconds,
+                                int scanSeconds);
     // What went wrong, for failure messages: the programs' output and the logs' tails.
     std::string Diagnostics() const;
 
