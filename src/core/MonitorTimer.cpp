@@ -2,6 +2,8 @@
 
 #include <QTimer>
 
+#include <algorithm>
+
 #include "platform/Clock.h"
 
 MonitorTimer::MonitorTimer(std::function<void()> onTick) : onTick_(std::move(onTick)), timer_(std::make_unique<QTimer>()) {
@@ -16,8 +18,12 @@ MonitorTimer::MonitorTimer(std::function<void()> onTick) : onTick_(std::move(onT
 
 MonitorTimer::~MonitorTimer() = default;
 
+// The first tick runs start-up stage 2: it comes soon after the window is up, not a whole
+// second later; every later tick keeps the clock's interval.
+constexpr int FirstTickMilliseconds = 100;
+
 void MonitorTimer::Start() {
-    timer_->setInterval(ClockTickMilliseconds());
+    timer_->setInterval(std::min(ClockTickMilliseconds(), FirstTickMilliseconds));
     timer_->start();
 }
 

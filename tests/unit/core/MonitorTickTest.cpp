@@ -258,4 +258,20 @@ TEST(MonitorTimerTest, IntervalFollowsTheClockSpeed) {
     EXPECT_EQ(timer.Interval(), 20);
 }
 
+TEST(MonitorTimerTest, FirstTickComesSoonThenEverySecond) {
+    TempPrefix prefix;
+    EnsureCoreApplication();
+    ClockSimulate(MonitorTestStart(), 1);
+    int ticks = 0;
+    MonitorTimer timer([&] { ++ticks; });
+    const auto started = std::chrono::steady_clock::now();
+    timer.Start();
+    const auto deadline = started + std::chrono::seconds(3);
+    while (ticks < 1 && std::chrono::steady_clock::now() < deadline) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    timer.Stop();
+    ASSERT_EQ(ticks, 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(600));
+    EXPECT_EQ(timer.Interval(), 1000);
+}
+
 }  // namespace
