@@ -106,6 +106,9 @@ void Telvane::DetectHost() {
         hostFolder_ = ownFolder;
         versionText_.clear();
     }
+    // The generation tests run on every host call of a scan: read the version text once.
+    const double whole = std::floor(Val(versionText_));
+    versionNumber_ = (whole >= INT32_MIN && whole <= INT32_MAX) ? static_cast<int32_t>(whole) : 0;
 }
 
 void Telvane::LoadLibraries() {
@@ -180,10 +183,7 @@ std::string Telvane::JobAppSetupIniFile() const { return jobSetupFolder_ + "\\" 
 std::string Telvane::InstallName() const { return IniValue(TelvaneStartupIniFile(), "setup", "installname"); }
 std::string Telvane::InstallComment() const { return IniValue(TelvaneStartupIniFile(), "setup", "installcomment"); }
 
-int32_t Telvane::VersionNumber() const {
-    double whole = std::floor(Val(versionText_));
-    return (whole >= INT32_MIN && whole <= INT32_MAX) ? static_cast<int32_t>(whole) : 0;
-}
+int32_t Telvane::VersionNumber() const { return versionNumber_; }
 
 bool Telvane::V4() const { return VersionNumber() == 4 && Hostpts32Loaded() && Hostrec32Loaded(); }
 bool Telvane::V5() const { return VersionNumber() == 5 && Hostpts32Loaded() && Hostrec32Loaded(); }

@@ -86,6 +86,7 @@ private:
 
     HostLibraries libs_;
     std::string versionText_;
+    int32_t versionNumber_ = 0;  // integer part of versionText_
     std::string hostFolder_;
     std::string jobFolder_;
     std::string jobDataFolder_;

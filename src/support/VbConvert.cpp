@@ -320,10 +320,44 @@ VbResult<float> CSng(double value) {
     return result;
 }
 
+namespace {
+
+// Most values the grid and the logs show are far from a rounding tie at their last decimal and
+// small enough that scaling them is exact to well beyond that decimal: those round directly, which
+// gives the same digits as going through 15 significant digits first, at a fraction of the cost.
+bool FastFixed(double value, int decimals, char* out, std::size_t& length) {
+    static constexpr double kScale[] = {1, 10, 100, 1e3, 1e4, 1e5, 1e6};
+    if (decimals > 6) return false;
+    const double scaled = std::fabs(value) * kScale[decimals];
+    if (!(scaled < 1e11)) return false;
+    const double whole = std::floor(scaled);
+    if (std::fabs(scaled - whole - 0.5) < 1e-3) return false;
+    uint64_t digits = static_cast<uint64_t>(whole) + (scaled - whole > 0.5 ? 1 : 0);
+    char reversed[24];
+    int count = 0;
+    do {
+        reversed[count++] = static_cast<char>('0' + digits % 10);
+        digits /= 10;
+    } while (digits != 0 || count <= decimals);
+    std::size_t n = 0;
+    if (std::signbit(value) && value != 0) out[n++] = '-';
+    for (int i = count - 1; i >= 0; --i) {
+        out[n++] = reversed[i];
+        if (i == decimals && decimals > 0) out[n++] = '.';
+    }
+    length = n;
+    return true;
+}
+
+} // namespace
+
 std::string FormatFixed(double value, int decimals) {
     if (!std::isfinite(value)) return NonFinite(value);
     if (decimals < 0) decimals = 0;
     if (decimals > kMaxDecimals) decimals = kMaxDecimals;
+    char fast[40];
+    std::size_t fastLength = 0;
+    if (FastFixed(value, decimals, fast, fastLength)) return std::string(fast, fastLength);
     char buf[420];
     std::size_t n = 0;
     if (value < 0) buf[n++] = '-';
