@@ -8,7 +8,8 @@
 
 void Input_Get_RecorderValue(ScanContext& scan, int16_t tag) {
     if (!ScanTagInRange(scan, tag)) return ReportError("Input_Get_RecorderValue", VbError(ErrSubscript));
-    scan.Host.IO.IndexReference(RecorderLineReference(scan.Setup.TagTable[tag]));
+    const TagRecord& record = scan.Setup.TagTable[tag];
+    scan.Host.IO.IndexRecorderLine(record.RecorderNo, record.PageNo, record.LineNo);
     scan.Values[tag].Current = scan.Host.IO.Value();
 }
 

@@ -40,7 +40,11 @@ ScanKind KindOf(int16_t scanType) {
 // socket requests are served as the pass goes.
 void ShowProgress(ScanContext& scan, const char* text, int tag) {
     scan.View.DoEvents();
-    scan.View.SetPanelText(StatusPanel::Panel3D2, text + std::to_string(tag));
+    // Once per tag: keep the text's buffer rather than allocate a new one each time.
+    static std::string status;
+    status.assign(text);
+    status += std::to_string(tag);
+    scan.View.SetPanelText(StatusPanel::Panel3D2, status);
     scan.View.DoEvents();
 }
 
@@ -137,7 +141,7 @@ VbError DisplayPass(ScanContext& scan) {
                 value.Integrated = sum;
             }
         }
-        scan.Host.IO.IndexReference(RecorderLineReference(record));
+        scan.Host.IO.IndexRecorderLine(record.RecorderNo, record.PageNo, record.LineNo);
         scan.Host.IO.Value(value.Integrated);
         value.LastReadTime = ClockNow();
         scan.View.SetGridCell(n, GridColumnCurrent, "");

@@ -11,12 +11,6 @@ inline bool ScanTagInRange(const ScanContext& scan, int tag) {
            static_cast<std::size_t>(tag) < scan.Values.size();
 }
 
-// The IO reference of a tag's recorder line fields: "R" + recorder + "P" + page + "L" + line.
-inline std::string RecorderLineReference(const TagRecord& record) {
-    return "R" + std::to_string(record.RecorderNo) + "P" + std::to_string(record.PageNo) + "L" +
-           std::to_string(record.LineNo);
-}
-
 // Grid columns the scan writes.
 inline constexpr int GridColumnCurrent = 2;
 inline constexpr int GridColumnIntegrated = 3;

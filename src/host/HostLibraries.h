@@ -4,9 +4,9 @@
 // found: <library>), a call the library does not export error 453; nothing is ever thrown.
 #include <array>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "host/HostCalls.h"
 #include "platform/VbError.h"
@@ -126,7 +126,7 @@ private:
 
     struct Module {
         void* Handle = nullptr;
-        std::unordered_map<std::string, void*> Calls;
+        std::map<std::string, void*, std::less<>> Calls;  // looked up by name without a copy
     };
     std::array<Module, 4> modules_{};
 };

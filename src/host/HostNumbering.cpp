@@ -44,6 +44,11 @@ IOReferenceTarget Line(double number) { return {true, SelectionNumber(number)}; 
 
 }  // namespace
 
+IOReferenceTarget RecorderLineTarget(double recorder, double page, double line) {
+    if (recorder <= 0 || page <= 0 || line <= 0) return {true, 0};
+    return Line((recorder - 1) * 100 + (page - 1) * 10 + line);
+}
+
 IOReferenceTarget ParseIOReference(std::string_view text) {
     std::string s(text);
     std::size_t open = s.find('[');
@@ -58,11 +63,7 @@ IOReferenceTarget ParseIOReference(std::string_view text) {
         std::size_t p = Pos(s, 'P');
         std::size_t l = Pos(s, 'L');
         if (p < 3 || l < p + 2 || s.size() < l + 1) return {true, 0};
-        double recorder = Val(Mid(s, 2, p - 2));
-        double page = Val(Mid(s, p + 1, l - p - 1));
-        double line = Val(Mid(s, l + 1));
-        if (recorder <= 0 || page <= 0 || line <= 0) return {true, 0};
-        return Line((recorder - 1) * 100 + (page - 1) * 10 + line);
+        return RecorderLineTarget(Val(Mid(s, 2, p - 2)), Val(Mid(s, p + 1, l - p - 1)), Val(Mid(s, l + 1)));
     }
     if (s[0] == 'P') {
         std::size_t l = Pos(s, 'L');

@@ -26,6 +26,9 @@ struct IOReferenceTarget {
 };
 // The generation is not consulted: an "R" reference always uses the V4 formula.
 IOReferenceTarget ParseIOReference(std::string_view text);
+// The line an "R" reference names, from its three numbers: what ParseIOReference gives for
+// "R" + recorder + "P" + page + "L" + line, without building and reading the text.
+IOReferenceTarget RecorderLineTarget(double recorder, double page, double line);
 
 // Numeric value of a text as a whole number for a selection; a value that does not fit a 32-bit
 // number gives 0, so a malformed selection selects nothing.

@@ -106,6 +106,10 @@ void TelvaneIO::IndexReference(const std::string& reference) {
     else IndexTag(target.Number);
 }
 
+void TelvaneIO::IndexRecorderLine(int32_t recorder, int32_t page, int32_t line) {
+    IndexRecLine(RecorderLineTarget(recorder, page, line).Number);
+}
+
 float TelvaneIO::GetValueByIORef(const std::string& reference) {
     IndexReference(reference);
     return Value();

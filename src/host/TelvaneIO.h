@@ -39,6 +39,8 @@ public:
 
     std::string IndexReference() const;
     void IndexReference(const std::string& reference);
+    // Selects recorder line "R" + recorder + "P" + page + "L" + line, as IndexReference of that text.
+    void IndexRecorderLine(int32_t recorder, int32_t page, int32_t line);
     float GetValueByIORef(const std::string& reference);
     void SetValueByIORef(const std::string& reference, float value);
 

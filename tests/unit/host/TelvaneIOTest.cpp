@@ -68,6 +68,19 @@ TEST(HostNumbering, MalformedReferencesSelectNothing) {
     }
 }
 
+TEST(HostNumbering, RecorderLineNumbersSelectWhatTheirTextSelects) {
+    for (int recorder : {-1, 0, 1, 2, 9, 32767})
+        for (int page : {-3, 0, 1, 3, 10, 12})
+            for (int line : {-32768, 0, 1, 4, 10, 11}) {
+                const std::string text =
+                    "R" + std::to_string(recorder) + "P" + std::to_string(page) + "L" + std::to_string(line);
+                const IOReferenceTarget parsed = ParseIOReference(text);
+                const IOReferenceTarget direct = RecorderLineTarget(recorder, page, line);
+                EXPECT_TRUE(direct.IsLine) << text;
+                EXPECT_EQ(direct.Number, parsed.Number) << text;
+            }
+}
+
 TEST(TelvaneIO, V4RangesAndKinds) {
     REQUIRE_LIBRARIES();
     HostFixture f;
