@@ -48,6 +48,7 @@ void HostLibraries::Release(HostLibrary library) {
     if (m.Handle != nullptr) ::dlclose(m.Handle);
     m.Handle = nullptr;
     m.Calls.clear();
+    m.BySite.clear();
 }
 
 bool HostLibraries::Loaded(HostLibrary library) const { return modules_[static_cast<int>(library)].Handle != nullptr; }
@@ -57,9 +58,14 @@ VbError HostLibraries::Resolve(HostLibrary library, const char* name, void*& add
     address = nullptr;
     if (m.Handle == nullptr)
         return VbError(ErrFileNotFound, std::string("File not found: ") + HostLibraryFileName(library));
-    auto found = m.Calls.find(name);
-    if (found == m.Calls.end()) found = m.Calls.emplace(name, ::dlsym(m.Handle, name)).first;
-    address = found->second;
+    if (auto site = m.BySite.find(name); site != m.BySite.end()) {
+        address = site->second;
+    } else {
+        auto found = m.Calls.find(name);
+        if (found == m.Calls.end()) found = m.Calls.emplace(name, ::dlsym(m.Handle, name)).first;
+        address = found->second;
+        m.BySite.emplace(name, address);
+    }
     if (address == nullptr)
         return VbError(ErrDllEntryPoint, std::string("Can't find DLL entry point ") + name + " in " + HostLibraryFileName(library));
     return {};

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <unordered_map>
 #include <string>
 #include <string_view>
 
@@ -126,7 +127,10 @@ private:
 
     struct Module {
         void* Handle = nullptr;
-        std::map<std::string, void*, std::less<>> Calls;  // looked up by name without a copy
+        std::map<std::string, void*, std::less<>> Calls;  // by name, filled by dlsym on first use
+        // The same addresses by the name text's own address: every call site passes a literal,
+        // so a scan's thousands of calls cost a pointer hash each.
+        std::unordered_map<const char*, void*> BySite;
     };
     std::array<Module, 4> modules_{};
 };
