@@ -99,7 +99,7 @@ TEST_F(MonthBoundary, LastPeriodStaysInItsMonthAndTheNextMonthGetsANewFile) {
         EXPECT_EQ(record.Flag, 0);
         EXPECT_EQ(record.Values[0], 0.0);
     }
-    EXPECT_EQ(MainLog().find(", Error "), std::string::npos);
+    EXPECT_EQ(ErrorLines(), "");
 }
 
 }  // namespace

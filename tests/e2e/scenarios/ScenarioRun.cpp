@@ -1,6 +1,9 @@
 #include "ScenarioRun.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
 #include <signal.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -34,6 +37,22 @@ void CivilFromDays(long long z, int& y, int& m, int& d) {
     d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
     m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
     y = static_cast<int>(static_cast<long long>(yoe) + era * 400 + (m <= 2));
+}
+
+// A port no one listens on now, for the monitor's request server: scenarios may run side by
+// side, and each monitor opens its port at start-up (port 0 in the settings means the default 1007).
+int FreePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    int port = 0;
+    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+        port = ntohs(address.sin_port);
+    if (fd >= 0) ::close(fd);
+    return port;
 }
 
 std::string Tail(const std::string& text, std::size_t count) {
@@ -278,8 +297,9 @@ void ScenarioTest::WriteSettings(const std::string& text) {
         crlf += c;
     }
     WriteAll(SettingsFile(), crlf);
-    // No listening port: scenarios may run side by side.
-    WriteAll(setupLocal_ / "WinSockets.ini", "[Sockets]\r\nVoltarisMonitorPortNo=0\r\n");
+    const int port = FreePort();
+    EXPECT_GT(port, 0);
+    WriteAll(setupLocal_ / "WinSockets.ini", "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(port) + "\r\n");
 }
 
 pid_t ScenarioTest::StartMonitor(const std::vector<std::string>& switches, const std::string& name) {
@@ -368,6 +388,13 @@ std::string ScenarioTest::MainLog() const {
     for (int generation = 4; generation >= 1; --generation)
         text += ReadAll(programDir_ / ("voltamon.@0" + std::to_string(generation)));
     return text + ReadAll(programDir_ / "voltamon.log");
+}
+
+std::string ScenarioTest::ErrorLines() const {
+    std::string errors;
+    for (const std::string& line : Lines(MainLog()))
+        if (line.find(", Error ") != std::string::npos) errors += line + "\n";
+    return errors;
 }
 
 std::vector<Seconds> ScenarioTest::ScanStamps() const {

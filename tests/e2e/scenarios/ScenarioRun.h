@@ -97,6 +97,8 @@ protected:
 
     // The main log with its older generations, oldest first.
     std::string MainLog() const;
+    // The error reports of the main log (", Error " lines), one a line.
+    std::string ErrorLines() const;
     // The stamps of the scan-log lines (LogScans = 1) of the main log, in order.
     std::vector<Seconds> ScanStamps() const;
     // How late, at most, the scans that save the periods ending in [from, to] come after the

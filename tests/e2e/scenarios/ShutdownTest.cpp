@@ -73,7 +73,7 @@ TEST_F(Shutdown, HostStopEndsTheMonitorWithinATickOrTwo) {
     EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor did not end with the host";
     // A tick is 100 ms here; two and the process's own ending, with room for a busy machine.
     EXPECT_LT(std::chrono::steady_clock::now() - stopped, 2s);
-    EXPECT_EQ(MainLog().find(", Error "), std::string::npos);
+    EXPECT_EQ(ErrorLines(), "");
 }
 
 TEST_F(Shutdown, HostMainWindowGoneAsksTheHostToCloseAndTheMonitorEndsAfterIt) {
