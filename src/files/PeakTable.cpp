@@ -32,15 +32,15 @@ VbError UpdatePeaks(float total, const std::string& label, const std::string& se
     if (insertAt > PeakRanks)
         return {};
 
-    bool written = true;
+    // Each entry below the new one moves down a rank, then the new one goes in: one write of the file.
+    std::vector<std::pair<std::string, std::string>> writes;
     for (int n = PeakRanks - 1; n >= insertAt; --n) {
-        const std::string value = Read(ValueKey(n), setupIniFile);
-        const std::string time = Read(TimeKey(n), setupIniFile);
-        written &= WritePrivateProfileString(Peaks, ValueKey(n + 1).c_str(), value.c_str(), setupIniFile);
-        written &= WritePrivateProfileString(Peaks, TimeKey(n + 1).c_str(), time.c_str(), setupIniFile);
+        writes.emplace_back(ValueKey(n + 1), Read(ValueKey(n), setupIniFile));
+        writes.emplace_back(TimeKey(n + 1), Read(TimeKey(n), setupIniFile));
     }
-    written &= WritePrivateProfileString(Peaks, ValueKey(insertAt).c_str(), FormatSingle(total).c_str(), setupIniFile);
-    written &= WritePrivateProfileString(Peaks, TimeKey(insertAt).c_str(), label.c_str(), setupIniFile);
+    writes.emplace_back(ValueKey(insertAt), FormatSingle(total));
+    writes.emplace_back(TimeKey(insertAt), label);
+    const bool written = WritePrivateProfileStrings(Peaks, writes, setupIniFile);
     return written ? VbError() : VbError(ErrPermissionDenied);
 }
 

@@ -86,6 +86,20 @@ bool WritePrivateProfileString(const char* section, const char* key, const char*
     return !WriteFileAtomically(fileText, updated).Failed();
 }
 
+bool WritePrivateProfileStrings(std::string_view section,
+                                const std::vector<std::pair<std::string, std::string>>& keysAndValues,
+                                std::string_view fileName) {
+    const std::string fileText = ProfileFileText(fileName);
+    VbResult<std::string> file = ReadWholeFile(fileText);
+    const bool exists = file.Ok();
+    if (!exists && FileExists(fileText)) return false;
+    std::string updated = file.Value;
+    for (const auto& [key, value] : keysAndValues) updated = IniSetValue(updated, section, key, value);
+    if (updated == file.Value) return true;
+    if (exists && FileIsReadOnly(fileText)) return false;
+    return !WriteFileAtomically(fileText, updated).Failed();
+}
+
 std::string GetProfileString(std::string_view section, std::string_view key,
                              std::string_view defaultValue, int bufferSize) {
     return GetPrivateProfileString(section, key, defaultValue, bufferSize, SystemProfilePath().string());

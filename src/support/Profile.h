@@ -6,6 +6,8 @@
 // fileName is a path text (see platform/Paths.h).
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 // The value (or default) cut to bufferSize - 1 characters. A value in matching quotes loses them.
 std::string GetPrivateProfileString(std::string_view section, std::string_view key,
@@ -19,6 +21,12 @@ int GetPrivateProfileInt(std::string_view section, std::string_view key, int def
 // Returns false when the file could not be written (it is then left as it was).
 bool WritePrivateProfileString(const char* section, const char* key, const char* value,
                                std::string_view fileName);
+
+// Several keys of one section written in order with one replacement of the file: the same bytes
+// as writing them one by one, with one flush instead of one per key.
+bool WritePrivateProfileStrings(std::string_view section,
+                                const std::vector<std::pair<std::string, std::string>>& keysAndValues,
+                                std::string_view fileName);
 
 // The same on the system profile (win.ini in the prefix's Windows folder).
 std::string GetProfileString(std::string_view section, std::string_view key,
