@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -15,31 +13,20 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "Fork.h"
+#include "common/TempPrefix.h"
 #include "platform/Dde.h"
 #include "platform/DdeServer.h"
 #include "platform/DdeWire.h"
 
 namespace {
 
-class TempPrefix {
-public:
-    TempPrefix() {
-        char pattern[] = "/tmp/vt-dde-XXXXXX";
-        root_ = ::mkdtemp(pattern);
-        ::setenv("VOLTARIS_PREFIX", root_.c_str(), 1);
-    }
-    ~TempPrefix() {
-        std::error_code ec;
-        std::filesystem::remove_all(root_, ec);
-    }
-
-private:
-    std::string root_;
-};
+using Clock = std::chrono::steady_clock;
 
 std::string Lower(std::string text) {
     for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -48,20 +35,15 @@ std::string Lower(std::string text) {
 
 // A meter server: items hold texts; a poke stores and pushes; "Save" counts into item "saves";
 // "Sleep n" stalls the server for n milliseconds.
-[[noreturn]] void RunMeterServer(const std::string& application, int readyFd) {
+int RunMeterServer(const std::string& application, Signal& ready) {
     std::map<std::string, std::string> items{{"gas", "1.5"}, {"power", "230 kW"}, {"saves", "0"}};
     DdeServer server;
     DdeServerHandlers handlers;
     handlers.AcceptTopic = [](const std::string& topic) { return Lower(topic) == "meters"; };
     handlers.Request = [&items](const std::string&, const std::string& item) {
-        VbResult<std::string> result;
         auto found = items.find(Lower(item));
-        if (found == items.end()) {
-            result.Error = DdeError(ErrDdeRefused);
-        } else {
-            result.Value = found->second;
-        }
-        return result;
+        return found == items.end() ? VbResult<std::string>{"", DdeError(ErrDdeRefused)}
+                                    : VbResult<std::string>{found->second, {}};
     };
     handlers.Poke = [&items, &server](const std::string& topic, const std::string& item, const std::string& data) {
         items[Lower(item)] = data;
@@ -69,46 +51,32 @@ std::string Lower(std::string text) {
         return VbError();
     };
     handlers.Execute = [&items](const std::string&, const std::string& command) {
-        if (command == "Save") {
-            items["saves"] = std::to_string(std::atoi(items["saves"].c_str()) + 1);
-            return VbError();
-        }
-        if (command.rfind("Sleep ", 0) == 0) {
+        if (command == "Save") items["saves"] = std::to_string(std::atoi(items["saves"].c_str()) + 1);
+        else if (command.rfind("Sleep ", 0) == 0)
             std::this_thread::sleep_for(std::chrono::milliseconds(std::atoi(command.c_str() + 6)));
-            return VbError();
-        }
-        return DdeError(ErrDdeRefused);
+        else return DdeError(ErrDdeRefused);
+        return VbError();
     };
-    VbError error = server.Start(application, handlers);
-    char ready = error ? 'F' : 'R';
-    (void)!::write(readyFd, &ready, 1);
-    if (error) ::_exit(1);
+    if (server.Start(application, handlers)) return 1;
+    ready.Raise();
     for (;;) server.Pump(100);
 }
 
 class ServerProcess {
 public:
     explicit ServerProcess(const std::string& application) {
-        int fds[2];
-        if (::pipe(fds) != 0) return;
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            ::close(fds[0]);
-            RunMeterServer(application, fds[1]);
-        }
-        ::close(fds[1]);
-        char ready = 0;
-        started_ = ::read(fds[0], &ready, 1) == 1 && ready == 'R';
-        ::close(fds[0]);
+        Signal ready;
+        pid_ = Spawn([&] { return RunMeterServer(application, ready); });
+        started_ = ready.Await();
     }
     ~ServerProcess() { Kill(); }
     bool Started() const { return started_; }
     void Kill() {
         if (pid_ > 0) {
             ::kill(pid_, SIGKILL);
-            ::waitpid(pid_, nullptr, 0);
-            pid_ = 0;
+            Reap(pid_);
         }
+        pid_ = 0;
     }
 
 private:
@@ -124,16 +92,13 @@ VbError OpenLink(DdeLink& link, const std::string& topic, const std::string& ite
 
 }  // namespace
 
-TEST(DdeWire, FieldsSurviveEscapingAndAnyBytes) {
+TEST(DdeWire, FieldsSurviveEscapingAndNamesMeetWhateverTheCase) {
     std::vector<std::string> fields{"POKE", "12,AL1Setpoint", "a\tb%c\r\nd\xb5", ""};
     std::string line = DdeEncodeLine(fields);
     EXPECT_EQ(line.find('\n'), line.size() - 1);
     EXPECT_EQ(DdeDecodeLine(line.substr(0, line.size() - 1)), fields);
-    // A stray "%" that is not an escape stays as it is.
-    EXPECT_EQ(DdeDecodeLine("OK\t50%")[1], "50%");
-}
+    EXPECT_EQ(DdeDecodeLine("OK\t50%")[1], "50%");  // a stray "%" that is no escape stays
 
-TEST(DdeWire, ApplicationNamesMeetWhateverTheCase) {
     TempPrefix prefix;
     EXPECT_EQ(DdeSocketPath("TagServer"), DdeSocketPath("tagserver"));
     EXPECT_NE(DdeSocketPath("Recorder 1"), DdeSocketPath("Recorder 2"));
@@ -145,7 +110,6 @@ TEST(DdeManual, RequestPokeAndExecuteReachTheServer) {
     TempPrefix prefix;
     ServerProcess server("MeterSrv");
     ASSERT_TRUE(server.Started());
-
     DdeLink link;
     ASSERT_FALSE(OpenLink(link, "metersrv|Meters", "Power", DdeLinkMode::Manual));
     EXPECT_EQ(link.Mode(), DdeLinkMode::Manual);
@@ -164,12 +128,10 @@ TEST(DdeManual, RequestPokeAndExecuteReachTheServer) {
     // Executes run in order with requests; an unknown command is refused with the server's error.
     ASSERT_FALSE(link.Execute("Save"));
     ASSERT_FALSE(link.Execute("Save"));
-    VbError refused = link.Execute("Format C:");
-    EXPECT_EQ(refused.Number, ErrDdeRefused);
+    EXPECT_EQ(link.Execute("Format C:").Number, ErrDdeRefused);
     reader.SetItem("saves");
     ASSERT_FALSE(reader.Request());
     EXPECT_EQ(reader.Text(), "2");
-
     // An unknown item is an error and leaves the text alone.
     reader.SetItem("nothing");
     EXPECT_EQ(reader.Request().Number, ErrDdeRefused);
@@ -179,9 +141,9 @@ TEST(DdeManual, RequestPokeAndExecuteReachTheServer) {
 TEST(DdeManual, UnknownTopicOrServerIsNoServer) {
     TempPrefix prefix;
     DdeLink link;
-    auto started = std::chrono::steady_clock::now();
+    auto started = Clock::now();
     EXPECT_EQ(OpenLink(link, "Nobody|Meters", "Gas", DdeLinkMode::Manual).Number, ErrDdeNoServer);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1));
+    EXPECT_LT(Clock::now() - started, std::chrono::seconds(1));
     EXPECT_EQ(link.Mode(), DdeLinkMode::None);
     EXPECT_EQ(link.Request().Number, ErrDdeNoChannel);
     EXPECT_EQ(link.Poke().Number, ErrDdeNoChannel);
@@ -200,10 +162,9 @@ TEST(DdeManual, StalledServerTimesOutAndLaterAnswersAreNotMistaken) {
     ASSERT_TRUE(server.Started());
     DdeLink link;
     ASSERT_FALSE(OpenLink(link, "MeterSrv|Meters", "Power", DdeLinkMode::Manual));
-
-    auto started = std::chrono::steady_clock::now();
+    auto started = Clock::now();
     EXPECT_EQ(link.Execute("Sleep 800", 200).Number, ErrDdeTimeout);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::milliseconds(700));
+    EXPECT_LT(Clock::now() - started, std::chrono::milliseconds(700));
     // The stalled command's answer arrives first; the request must still get its own answer.
     ASSERT_FALSE(link.Request(3000));
     EXPECT_EQ(link.Text(), "230 kW");
@@ -213,7 +174,6 @@ TEST(DdeAutomatic, PushedChangesReachTextAndCallbackThroughThePump) {
     TempPrefix prefix;
     ServerProcess server("MeterSrv");
     ASSERT_TRUE(server.Started());
-
     DdeLink hot;
     std::vector<std::string> seen;
     hot.SetOnChange([&seen](const std::string& text) { seen.push_back(text); });
@@ -222,17 +182,15 @@ TEST(DdeAutomatic, PushedChangesReachTextAndCallbackThroughThePump) {
 
     DdeLink writer;
     ASSERT_FALSE(OpenLink(writer, "MeterSrv|Meters", "gas", DdeLinkMode::Manual));
-    for (const char* value : {"2.25", "3.5 m3"}) {
+    // The last poke is of another item: not this link's business.
+    for (auto [item, value] : {std::pair{"gas", "2.25"}, {"gas", "3.5 m3"}, {"Power", "999"}}) {
+        writer.SetItem(item);
         writer.SetText(value);
         ASSERT_FALSE(writer.Poke());
     }
-    // A change of another item is not this link's business.
-    writer.SetItem("Power");
-    writer.SetText("999");
-    ASSERT_FALSE(writer.Poke());
-
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
-    while ((seen.empty() || seen.back() != "3.5 m3") && std::chrono::steady_clock::now() < deadline) DdePump(50);
+    for (auto deadline = Clock::now() + std::chrono::seconds(3);
+         (seen.empty() || seen.back() != "3.5 m3") && Clock::now() < deadline;)
+        DdePump(50);
     ASSERT_FALSE(seen.empty());
     EXPECT_EQ(seen.back(), "3.5 m3");
     EXPECT_EQ(hot.Text(), "3.5 m3");
@@ -248,26 +206,24 @@ TEST(DdeAutomatic, KilledServerDropsTheLinkAndLaterCallsFailFast) {
     TempPrefix prefix;
     auto server = std::make_unique<ServerProcess>("MeterSrv");
     ASSERT_TRUE(server->Started());
-    DdeLink hot;
-    DdeLink manual;
+    DdeLink hot, manual;
     ASSERT_FALSE(OpenLink(hot, "MeterSrv|Meters", "Gas", DdeLinkMode::Automatic));
     ASSERT_FALSE(OpenLink(manual, "MeterSrv|Meters", "Gas", DdeLinkMode::Manual));
     server->Kill();
 
     // The owner sees the mode drop (what makes the scan relink), without any pumping of its own.
-    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
-    while (hot.Mode() != DdeLinkMode::None && std::chrono::steady_clock::now() < deadline) {
+    for (auto deadline = Clock::now() + std::chrono::seconds(2);
+         hot.Mode() != DdeLinkMode::None && Clock::now() < deadline;)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
     EXPECT_EQ(hot.Mode(), DdeLinkMode::None);
     EXPECT_EQ(hot.Text(), "1.5");  // the last text stays
 
-    auto started = std::chrono::steady_clock::now();
+    auto started = Clock::now();
     EXPECT_EQ(manual.Request(5000).Number, ErrDdeNoServer);
     EXPECT_EQ(manual.Mode(), DdeLinkMode::None);
     // The stale socket file of the dead server does not answer either.
     EXPECT_EQ(hot.SetMode(DdeLinkMode::Automatic).Number, ErrDdeNoServer);
-    EXPECT_LT(std::chrono::steady_clock::now() - started, std::chrono::seconds(1));
+    EXPECT_LT(Clock::now() - started, std::chrono::seconds(1));
 
     // A new server takes over the name and the link comes back.
     server = std::make_unique<ServerProcess>("MeterSrv");
@@ -296,16 +252,14 @@ TEST(DdeAutomatic, EventLoopDeliversWithoutPumping) {
     char* argv[] = {name, nullptr};
     QCoreApplication app(argc, argv);
 
-    DdeLink hot;
+    DdeLink hot, writer;
     std::vector<std::string> seen;
     hot.SetOnChange([&seen](const std::string& text) { seen.push_back(text); });
     ASSERT_FALSE(OpenLink(hot, "MeterSrv|Meters", "Gas", DdeLinkMode::Automatic));
-    DdeLink writer;
     ASSERT_FALSE(OpenLink(writer, "MeterSrv|Meters", "Gas", DdeLinkMode::Manual));
     writer.SetText("42.5");
     ASSERT_FALSE(writer.Poke());
-    // Callbacks never run inside a call; they come from the loop.
-    EXPECT_TRUE(seen.empty());
+    EXPECT_TRUE(seen.empty()) << "callbacks never run inside a call; they come from the loop";
 
     QEventLoop loop;
     QTimer poll;

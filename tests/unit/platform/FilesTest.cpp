@@ -1,16 +1,13 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cmath>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <utility>
 
+#include "common/TempPrefix.h"
 #include "platform/Files.h"
 #include "platform/Prefix.h"
 
@@ -20,37 +17,20 @@ namespace fs = std::filesystem;
 
 class FilesTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/vt-files-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root = pattern;
-        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
-        c = PrefixDriveFolder('c');
-    }
     void TearDown() override {
-        ::unsetenv("VOLTARIS_PREFIX");
         std::error_code ec;
-        fs::permissions(root, fs::perms::owner_all, fs::perm_options::add, ec);
-        for (auto& entry : fs::recursive_directory_iterator(root, ec))
+        for (auto& entry : fs::recursive_directory_iterator(prefix.Root(), ec))
             fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ec);
-        fs::remove_all(root, ec);
-    }
-    static void Write(const fs::path& path, const std::string& text) {
-        fs::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary) << text;
-    }
-    static std::string Read(const fs::path& path) {
-        std::ifstream in(path, std::ios::binary);
-        std::stringstream all;
-        all << in.rdbuf();
-        return all.str();
     }
     static int Entries(const fs::path& folder) {
         int count = 0;
         for ([[maybe_unused]] auto& entry : fs::directory_iterator(folder)) ++count;
         return count;
     }
-    fs::path root, c;
+    void Write(const fs::path& path, const std::string& text) { TempPrefix::Write(path, text); }
+    std::string Read(const fs::path& path) { return TempPrefix::Read(path); }
+    TempPrefix prefix;
+    fs::path c = PrefixDriveFolder('c');
 };
 
 TEST_F(FilesTest, ExistenceIgnoresCaseAndTellsFilesFromFolders) {
@@ -64,20 +44,21 @@ TEST_F(FilesTest, ExistenceIgnoresCaseAndTellsFilesFromFolders) {
 
 TEST_F(FilesTest, MissingFileAndMissingFolderGiveDifferentErrors) {
     fs::create_directories(c / "Data");
-    EXPECT_EQ(ReadWholeFile("C:\\data\\none.txt").Error.Number, ErrFileNotFound);
-    EXPECT_EQ(ReadWholeFile("C:\\nofolder\\none.txt").Error.Number, ErrPathNotFound);
-    EXPECT_EQ(FileLength("C:\\data\\none.txt").Error.Number, ErrFileNotFound);
-    EXPECT_EQ(FileDateTime("C:\\nofolder\\none.txt").Error.Number, ErrPathNotFound);
-    EXPECT_EQ(DeleteFile("C:\\data\\none.txt").Number, ErrFileNotFound);
-    EXPECT_EQ(CopyFileReplacing("C:\\data\\none.txt", "C:\\data\\b.txt").Number, ErrFileNotFound);
-    EXPECT_EQ(MoveFile("C:\\data\\none.txt", "C:\\data\\b.txt").Number, ErrFileNotFound);
-    EXPECT_EQ(DeleteFolder("C:\\nofolder").Number, ErrPathNotFound);
-    EXPECT_EQ(AppendToFile("C:\\nofolder\\log.txt", "x").Number, ErrPathNotFound);
-    EXPECT_EQ(WriteFileAtomically("C:\\nofolder\\x.ini", "x").Number, ErrPathNotFound);
-    // A file on the way where a folder is expected.
-    Write(c / "Data" / "plain", "x");
-    EXPECT_EQ(ReadWholeFile("C:\\data\\plain\\inner.txt").Error.Number, ErrPathNotFound);
-    EXPECT_EQ(MakeFolderPath("C:\\data\\plain").Number, ErrPathFileAccess);
+    Write(c / "Data" / "plain", "x");  // a file where a folder is expected
+    const std::pair<int, int> cases[] = {
+        {ReadWholeFile("C:\\data\\none.txt").Error.Number, ErrFileNotFound},
+        {ReadWholeFile("C:\\nofolder\\none.txt").Error.Number, ErrPathNotFound},
+        {FileLength("C:\\data\\none.txt").Error.Number, ErrFileNotFound},
+        {FileDateTime("C:\\nofolder\\none.txt").Error.Number, ErrPathNotFound},
+        {DeleteFile("C:\\data\\none.txt").Number, ErrFileNotFound},
+        {CopyFileReplacing("C:\\data\\none.txt", "C:\\data\\b.txt").Number, ErrFileNotFound},
+        {MoveFile("C:\\data\\none.txt", "C:\\data\\b.txt").Number, ErrFileNotFound},
+        {DeleteFolder("C:\\nofolder").Number, ErrPathNotFound},
+        {AppendToFile("C:\\nofolder\\log.txt", "x").Number, ErrPathNotFound},
+        {WriteFileAtomically("C:\\nofolder\\x.ini", "x").Number, ErrPathNotFound},
+        {ReadWholeFile("C:\\data\\plain\\inner.txt").Error.Number, ErrPathNotFound},
+        {MakeFolderPath("C:\\data\\plain").Number, ErrPathFileAccess}};
+    for (std::size_t i = 0; i < std::size(cases); ++i) EXPECT_EQ(cases[i].first, cases[i].second) << "case " << i;
     EXPECT_STREQ(VbErrorMessage(ReadWholeFile("C:\\data\\none.txt").Error.Number), "File not found");
 }
 
@@ -163,8 +144,7 @@ TEST_F(FilesTest, LengthAndModificationTime) {
     EXPECT_EQ(length.Value, 1234);
     EXPECT_EQ(FileLength("C:\\").Error.Number, ErrFileNotFound);
 
-    // 2024-03-05 14:07:09 local time.
-    struct tm local {};
+    struct tm local {};  // 2024-03-05 14:07:09 local time
     local.tm_year = 124;
     local.tm_mon = 2;
     local.tm_mday = 5;
@@ -172,9 +152,8 @@ TEST_F(FilesTest, LengthAndModificationTime) {
     local.tm_min = 7;
     local.tm_sec = 9;
     local.tm_isdst = -1;
-    time_t when = ::mktime(&local);
     fs::last_write_time(c / "a.bin",
-                        fs::file_time_type::clock::from_sys(std::chrono::system_clock::from_time_t(when)));
+                        fs::file_time_type::clock::from_sys(std::chrono::system_clock::from_time_t(::mktime(&local))));
     VbResult<DateTime> stamp = FileDateTime("c:\\a.bin");
     ASSERT_TRUE(stamp.Ok());
     EXPECT_NEAR(stamp.Value, MakeDateTime(2024, 3, 5, 14, 7, 9), 0.5 / 86400);
@@ -184,28 +163,21 @@ TEST_F(FilesTest, ListFilesMatchesPatternAndSortsByUpperCaseName) {
     for (const char* name : {"b.CSV", "a.csv", "C.csv", "notes.txt", "x.csvx", "_first.csv"}) Write(c / "In" / name, "1");
     fs::create_directories(c / "In" / "folder.csv");
     // Upper-case byte order: "_" (0x5F) comes after the letters, "b" before "C".
-    std::vector<std::string> expected{"a.csv", "b.CSV", "C.csv", "_first.csv"};
-    EXPECT_EQ(ListFiles("C:\\IN", "*.CSV"), expected);
+    EXPECT_EQ(ListFiles("C:\\IN", "*.CSV"), (std::vector<std::string>{"a.csv", "b.CSV", "C.csv", "_first.csv"}));
     EXPECT_EQ(ListFiles("C:\\IN", "?.csv"), (std::vector<std::string>{"a.csv", "b.CSV", "C.csv"}));
     EXPECT_EQ(ListFiles("C:\\IN", "*").size(), 6u);
     EXPECT_TRUE(ListFiles("C:\\missing", "*").empty());
 }
 
 TEST(PatternTest, WildcardsWithoutCase) {
-    EXPECT_TRUE(MatchesPattern("Site0611.lum", "site????.LUM"));
-    EXPECT_FALSE(MatchesPattern("Site061.lum", "site????.LUM"));
-    EXPECT_TRUE(MatchesPattern("abc", "*"));
-    EXPECT_TRUE(MatchesPattern("", "*"));
-    EXPECT_FALSE(MatchesPattern("", "?"));
-    EXPECT_TRUE(MatchesPattern("log.2.txt", "*.txt"));
-    EXPECT_FALSE(MatchesPattern("log.txt.bak", "*.txt"));
-    EXPECT_TRUE(MatchesPattern("aXbXc", "a*b*c"));
-    EXPECT_FALSE(MatchesPattern("aXbXd", "a*b*c"));
-    EXPECT_TRUE(MatchesPattern("mississippi", "*sip*"));
     // "*.*" is every name, with or without an extension.
-    EXPECT_TRUE(MatchesPattern("README", "*.*"));
-    EXPECT_TRUE(MatchesPattern("a.b", "*.*"));
-    EXPECT_FALSE(MatchesPattern("README", "*.txt"));
+    for (auto [name, pattern] : {std::pair{"Site0611.lum", "site????.LUM"}, {"abc", "*"}, {"", "*"},
+                                 {"log.2.txt", "*.txt"}, {"aXbXc", "a*b*c"}, {"mississippi", "*sip*"},
+                                 {"README", "*.*"}, {"a.b", "*.*"}})
+        EXPECT_TRUE(MatchesPattern(name, pattern)) << name << " " << pattern;
+    for (auto [name, pattern] : {std::pair{"Site061.lum", "site????.LUM"}, {"", "?"}, {"log.txt.bak", "*.txt"},
+                                 {"aXbXd", "a*b*c"}, {"README", "*.txt"}})
+        EXPECT_FALSE(MatchesPattern(name, pattern)) << name << " " << pattern;
 }
 
 TEST_F(FilesTest, ReadAndAppend) {
@@ -218,26 +190,23 @@ TEST_F(FilesTest, ReadAndAppend) {
     EXPECT_EQ(ReadWholeFile("C:\\").Error.Number, ErrPathFileAccess);
 }
 
-TEST_F(FilesTest, WriteAtomicallyReplacesAndLeavesNoTemporary) {
+TEST_F(FilesTest, AtomicWriteReplacesOrFailsWithoutLeavingATemporary) {
     Write(c / "Setup" / "Voltaris.ini", "old");
-    fs::permissions(c / "Setup" / "Voltaris.ini", fs::perms::owner_read | fs::perms::owner_write);
+    const fs::perms rw = fs::perms::owner_read | fs::perms::owner_write;
+    fs::permissions(c / "Setup" / "Voltaris.ini", rw);
     EXPECT_FALSE(WriteFileAtomically("C:\\SETUP\\VOLTARIS.INI", "new content"));
     EXPECT_EQ(Read(c / "Setup" / "Voltaris.ini"), "new content");
-    EXPECT_EQ(fs::status(c / "Setup" / "Voltaris.ini").permissions() & fs::perms::all,
-              fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(fs::status(c / "Setup" / "Voltaris.ini").permissions() & fs::perms::all, rw);
     EXPECT_FALSE(WriteFileAtomically("C:\\SETUP\\Fresh.ini", ""));
     EXPECT_TRUE(fs::exists(c / "Setup" / "Fresh.ini"));
     EXPECT_EQ(Entries(c / "Setup"), 2);
-}
 
-TEST_F(FilesTest, FailedAtomicWriteLeavesTargetAndNoTemporary) {
     // The rename fails because the target is a folder that is not empty.
     Write(c / "Setup" / "Target.ini" / "inner.txt", "inner");
-    Write(c / "Setup" / "other.ini", "old");
     EXPECT_TRUE(WriteFileAtomically("C:\\Setup\\target.ini", "new"));
     EXPECT_EQ(Read(c / "Setup" / "Target.ini" / "inner.txt"), "inner");
-    EXPECT_EQ(Read(c / "Setup" / "other.ini"), "old");
-    EXPECT_EQ(Entries(c / "Setup"), 2);
+    EXPECT_EQ(Read(c / "Setup" / "Voltaris.ini"), "new content");
+    EXPECT_EQ(Entries(c / "Setup"), 3);
 }
 
 }  // namespace

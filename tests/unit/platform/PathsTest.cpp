@@ -1,12 +1,13 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
+#include <tuple>
+#include <utility>
 
+#include "common/TempPrefix.h"
 #include "platform/Paths.h"
 #include "platform/Prefix.h"
 
@@ -17,33 +18,24 @@ namespace fs = std::filesystem;
 class PathsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/vt-paths-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root = pattern;
-        prefix = root / "prefix";
-        ::setenv("VOLTARIS_PREFIX", prefix.c_str(), 1);
         oldCwd = fs::current_path();
         fs::create_directories(root / "work");
         fs::current_path(root / "work");
     }
-    void TearDown() override {
-        fs::current_path(oldCwd);
-        ::unsetenv("VOLTARIS_PREFIX");
-        std::error_code ec;
-        fs::remove_all(root, ec);
+    void TearDown() override { fs::current_path(oldCwd); }
+    static void Touch(const fs::path& path) { TempPrefix::Write(path, "x"); }
+    // Each Windows-style text and the local path it must give.
+    static void ExpectLocal(std::initializer_list<std::pair<std::string, fs::path>> cases) {
+        for (const auto& [text, local] : cases) EXPECT_EQ(LocalPath(text), local) << text;
     }
-    static void Touch(const fs::path& path) {
-        fs::create_directories(path.parent_path());
-        std::ofstream(path) << "x";
-    }
-    fs::path root, prefix, oldCwd;
+    TempPrefix temp;
+    fs::path root = temp.Root(), prefix = temp.Prefix(), oldCwd;
+    fs::path c = prefix / "drives" / "c";
 };
 
 TEST_F(PathsTest, PrefixIsCreatedWithStandardFoldersAndFollowsEnvironment) {
     EXPECT_EQ(PrefixRoot(), prefix);
-    EXPECT_TRUE(fs::is_directory(prefix / "windows"));
-    EXPECT_TRUE(fs::is_directory(prefix / "drives" / "c"));
-    EXPECT_TRUE(fs::is_directory(prefix / "run"));
+    for (const char* folder : {"windows", "drives/c", "run"}) EXPECT_TRUE(fs::is_directory(prefix / folder)) << folder;
     EXPECT_EQ(SystemProfilePath(), prefix / "windows" / "win.ini");
     EXPECT_EQ(PrefixDriveFolder('D'), prefix / "drives" / "d");
 
@@ -52,10 +44,9 @@ TEST_F(PathsTest, PrefixIsCreatedWithStandardFoldersAndFollowsEnvironment) {
     EXPECT_EQ(PrefixRunFolder(), prefix / "run");
     EXPECT_TRUE(fs::is_directory(prefix / "run"));
 
-    fs::path other = root / "other";
-    ::setenv("VOLTARIS_PREFIX", other.c_str(), 1);
-    EXPECT_EQ(PrefixWindowsFolder(), other / "windows");
-    EXPECT_TRUE(fs::is_directory(other / "drives" / "c"));
+    ::setenv("VOLTARIS_PREFIX", (root / "other").c_str(), 1);
+    EXPECT_EQ(PrefixWindowsFolder(), root / "other" / "windows");
+    EXPECT_TRUE(fs::is_directory(root / "other" / "drives" / "c"));
 }
 
 TEST_F(PathsTest, PrefixDefaultsToHomeThenTemporaryFolder) {
@@ -80,65 +71,48 @@ TEST_F(PathsTest, WindowsFolderTextResolvesToWindowsFolder) {
     EXPECT_EQ(LocalPath(WindowsFolderText() + "\\WIN.INI"), SystemProfilePath());
 }
 
-TEST_F(PathsTest, DriveLettersAndSeparators) {
-    fs::path c = prefix / "drives" / "c";
-    EXPECT_EQ(LocalPath("C:\\lumdiag.txt"), c / "lumdiag.txt");
-    EXPECT_EQ(LocalPath("c:/lumdiag.txt"), c / "lumdiag.txt");
-    EXPECT_EQ(LocalPath("C:"), c);
-    EXPECT_EQ(LocalPath("C:\\"), c);
-    EXPECT_EQ(LocalPath("D:\\Data\\x.csv"), prefix / "drives" / "d" / "Data" / "x.csv");
-    EXPECT_EQ(LocalPath("C:\\\\Telvane//Job1\\\\\\a.txt"), c / "Telvane" / "Job1" / "a.txt");
-    EXPECT_EQ(LocalPath("C:\\Telvane\\"), c / "Telvane");
-    EXPECT_EQ(LocalPath("/var\\tmp"), fs::path("/var/tmp"));
-    EXPECT_EQ(LocalPath("sub\\file.txt"), root / "work" / "sub" / "file.txt");
-}
-
-TEST_F(PathsTest, DotAndDotDot) {
-    fs::path c = prefix / "drives" / "c";
-    EXPECT_EQ(LocalPath("C:\\a\\.\\b\\..\\c.txt"), c / "a" / "c.txt");
-    // A drive root cannot be left upwards.
-    EXPECT_EQ(LocalPath("C:\\..\\..\\x"), c / "x");
-    EXPECT_EQ(LocalPath("..\\x"), root / "x");
-    EXPECT_EQ(LocalPath("."), root / "work");
+TEST_F(PathsTest, DriveLettersSeparatorsAndDots) {
+    ExpectLocal({{"C:\\lumdiag.txt", c / "lumdiag.txt"},
+                 {"c:/lumdiag.txt", c / "lumdiag.txt"},
+                 {"C:", c},
+                 {"C:\\", c},
+                 {"D:\\Data\\x.csv", prefix / "drives" / "d" / "Data" / "x.csv"},
+                 {"C:\\\\Telvane//Job1\\\\\\a.txt", c / "Telvane" / "Job1" / "a.txt"},
+                 {"C:\\Telvane\\", c / "Telvane"},
+                 {"/var\\tmp", "/var/tmp"},
+                 {"sub\\file.txt", root / "work" / "sub" / "file.txt"},
+                 {"C:\\a\\.\\b\\..\\c.txt", c / "a" / "c.txt"},
+                 {"C:\\..\\..\\x", c / "x"},  // a drive root cannot be left upwards
+                 {"..\\x", root / "x"},
+                 {".", root / "work"}});
     // Back out of a missing folder into an existing one that is matched again.
     Touch(c / "Data" / "Site.lum");
     EXPECT_EQ(LocalPath("C:\\DATA\\missing\\..\\SITE.LUM"), c / "Data" / "Site.lum");
 }
 
-TEST_F(PathsTest, ExistingComponentsMatchedWithoutCaseAtEveryDepth) {
-    fs::path c = prefix / "drives" / "c";
+TEST_F(PathsTest, ExistingComponentsMatchedWithoutCaseAndMissingOnesKeepTheirCase) {
     Touch(c / "Telvane" / "Job1" / "Data" / "Voltaris" / "Site0611.lum");
-    EXPECT_EQ(LocalPath("C:\\TELVANE\\job1\\DATA\\voltaris\\SITE0611.LUM"),
-              c / "Telvane" / "Job1" / "Data" / "Voltaris" / "Site0611.lum");
-    EXPECT_EQ(LocalPath("c:\\telvane"), c / "Telvane");
-    // Absolute and relative local paths are matched the same way.
-    EXPECT_EQ(LocalPath((c / "TELVANE" / "JOB1").string()), c / "Telvane" / "Job1");
+    ExpectLocal({{"C:\\TELVANE\\job1\\DATA\\voltaris\\SITE0611.LUM", c / "Telvane" / "Job1" / "Data" / "Voltaris" / "Site0611.lum"},
+                 {"c:\\telvane", c / "Telvane"},
+                 // Absolute local paths are matched the same way.
+                 {(c / "TELVANE" / "JOB1").string(), c / "Telvane" / "Job1"},
+                 // A new name is taken as written, below the existing folder as spelled on disk.
+                 {"C:\\TELVANE\\NewJob\\New.LUM", c / "Telvane" / "NewJob" / "New.LUM"},
+                 // A missing folder stops the matching: an existing-looking name below it is not searched.
+                 {"C:\\Missing\\TELVANE", c / "Missing" / "TELVANE"}});
     fs::current_path(c);
     EXPECT_EQ(LocalPath("telvane\\JOB1\\data"), c / "Telvane" / "Job1" / "Data");
 }
 
-TEST_F(PathsTest, MissingComponentsKeepTheirCase) {
-    fs::path c = prefix / "drives" / "c";
-    fs::create_directories(c / "Telvane");
-    // The new file takes the name as written, below the existing folder as spelled on disk.
-    EXPECT_EQ(LocalPath("C:\\TELVANE\\NewJob\\New.LUM"), c / "Telvane" / "NewJob" / "New.LUM");
-    // A missing folder stops the matching: an existing-looking name below it is not searched.
-    EXPECT_EQ(LocalPath("C:\\Missing\\TELVANE"), c / "Missing" / "TELVANE");
-}
-
 TEST_F(PathsTest, ExactSpellingWinsAndCaseTwinsAreDeterministic) {
-    fs::path dir = prefix / "drives" / "c" / "twins";
-    Touch(dir / "b.txt");
-    Touch(dir / "B.txt");
-    Touch(dir / "B.TXT");
-    EXPECT_EQ(LocalPath("C:\\twins\\b.txt"), dir / "b.txt");
-    EXPECT_EQ(LocalPath("C:\\twins\\B.TXT"), dir / "B.TXT");
+    fs::path dir = c / "twins";
+    for (const char* name : {"b.txt", "B.txt", "B.TXT"}) Touch(dir / name);
     // No exact match: the first in byte order.
-    EXPECT_EQ(LocalPath("C:\\twins\\b.TXT"), dir / "B.TXT");
+    ExpectLocal({{"C:\\twins\\b.txt", dir / "b.txt"}, {"C:\\twins\\B.TXT", dir / "B.TXT"}, {"C:\\twins\\b.TXT", dir / "B.TXT"}});
 }
 
 TEST_F(PathsTest, LookupSeesFilesCreatedAndDeletedBetweenCalls) {
-    fs::path dir = prefix / "drives" / "c" / "store";
+    fs::path dir = c / "store";
     fs::create_directories(dir);
     EXPECT_EQ(LocalPath("C:\\STORE\\site.lum"), dir / "site.lum");
     Touch(dir / "SITE.LUM");
@@ -148,23 +122,18 @@ TEST_F(PathsTest, LookupSeesFilesCreatedAndDeletedBetweenCalls) {
 }
 
 TEST(PathTextTest, FolderFileAndJoin) {
-    EXPECT_EQ(PathFolderPart("C:\\a\\b.txt"), "C:\\a");
-    EXPECT_EQ(PathFilePart("C:\\a\\b.txt"), "b.txt");
-    EXPECT_EQ(PathFolderPart("C:/a/b.txt"), "C:/a");
-    EXPECT_EQ(PathFilePart("C:\\a/b.txt"), "b.txt");
-    EXPECT_EQ(PathFolderPart("C:\\b.txt"), "C:");
-    EXPECT_EQ(PathFolderPart("C:b.txt"), "C:");
-    EXPECT_EQ(PathFilePart("C:b.txt"), "b.txt");
-    EXPECT_EQ(PathFolderPart("/b.txt"), "/");
-    EXPECT_EQ(PathFolderPart("b.txt"), "");
-    EXPECT_EQ(PathFilePart("b.txt"), "b.txt");
-    EXPECT_EQ(PathFilePart("C:\\a\\"), "");
-
-    EXPECT_EQ(PathJoin("C:\\a", "b.txt"), "C:\\a\\b.txt");
-    EXPECT_EQ(PathJoin("C:\\a\\", "b.txt"), "C:\\a\\b.txt");
-    EXPECT_EQ(PathJoin("C:\\a", "\\b.txt"), "C:\\a\\b.txt");
-    EXPECT_EQ(PathJoin("/opt/x/", "b.txt"), "/opt/x/b.txt");
-    EXPECT_EQ(PathJoin("", "b.txt"), "b.txt");
+    // {path, folder part, file part}
+    for (auto [path, folder, file] : {std::tuple{"C:\\a\\b.txt", "C:\\a", "b.txt"}, {"C:/a/b.txt", "C:/a", "b.txt"},
+                                      {"C:\\a/b.txt", "C:\\a", "b.txt"}, {"C:\\b.txt", "C:", "b.txt"},
+                                      {"C:b.txt", "C:", "b.txt"}, {"/b.txt", "/", "b.txt"}, {"b.txt", "", "b.txt"},
+                                      {"C:\\a\\", "C:\\a", ""}}) {
+        EXPECT_EQ(PathFolderPart(path), folder) << path;
+        EXPECT_EQ(PathFilePart(path), file) << path;
+    }
+    for (auto [a, b, joined] : {std::tuple{"C:\\a", "b.txt", "C:\\a\\b.txt"}, {"C:\\a\\", "b.txt", "C:\\a\\b.txt"},
+                                {"C:\\a", "\\b.txt", "C:\\a\\b.txt"}, {"/opt/x/", "b.txt", "/opt/x/b.txt"},
+                                {"", "b.txt", "b.txt"}})
+        EXPECT_EQ(PathJoin(a, b), joined) << a << " + " << b;
 }
 
 }  // namespace

@@ -3,104 +3,68 @@
 #include "platform/WindowRegistry.h"
 
 #include <gtest/gtest.h>
-#include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
 
+#include "Fork.h"
+#include "common/TempPrefix.h"
 #include "platform/Prefix.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-// One-shot signal between a parent and a forked child.
-struct Signal {
-    int fds[2] = {-1, -1};
-    Signal() { EXPECT_EQ(::pipe(fds), 0); }
-    ~Signal() {
-        ::close(fds[0]);
-        ::close(fds[1]);
-    }
-    void Raise() { (void)!::write(fds[1], "x", 1); }
-    bool Await(int timeoutMs = 10000) {
-        pollfd p{fds[0], POLLIN, 0};
-        char c;
-        return ::poll(&p, 1, timeoutMs) == 1 && ::read(fds[0], &c, 1) == 1;
-    }
-};
-
-// Runs body in a forked child; its result is the child's exit status. _exit skips the
-// atexit hooks: the child ends like a killed process unless body calls exit itself.
-pid_t Spawn(const std::function<int()>& body) {
-    pid_t pid = ::fork();
-    if (pid == 0) ::_exit(body());
-    return pid;
-}
-
-int Reap(pid_t pid) {
-    int status = 0;
-    if (::waitpid(pid, &status, 0) != pid) return -1;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+long Self() { return static_cast<long>(::getpid()); }
+long OwnerOf(std::string_view windowClass) {
+    std::optional<WindowInfo> w = FindWindowByClass(windowClass);
+    return w ? w->OwnerPid : 0;
 }
 
 class WindowRegistryTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/vt-windows-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root = pattern;
-        ::setenv("VOLTARIS_PREFIX", root.c_str(), 1);
-    }
-    void TearDown() override {
-        UnregisterAllWindows();
-        std::error_code ec;
-        fs::remove_all(root, ec);
-        ::unsetenv("VOLTARIS_PREFIX");
-    }
+    void TearDown() override { UnregisterAllWindows(); }
     // Entry files on disk, read without going through the registry (which would clean up).
-    std::vector<std::string> EntryFiles() {
+    static std::vector<std::string> EntryFiles() {
         std::vector<std::string> names;
         std::error_code ec;
         for (const auto& item : fs::directory_iterator(PrefixRunFolder() / "windows", ec))
             names.push_back(item.path().filename().string());
         return names;
     }
-    size_t QueueFolders() {
+    static size_t QueueFolders() {
         size_t count = 0;
         std::error_code ec;
         for (const auto& item : fs::directory_iterator(PrefixRunFolder() / "messages", ec)) count += item.is_directory();
         return count;
     }
-    fs::path root;
+    static void ExpectNothingLeft() {
+        EXPECT_TRUE(OpenWindows().empty());
+        EXPECT_TRUE(EntryFiles().empty());
+        EXPECT_EQ(QueueFolders(), 0u);
+    }
+    TempPrefix prefix;
 };
 
 TEST_F(WindowRegistryTest, WindowIsSeenFromAnotherProcessWhateverTheCase) {
     ASSERT_TRUE(RegisterWindow("Tray32WndClass", "Host tray 100% \"up\"\nsecond line", true));
-
     std::optional<WindowInfo> found = FindWindowByClass("TRAY32WNDCLASS");
     ASSERT_TRUE(found);
     EXPECT_EQ(found->ClassName, "Tray32WndClass");
     EXPECT_EQ(found->Title, "Host tray 100% \"up\"\nsecond line");
-    EXPECT_EQ(found->OwnerPid, static_cast<long>(::getpid()));
+    EXPECT_EQ(found->OwnerPid, Self());
     EXPECT_FALSE(FindWindowByClass("Tray32WndClas"));
     EXPECT_FALSE(FindWindowByClass(""));
 
     auto childSees = [](bool visible) {
-        return Reap(Spawn([visible] {
-            std::optional<WindowInfo> w = FindWindowByClass("tray32wndclass");
-            if (!w || w->OwnerPid != static_cast<long>(::getppid())) return 1;
+        return InChild([visible] {
+            if (OwnerOf("tray32wndclass") != static_cast<long>(::getppid())) return 1;
             return IsWindowVisible("Tray32WndClass") == visible ? 0 : 2;
-        }));
+        });
     };
     EXPECT_EQ(childSees(true), 0);
     ASSERT_TRUE(SetWindowVisible("tray32WNDclass", false));
@@ -116,9 +80,7 @@ TEST_F(WindowRegistryTest, WindowIsSeenFromAnotherProcessWhateverTheCase) {
     UnregisterWindow("tray32wndclass");
     EXPECT_FALSE(FindWindowByClass("Tray32WndClass"));
     EXPECT_FALSE(IsWindowVisible("Tray32WndClass"));
-    EXPECT_TRUE(OpenWindows().empty());
-    EXPECT_TRUE(EntryFiles().empty());
-    EXPECT_EQ(QueueFolders(), 0u);
+    ExpectNothingLeft();
 }
 
 TEST_F(WindowRegistryTest, KilledOwnerIsNeverReportedAndItsFilesAreCleanedUp) {
@@ -130,9 +92,7 @@ TEST_F(WindowRegistryTest, KilledOwnerIsNeverReportedAndItsFilesAreCleanedUp) {
         return 0;
     });
     ASSERT_TRUE(ready.Await());
-    std::optional<WindowInfo> found = FindWindowByClass("LoaderWClass");
-    ASSERT_TRUE(found);
-    EXPECT_EQ(found->OwnerPid, static_cast<long>(child));
+    EXPECT_EQ(OwnerOf("LoaderWClass"), static_cast<long>(child));
     EXPECT_TRUE(PostRegisteredMessage("LoaderWClass", "APPCLOSE"));
 
     ::kill(child, SIGKILL);
@@ -140,32 +100,23 @@ TEST_F(WindowRegistryTest, KilledOwnerIsNeverReportedAndItsFilesAreCleanedUp) {
     for (int i = 0; i < 200 && FindWindowByClass("LoaderWClass"); ++i) ::usleep(10000);
     EXPECT_FALSE(FindWindowByClass("LoaderWClass"));
     EXPECT_EQ(Reap(child), 128 + SIGKILL);
-
     EXPECT_FALSE(FindWindowByClass("LoaderWClass"));
     EXPECT_FALSE(IsWindowVisible("LoaderWClass"));
     EXPECT_FALSE(PostRegisteredMessage("LoaderWClass", "APPCLOSE"));
-    EXPECT_TRUE(OpenWindows().empty());
-    EXPECT_TRUE(EntryFiles().empty());
-    EXPECT_EQ(QueueFolders(), 0u);
+    ExpectNothingLeft();
 }
 
 TEST_F(WindowRegistryTest, EntryOfAnEarlierProcessWithTheSamePidIsNotTheOwner) {
     ASSERT_TRUE(RegisterWindow("TelvaneV5", "host", true));
     std::vector<std::string> files = EntryFiles();
     ASSERT_EQ(files.size(), 1u);
-    const fs::path entry = PrefixRunFolder() / "windows" / files[0];
-
     // Same pid, another start time: the pid was reused by this process.
-    std::ifstream in(entry);
-    std::stringstream text;
-    text << in.rdbuf();
-    in.close();
-    std::string content = text.str();
+    const fs::path entry = PrefixRunFolder() / "windows" / files[0];
+    std::string content = TempPrefix::Read(entry);
     size_t start = content.find("start=");
     ASSERT_NE(start, std::string::npos);
     content.insert(start + 6, "1");
-    std::ofstream(entry, std::ios::trunc) << content;
-
+    TempPrefix::Write(entry, content);
     EXPECT_FALSE(FindWindowByClass("TelvaneV5"));
     EXPECT_TRUE(EntryFiles().empty());
 }
@@ -177,25 +128,21 @@ TEST_F(WindowRegistryTest, ClassRegisteredTwiceGoesToTheEarliestAndThenToTheOthe
         if (!RegisterWindow("telvanev5", "second", false)) return 1;
         ready.Raise();
         release.Await(30000);
-        // The child sees the same answer as the parent.
-        std::optional<WindowInfo> w = FindWindowByClass("TelvaneV5");
-        return w && w->OwnerPid == static_cast<long>(::getppid()) ? 0 : 2;
+        return OwnerOf("TelvaneV5") == static_cast<long>(::getppid()) ? 0 : 2;  // the same answer there
     });
     ASSERT_TRUE(ready.Await());
-
     for (int i = 0; i < 5; ++i) {
         std::optional<WindowInfo> w = FindWindowByClass("TELVANEV5");
         ASSERT_TRUE(w);
-        EXPECT_EQ(w->OwnerPid, static_cast<long>(::getpid()));
+        EXPECT_EQ(w->OwnerPid, Self());
         EXPECT_EQ(w->Title, "first");
     }
     std::vector<WindowInfo> open = OpenWindows();
     ASSERT_EQ(open.size(), 2u);
-    EXPECT_EQ(open[0].OwnerPid, static_cast<long>(::getpid()));
+    EXPECT_EQ(open[0].OwnerPid, Self());
     EXPECT_EQ(open[1].OwnerPid, static_cast<long>(child));
     release.Raise();
     EXPECT_EQ(Reap(child), 0);
-
     // The child ended without unregistering; its entry does not hide behind ours.
     UnregisterWindow("TelvaneV5");
     EXPECT_FALSE(FindWindowByClass("TelvaneV5"));
@@ -209,34 +156,28 @@ TEST_F(WindowRegistryTest, ClassRegisteredTwiceGoesToTheEarliestAndThenToTheOthe
     });
     ASSERT_TRUE(ready2.Await());
     ASSERT_TRUE(RegisterWindow("TelvaneV5", "late", true));
-    std::optional<WindowInfo> w = FindWindowByClass("TelvaneV5");
-    ASSERT_TRUE(w);
-    EXPECT_EQ(w->OwnerPid, static_cast<long>(child));
+    EXPECT_EQ(OwnerOf("TelvaneV5"), static_cast<long>(child));
     EXPECT_FALSE(IsWindowVisible("TelvaneV5"));
     release2.Raise();
     EXPECT_EQ(Reap(child), 0);
-    w = FindWindowByClass("TelvaneV5");
-    ASSERT_TRUE(w);
-    EXPECT_EQ(w->OwnerPid, static_cast<long>(::getpid()));
+    EXPECT_EQ(OwnerOf("TelvaneV5"), Self());
 }
 
 TEST_F(WindowRegistryTest, NormalExitUnregistersOnlyTheExitingProcessWindows) {
     ASSERT_TRUE(RegisterWindow("ParentWnd", "parent", true));
-    pid_t child = Spawn([] {
-        if (!RegisterWindow("ChildWnd", "child", true)) return 1;
-        std::exit(0);  // runs the exit hooks, which must spare the inherited ParentWnd
-    });
-    EXPECT_EQ(Reap(child), 0);
-
+    EXPECT_EQ(InChild([] {
+                  if (!RegisterWindow("ChildWnd", "child", true)) return 1;
+                  std::exit(0);  // runs the exit hooks, which must spare the inherited ParentWnd
+              }),
+              0);
     // Look at the files themselves: a lookup would hide a leftover by cleaning it up.
     std::vector<std::string> files = EntryFiles();
     ASSERT_EQ(files.size(), 1u);
     EXPECT_EQ(files[0].rfind("parentwnd@", 0), 0u);
     EXPECT_EQ(QueueFolders(), 1u);
     EXPECT_TRUE(FindWindowByClass("ParentWnd"));
-
     // A child posting to the parent still reaches it after the child ended normally.
-    EXPECT_EQ(Reap(Spawn([] { return PostRegisteredMessage("ParentWnd", "APPCLOSE") ? 0 : 1; })), 0);
+    EXPECT_EQ(InChild([] { return PostRegisteredMessage("ParentWnd", "APPCLOSE") ? 0 : 1; }), 0);
     EXPECT_EQ(TakeWindowMessages("ParentWnd"), std::vector<std::string>{"APPCLOSE"});
 }
 
@@ -245,14 +186,11 @@ TEST_F(WindowRegistryTest, MessagesArriveOnceInPostingOrder) {
     ASSERT_TRUE(RegisterWindow("Tray32WndClass", "tray", false));
     EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
     EXPECT_FALSE(PostRegisteredMessage("Tray32WndClass", ""));
-
-    EXPECT_TRUE(PostRegisteredMessage("tray32wndclass", "APPCLOSE"));
-    EXPECT_TRUE(PostRegisteredMessage("Tray32WndClass", "APPCLOSE"));
-    EXPECT_TRUE(PostRegisteredMessage("Tray32WndClass", "APPRELOAD"));
+    for (const char* message : {"APPCLOSE", "APPCLOSE", "APPRELOAD"})
+        EXPECT_TRUE(PostRegisteredMessage("tray32wndclass", message));
     EXPECT_EQ(TakeWindowMessages("TRAY32WNDCLASS"), (std::vector<std::string>{"APPCLOSE", "APPCLOSE", "APPRELOAD"}));
     EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
-    // Only the owner takes its messages.
-    EXPECT_TRUE(TakeWindowMessages("SomeoneElse").empty());
+    EXPECT_TRUE(TakeWindowMessages("SomeoneElse").empty());  // only the owner takes its messages
 
     // Unregistering drops what was pending; a new registration starts empty.
     EXPECT_TRUE(PostRegisteredMessage("Tray32WndClass", "STALE"));
@@ -264,8 +202,7 @@ TEST_F(WindowRegistryTest, MessagesArriveOnceInPostingOrder) {
 
 TEST_F(WindowRegistryTest, ConcurrentPostersLoseAndDuplicateNothing) {
     ASSERT_TRUE(RegisterWindow("Tray32WndClass", "tray", true));
-    constexpr int posters = 4;
-    constexpr int perPoster = 60;
+    constexpr int posters = 4, perPoster = 60;
     Signal start;
     std::vector<pid_t> children;
     for (int p = 0; p < posters; ++p) {
@@ -278,19 +215,17 @@ TEST_F(WindowRegistryTest, ConcurrentPostersLoseAndDuplicateNothing) {
         }));
     }
     start.Raise();
-
     // Take while they post, as the host's event loop would.
     std::vector<std::string> received;
-    for (int round = 0; round < 2000 && received.size() < posters * perPoster; ++round) {
+    auto take = [&] {
         for (std::string& m : TakeWindowMessages("Tray32WndClass")) received.push_back(std::move(m));
-        ::usleep(1000);
-    }
+    };
+    for (int round = 0; round < 2000 && received.size() < posters * perPoster; ++round) take(), ::usleep(1000);
     for (pid_t child : children) EXPECT_EQ(Reap(child), 0);
-    for (std::string& m : TakeWindowMessages("Tray32WndClass")) received.push_back(std::move(m));
+    take();
 
     ASSERT_EQ(received.size(), static_cast<size_t>(posters * perPoster));
-    std::set<std::string> unique(received.begin(), received.end());
-    EXPECT_EQ(unique.size(), received.size());
+    EXPECT_EQ(std::set<std::string>(received.begin(), received.end()).size(), received.size());
     // Each poster's messages come in the order it posted them.
     std::map<int, int> next;
     for (const std::string& m : received) {

@@ -3,32 +3,24 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
+#include <utility>
 
 using namespace std::string_literals;
 
-TEST(VbText, LineBreaks) {
-    EXPECT_EQ(NL(0), "");
-    EXPECT_EQ(NL(-3), "");
-    EXPECT_EQ(NL(1), "\r\n");
-    EXPECT_EQ(NL(2), "\r\n\r\n");
-}
-
-TEST(VbText, NulTermination) {
-    EXPECT_EQ(TrimNull("abc\0xyz"s), "abc");
-    EXPECT_EQ(TrimNull("  abc  \0xyz"s), "abc");
-    EXPECT_EQ(TrimNull("abc"), "");
-    EXPECT_EQ(TrimNull("\0abc"s), "");
-    EXPECT_EQ(TrimNull(""), "");
-    EXPECT_EQ(TrimNull("\tab \0"s), "\tab");  // only blanks are trimmed
+TEST(VbText, LineBreaksNulTerminationAndTrim) {
+    for (auto [count, text] : {std::pair{0, ""}, {-3, ""}, {1, "\r\n"}, {2, "\r\n\r\n"}}) EXPECT_EQ(NL(count), text) << count;
+    // TrimNull cuts at the first NUL (none: nothing) and trims blanks only; CutAtNull only cuts.
+    for (auto [in, out] : {std::pair{"abc\0xyz"s, "abc"s}, {"  abc  \0xyz"s, "abc"s}, {"abc"s, ""s}, {"\0abc"s, ""s},
+                           {""s, ""s}, {"\tab \0"s, "\tab"s}})
+        EXPECT_EQ(TrimNull(in), out) << in;
     EXPECT_EQ(CutAtNull("abc\0xyz"s), "abc");
     EXPECT_EQ(CutAtNull(" abc "), " abc ");
     EXPECT_EQ(CutAtNull("\0"s), "");
     std::string buffer(256, '\0');
     buffer.replace(0, 5, "value");
     EXPECT_EQ(TrimNull(buffer), "value");
-}
 
-TEST(VbText, TrimRemovesSpacesOnly) {
     EXPECT_EQ(Trim("  a b  "), "a b");
     EXPECT_EQ(LTrim("  a b  "), "a b  ");
     EXPECT_EQ(RTrim("  a b  "), "  a b");
@@ -48,8 +40,7 @@ TEST(VbText, CaseOfWindows1252Letters) {
     EXPECT_EQ(LCase("\xD7\xDF"), "\xD7\xDF");
     // Every byte maps back through the other case where it has a partner.
     for (int b = 0; b < 256; ++b) {
-        const std::string one(1, static_cast<char>(b));
-        const std::string up = UCase(one);
+        const std::string one(1, static_cast<char>(b)), up = UCase(one);
         if (up != one) {
             EXPECT_EQ(LCase(up), one) << b;
         }
@@ -62,30 +53,21 @@ TEST(VbText, CaseInsensitiveComparisons) {
     EXPECT_FALSE(EqualsNoCase("abc", "abd"));
     EXPECT_FALSE(EqualsNoCase("abc", "abcd"));
     EXPECT_TRUE(EqualsNoCase("\xE9t\xE9", "\xC9T\xC9"));
-    EXPECT_TRUE(ContainsNoCase("The Host Window", "host"));
-    EXPECT_TRUE(ContainsNoCase("abc", ""));
-    EXPECT_TRUE(ContainsNoCase("", ""));
-    EXPECT_FALSE(ContainsNoCase("", "a"));
-    EXPECT_FALSE(ContainsNoCase("ab", "abc"));
-    EXPECT_TRUE(ContainsNoCase("aaab", "AAB"));  // overlapping start
-    EXPECT_FALSE(ContainsNoCase("abcabd", "abe"));
+    // "aaab" has an overlapping start.
+    for (auto [text, part] : {std::pair{"The Host Window", "host"}, {"abc", ""}, {"", ""}, {"aaab", "AAB"}})
+        EXPECT_TRUE(ContainsNoCase(text, part)) << text << " / " << part;
+    for (auto [text, part] : {std::pair{"", "a"}, {"ab", "abc"}, {"abcabd", "abe"}})
+        EXPECT_FALSE(ContainsNoCase(text, part)) << text << " / " << part;
 }
 
-TEST(VbText, LeftRightMidClip) {
+TEST(VbText, LeftRightMidFixedField) {
     EXPECT_EQ(Left("abcdef", 3), "abc");
     EXPECT_EQ(Left("abc", 10), "abc");
     EXPECT_EQ(Right("abcdef", 2), "ef");
     EXPECT_EQ(Right("abc", 10), "abc");
-    EXPECT_EQ(Mid("abcdef", 2, 3), "bcd");
-    EXPECT_EQ(Mid("abcdef", 5, 10), "ef");
-    EXPECT_EQ(Mid("abcdef", 6, 1), "f");
-    EXPECT_EQ(Mid("abcdef", 7, 1), "");
-    EXPECT_EQ(Mid("abcdef", 1, 0), "");
-    EXPECT_EQ(Mid("abcdef", 0, 2), "ab");
+    for (auto [start, length, part] : {std::tuple{2, 3, "bcd"}, {5, 10, "ef"}, {6, 1, "f"}, {7, 1, ""}, {1, 0, ""}, {0, 2, "ab"}})
+        EXPECT_EQ(Mid("abcdef", start, length), part) << start << "," << length;
     EXPECT_EQ(Mid("", 1), "");
-}
-
-TEST(VbText, FixedFieldCutsOrPads) {
     EXPECT_EQ(FixedField("abc", 5), "abc  ");
     EXPECT_EQ(FixedField("abcdef", 4), "abcd");
     EXPECT_EQ(FixedField("abc", 0), "");
