@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "common/TempPrefix.h"
 #include "platform/Files.h"
 #include "platform/Prefix.h"
 #include "support/Log.h"
@@ -22,35 +20,18 @@ namespace fs = std::filesystem;
 
 class HelperClassesTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/vt-helpers-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root = pattern;
-        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
-        ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
-        fs::create_directories(root / "program");
-        ini = (root / "WinSockets.ini").string();
-    }
-    void TearDown() override {
-        ::unsetenv("VOLTARIS_PREFIX");
-        ::unsetenv("VOLTARIS_PROGRAM_DIR");
-        std::error_code ec;
-        fs::remove_all(root, ec);
-    }
-    static void Write(const fs::path& path, const std::string& text) {
-        fs::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary) << text;
-    }
+    static void Write(const fs::path& path, const std::string& text) { TempPrefix::Write(path, text); }
     static std::string Read(const fs::path& path) { return ReadWholeFile(path.string()).Value; }
-    clsIni At(const std::string& file, const std::string& app, const std::string& key) {
+    static clsIni At(const std::string& file, const std::string& app, const std::string& key) {
         clsIni i;
         i.FileName(file);
         i.AppName(app);
         i.KeyName(key);
         return i;
     }
-    fs::path root;
-    std::string ini;
+    TempPrefix prefix;
+    fs::path root = prefix.Root();
+    std::string ini = (root / "WinSockets.ini").string();
 };
 
 TEST_F(HelperClassesTest, IniReadsAreCutTo255AndAtNul) {
@@ -76,10 +57,8 @@ TEST_F(HelperClassesTest, IniNeedsAllThreeProperties) {
 
     At(ini, "Sockets", "").SetIni("1");
     At(ini, "", "port").SetIni("1");
-    const std::string other = (root / "other.ini").string();
     At("", "Sockets", "port").SetIni("1");
     EXPECT_EQ(Read(ini), "[Sockets]\r\n=nameless\r\n");
-    EXPECT_FALSE(fs::exists(other));
 }
 
 TEST_F(HelperClassesTest, SetIniWritesEmptyValuesAndKeepsTheRest) {
@@ -104,14 +83,10 @@ TEST_F(HelperClassesTest, WinIniReadsTheSystemProfile) {
 }
 
 TEST_F(HelperClassesTest, TrimNull) {
-    clsAPI api;
     using namespace std::string_literals;
-    EXPECT_EQ(api.TrimNull("abc\0def"s), "abc");
-    EXPECT_EQ(api.TrimNull("  a b  \0  "s), "a b");
-    EXPECT_EQ(api.TrimNull("\tx \0"s), "\tx");  // blanks are spaces only
-    EXPECT_EQ(api.TrimNull("abc"), "");
-    EXPECT_EQ(api.TrimNull("\0abc"s), "");
-    EXPECT_EQ(api.TrimNull("   \0"s), "");
+    for (auto [in, out] : {std::pair{"abc\0def"s, "abc"}, {"  a b  \0  "s, "a b"}, {"\tx \0"s, "\tx"}, {"abc"s, ""},
+                           {"\0abc"s, ""}, {"   \0"s, ""}})
+        EXPECT_EQ(clsAPI().TrimNull(in), out) << in;
 }
 
 TEST_F(HelperClassesTest, ShellExecuteStartsAProgramWithItsParameters) {
@@ -143,7 +118,7 @@ struct FakeWindow : CenterableWindow, TopMostWindow {
     void PlaceTopMost() override { ++topMostCalls; }
 };
 
-TEST_F(HelperClassesTest, CenterFormPlacesTheWindowInTheMiddle) {
+TEST_F(HelperClassesTest, CenterFormPlacesTheWindowInTheMiddleAndReportsAFailedMove) {
     clsMisc misc;
     FakeWindow win;
     misc.CenterForm(win);
@@ -156,22 +131,17 @@ TEST_F(HelperClassesTest, CenterFormPlacesTheWindowInTheMiddle) {
     const std::vector<std::pair<int, int>> expected{{5280, 3960}, {-2320, 0}, {-2, 2}};
     EXPECT_EQ(win.moves, expected);
     EXPECT_FALSE(FileExists(clsLog().ErrFile()));
-
     clsAPI().SetWindowTopMost(win);
     EXPECT_EQ(win.topMostCalls, 1);
     EXPECT_EQ(win.moves.size(), 3u);  // topmost never moves the window
-}
 
-TEST_F(HelperClassesTest, CenterFormReportsAFailedMoveToTheErrorFile) {
-    clsMisc misc;
-    FakeWindow win;
     win.moveResult = VbError(ErrInvalidCall);
     misc.CenterForm(win);
     VbResult<std::string> err = ReadWholeFile(clsLog().ErrFile());
     ASSERT_TRUE(err.Ok()) << clsLog().ErrFile();
     EXPECT_NE(err.Value.find("clsMisc,CenterForm,,5,Invalid procedure call or argument"), std::string::npos)
         << err.Value;
-    EXPECT_EQ(win.moves.size(), 1u);
+    EXPECT_EQ(win.moves.size(), 4u);
 }
 
 }  // namespace

@@ -1,14 +1,13 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
+#include <tuple>
 #include <string>
 
+#include "common/TempPrefix.h"
 #include "platform/Files.h"
 #include "platform/Prefix.h"
 #include "support/IniText.h"
@@ -20,44 +19,20 @@ namespace fs = std::filesystem;
 
 // One text exercising every reading rule at once.
 const std::string Sample =
-    "junk=before any section\r\n"
-    "; comment=not a key\r\n"
-    "[General]\r\n"
-    "  StoreFilePrefix  =  Site A  \r\n"
-    "\tTabbed\t=\tvalue\t\r\n"
-    "quoted=\"  padded  \"\r\n"
-    "single='x'\r\n"
-    "mixed=\"x'\r\n"
-    "lone=\"\r\n"
-    "formula=a=b=c\r\n"
-    "bare line\r\n"
-    "; StoreFilePrefix=commented\r\n"
-    "dup=first\r\n"
-    "dup=second\r\n"
-    "empty=\r\n"
-    "[ Spaced Name ]\n"
-    "k=lf only\n"
-    "[\xC4rger\r\n"
-    "\xE9t\xE9=accent\r\n"
-    "[general]\r\n"
-    "onlyInSecond=lost\r\n";
+    "junk=before any section\r\n; comment=not a key\r\n[General]\r\n  StoreFilePrefix  =  Site A  \r\n"
+    "\tTabbed\t=\tvalue\t\r\nquoted=\"  padded  \"\r\nsingle='x'\r\nmixed=\"x'\r\nlone=\"\r\nformula=a=b=c\r\n"
+    "bare line\r\n; StoreFilePrefix=commented\r\ndup=first\r\ndup=second\r\nempty=\r\n"
+    "[ Spaced Name ]\nk=lf only\n[\xC4rger\r\n\xE9t\xE9=accent\r\n[general]\r\nonlyInSecond=lost\r\n";
 
 TEST(IniText, ReadingRules) {
     auto find = [](std::string_view s, std::string_view k) { return IniFindValue(Sample, s, k); };
-    EXPECT_EQ(find("GENERAL", "storefileprefix"), "Site A");
-    EXPECT_EQ(find("general", "tabbed"), "value");
-    EXPECT_EQ(find("general", "quoted"), "  padded  ");
-    EXPECT_EQ(find("general", "single"), "x");
-    EXPECT_EQ(find("general", "mixed"), "\"x'");
-    EXPECT_EQ(find("general", "lone"), "\"");
-    EXPECT_EQ(find("general", "formula"), "a=b=c");
-    EXPECT_EQ(find("general", "dup"), "first");
-    EXPECT_EQ(find("general", "empty"), "");
-    EXPECT_EQ(find("  general\t", " dup "), "first");
-    EXPECT_EQ(find("spaced name", "K"), "lf only");
     // Windows-1252 letters fold too; a header without "]" runs to the end of its line.
-    EXPECT_EQ(find("\xE4RGER", "\xC9T\xC9"), "accent");
-
+    for (auto [section, key, value] :
+         {std::tuple{"GENERAL", "storefileprefix", "Site A"}, {"general", "tabbed", "value"},
+          {"general", "quoted", "  padded  "}, {"general", "single", "x"}, {"general", "mixed", "\"x'"},
+          {"general", "lone", "\""}, {"general", "formula", "a=b=c"}, {"general", "dup", "first"}, {"general", "empty", ""},
+          {"  general\t", " dup ", "first"}, {"spaced name", "K", "lf only"}, {"\xE4RGER", "\xC9T\xC9", "accent"}})
+        EXPECT_EQ(find(section, key), value) << section << "/" << key;
     // Not keys: text before the first section, comments, lines without "=", keys of a section's
     // second occurrence.
     for (const char* key : {"junk", "; comment", "bare line", "onlyInSecond", "missing"})
@@ -103,46 +78,29 @@ TEST(IniText, DeletesKeysAndSections) {
 
 class ProfileTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        char pattern[] = "/tmp/vt-profile-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root = pattern;
-        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
-        ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
-        fs::create_directories(root / "program");
-        ini = (root / "VoltarisSetup.ini").string();
-    }
     void TearDown() override {
-        ::unsetenv("VOLTARIS_PREFIX");
-        ::unsetenv("VOLTARIS_PROGRAM_DIR");
         std::error_code ec;
         fs::permissions(root, fs::perms::owner_all, fs::perm_options::add, ec);
-        fs::remove_all(root, ec);
     }
-    static void Write(const fs::path& path, const std::string& text) {
-        fs::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary) << text;
-    }
+    static void Write(const fs::path& path, const std::string& text) { TempPrefix::Write(path, text); }
     static std::string Read(const fs::path& path) { return ReadWholeFile(path.string()).Value; }
-    fs::path root;
-    std::string ini;
+    TempPrefix prefix;
+    fs::path root = prefix.Root();
+    std::string ini = (root / "VoltarisSetup.ini").string();
 };
 
 TEST_F(ProfileTest, ReadsCutToTheBufferAndFallBackToTheDefault) {
     Write(ini, "[general]\r\nerrorlog=yes please\r\nSCADArun=YES\r\n");
-    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 4, ini), "yes");
-    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 80, ini), "yes please");
-    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 1, ini), "");
-    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", 0, ini), "");
-    EXPECT_EQ(GetPrivateProfileString("general", "errorlog", "off", -5, ini), "");
-    // Defaults lose their trailing blanks and are cut like values.
-    EXPECT_EQ(GetPrivateProfileString("general", "DiagFile", "c:\\lumdiag.txt  \t", 80, ini), "c:\\lumdiag.txt");
-    EXPECT_EQ(GetPrivateProfileString("general", "DiagFile", "  abcdef", 4, ini), "  a");
-    EXPECT_EQ(GetPrivateProfileString("nosection", "SCADArun", "yes", 4, ini), "yes");
     const std::string missing = (root / "none.ini").string();
-    EXPECT_EQ(GetPrivateProfileString("general", "SCADArun", "yes", 4, missing), "yes");
+    // {key, default, buffer size, file, expected}: defaults lose their trailing blanks and are cut like values.
+    for (auto [key, dflt, size, file, expected] :
+         {std::tuple{"errorlog", "off", 4, ini, "yes"}, {"errorlog", "off", 80, ini, "yes please"},
+          {"errorlog", "off", 1, ini, ""}, {"errorlog", "off", 0, ini, ""}, {"errorlog", "off", -5, ini, ""},
+          {"DiagFile", "c:\\lumdiag.txt  \t", 80, ini, "c:\\lumdiag.txt"}, {"DiagFile", "  abcdef", 4, ini, "  a"},
+          {"SCADArun", "yes", 4, missing, "yes"}, {"SCADArun", "d", 80, root.string(), "d"}})  // the last is a folder
+        EXPECT_EQ(GetPrivateProfileString("general", key, dflt, size, file), expected) << key << " " << size;
+    EXPECT_EQ(GetPrivateProfileString("nosection", "SCADArun", "yes", 4, ini), "yes");
     EXPECT_EQ(GetPrivateProfileInt("general", "timer1scan", 30, missing), 30);
-    EXPECT_EQ(GetPrivateProfileString("general", "SCADArun", "d", 80, root.string()), "d");  // a folder
     EXPECT_FALSE(fs::exists(missing));
 }
 
@@ -160,40 +118,18 @@ TEST_F(ProfileTest, IntegerReads) {
 }
 
 TEST_F(ProfileTest, WriteKeepsEveryOtherByte) {
-    const std::string before =
-        "; written by the setup program\r\n"
-        "[general]\r\n"
-        "timer1scan = 2\r\n"
-        "StoreFilePrefix=Site\r\n"
-        "\r\n"
-        "; peaks follow\r\n"
-        "[Peaks]\r\n"
-        "1PeakValue=12.5\r\n"
-        "[passwords]\r\n"
-        "admin=secret\r\n"
-        "\r\n"
-        "[Foreign]\n"  // another program's LF line ends stay as they are
-        "x=1\n";
+    const std::string before = "; written by the setup program\r\n[general]\r\ntimer1scan = 2\r\nStoreFilePrefix=Site\r\n"
+                               "\r\n; peaks follow\r\n[Peaks]\r\n1PeakValue=12.5\r\n[passwords]\r\nadmin=secret\r\n\r\n"
+                               "[Foreign]\nx=1\n";  // another program's LF line ends stay as they are
     Write(ini, before);
     ASSERT_TRUE(WritePrivateProfileString("GENERAL", "timer1scan", "5", ini));
     ASSERT_TRUE(WritePrivateProfileString("Peaks", "1PeakTime", "01/02/24 10:30:00", ini));
     ASSERT_TRUE(WritePrivateProfileString("passwords", nullptr, nullptr, ini));
     ASSERT_TRUE(WritePrivateProfileString("general", "StoreFilePrefix", nullptr, ini));
     ASSERT_TRUE(WritePrivateProfileString("AutoRun", "File1", "report.exe", ini));
-    EXPECT_EQ(Read(ini),
-              "; written by the setup program\r\n"
-              "[general]\r\n"
-              "timer1scan = 5\r\n"
-              "\r\n"
-              "; peaks follow\r\n"
-              "[Peaks]\r\n"
-              "1PeakValue=12.5\r\n"
-              "1PeakTime=01/02/24 10:30:00\r\n"
-              "[Foreign]\n"
-              "x=1\n"
-              "\r\n"
-              "[AutoRun]\r\n"
-              "File1=report.exe\r\n");
+    EXPECT_EQ(Read(ini), "; written by the setup program\r\n[general]\r\ntimer1scan = 5\r\n\r\n; peaks follow\r\n"
+                         "[Peaks]\r\n1PeakValue=12.5\r\n1PeakTime=01/02/24 10:30:00\r\n[Foreign]\nx=1\n"
+                         "\r\n[AutoRun]\r\nFile1=report.exe\r\n");
     // The atomic replace leaves no temporary behind.
     for (auto& e : fs::directory_iterator(root))
         EXPECT_TRUE(e.path().filename() == "VoltarisSetup.ini" || e.is_directory()) << e.path();
@@ -204,8 +140,7 @@ TEST_F(ProfileTest, WriteCreatesFilesButNotFolders) {
     EXPECT_EQ(Read(ini), "[Sockets]\r\nVoltarisMonitorPortNo=1007\r\n");
     EXPECT_EQ(GetPrivateProfileInt("sockets", "voltarismonitorportno", 0, ini), 1007);
 
-    const std::string deep = (root / "no" / "such" / "x.ini").string();
-    EXPECT_FALSE(WritePrivateProfileString("a", "b", "c", deep));
+    EXPECT_FALSE(WritePrivateProfileString("a", "b", "c", (root / "no" / "such" / "x.ini").string()));
     EXPECT_FALSE(fs::exists(root / "no"));
     // Deleting from a missing file has nothing to do and creates nothing.
     const std::string other = (root / "other.ini").string();
