@@ -2,55 +2,39 @@
 // A fake Telvane host for tests: a temporary prefix and program folder (environment set for the
 // life of the fixture), the host's folder with copies of the built host libraries, its system
 // profile entries, and direct access to the host's point state.
-//
-//   HostFixture host;
-//   host.Install(5);                        // V5 host in C:\Telvane with all four libraries
-//   host.State().SetReading(HostTable::Tags, 11, 42.5f);
-//   Telvane telvane;                        // finds it
-#include <sys/stat.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
+#include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "HostState.h"
+#include "common/TempPrefix.h"
+#include "host/Telvane.h"
 #include "platform/Paths.h"
 #include "platform/WindowRegistry.h"
 #include "support/Profile.h"
+
+#define REQUIRE_LIBRARIES() \
+    if (!HostFixture::LibrariesBuilt()) GTEST_SKIP() << "host libraries not built in VT_BIN_DIR"
 
 class HostFixture {
 public:
     static inline const std::vector<std::string> AllLibraries = {"hostpts32.dll", "hostrec32.dll", "hostarc.dll",
                                                                  "hostcmd32.dll"};
 
-    HostFixture() {
-        root_ = MakeTempFolder();
-        prefix_ = root_ / "prefix";
-        programDir_ = root_ / "program";
-        std::filesystem::create_directories(prefix_);
-        std::filesystem::create_directories(programDir_);
-        SaveEnv("VOLTARIS_PREFIX", prefix_.string());
-        SaveEnv("VOLTARIS_PROGRAM_DIR", programDir_.string());
-        std::error_code ec;
-        oldWorkingFolder_ = std::filesystem::current_path(ec);
-    }
-
+    HostFixture() : oldWorkingFolder_(std::filesystem::current_path()) {}
     ~HostFixture() {
         state_.Close();
         UnregisterAllWindows();
         std::error_code ec;
-        if (!oldWorkingFolder_.empty()) std::filesystem::current_path(oldWorkingFolder_, ec);
-        for (auto it = savedEnv_.rbegin(); it != savedEnv_.rend(); ++it) {
-            if (it->hadValue) ::setenv(it->name.c_str(), it->value.c_str(), 1);
-            else ::unsetenv(it->name.c_str());
-        }
-        std::filesystem::remove_all(root_, ec);
+        std::filesystem::current_path(oldWorkingFolder_, ec);
     }
-
     HostFixture(const HostFixture&) = delete;
     HostFixture& operator=(const HostFixture&) = delete;
 
@@ -106,45 +90,34 @@ public:
     HostState& State() { return state_; }
     const std::string& FolderText() const { return folderText_; }
     const std::filesystem::path& Folder() const { return folder_; }
-    const std::filesystem::path& PrefixDir() const { return prefix_; }
-    const std::filesystem::path& ProgramDir() const { return programDir_; }
-
-    static void WriteFile(const std::filesystem::path& path, const std::string& content) {
-        std::filesystem::create_directories(path.parent_path());
-        std::ofstream out(path, std::ios::binary | std::ios::trunc);
-        out << content;
-    }
+    std::filesystem::path PrefixDir() const { return prefix_.Prefix(); }
+    std::filesystem::path ProgramDir() const { return prefix_.ProgramDir(); }
+    static void WriteFile(const std::filesystem::path& path, const std::string& content) { TempPrefix::Write(path, content); }
 
 private:
-    struct SavedEnv {
-        std::string name;
-        std::string value;
-        bool hadValue;
-    };
-
-    void SaveEnv(const std::string& name, const std::string& value) {
-        const char* old = std::getenv(name.c_str());
-        savedEnv_.push_back({name, old ? old : "", old != nullptr});
-        ::setenv(name.c_str(), value.c_str(), 1);
-    }
-
-    static std::filesystem::path MakeTempFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "vt-host-XXXXXX").string();
-        std::vector<char> buffer(pattern.begin(), pattern.end());
-        buffer.push_back('\0');
-        const char* made = ::mkdtemp(buffer.data());
-        return made ? std::filesystem::path(made) : std::filesystem::temp_directory_path() / "vt-host-fallback";
-    }
-
-    std::filesystem::path root_;
-    std::filesystem::path prefix_;
-    std::filesystem::path programDir_;
-    std::filesystem::path folder_;
+    TempPrefix prefix_;
     std::filesystem::path oldWorkingFolder_;
+    std::filesystem::path folder_;
     std::string folderText_;
-    std::vector<SavedEnv> savedEnv_;
     HostState state_;
 };
+
+// Tests of an installed host of one generation, with the monitor's host object that found it.
+template <int Generation>
+class InstalledHost : public ::testing::Test {
+protected:
+    void SetUp() override {
+        REQUIRE_LIBRARIES();
+        ASSERT_TRUE(f.Install(Generation));
+        host.emplace();
+    }
+    TelvaneIO& io() { return host->IO; }
+    HostFixture f;
+    HostState& s = f.State();
+    std::optional<Telvane> host;
+};
+using V4Host = InstalledHost<4>;
+using V5Host = InstalledHost<5>;
 
 // An in-memory list box for the host layer's list members.
 #include "host/ListControl.h"

@@ -10,17 +10,13 @@
 #include "host/HostNumbering.h"
 #include "host/Telvane.h"
 
-#define REQUIRE_LIBRARIES() \
-    if (!HostFixture::LibrariesBuilt()) GTEST_SKIP() << "host libraries not built in VT_BIN_DIR"
-
 namespace {
 
-// Records the DDE exchanges and answers requests from a table.
+// Records the DDE exchanges and answers every request with Answer.
 class RecordingDdeLabel : public HostDdeLabel {
 public:
     std::vector<std::string> Calls;
     std::string Answer = "0";
-
     VbError Poke(const std::string& topic, const std::string& item, const std::string& data) override {
         Calls.push_back("poke " + topic + " " + item + " " + data);
         return {};
@@ -33,6 +29,14 @@ public:
         Calls.push_back("execute " + topic + " " + command);
         return {};
     }
+};
+
+using Getter = float (TelvaneIO::*)();
+// A set-up parameter of the cursor's point: its getter, its setter and a value to write.
+struct Param {
+    Getter get;
+    void (TelvaneIO::*set)(float);
+    float value;
 };
 
 }  // namespace
@@ -74,71 +78,53 @@ TEST(HostNumbering, RecorderLineNumbersSelectWhatTheirTextSelects) {
             for (int line : {-32768, 0, 1, 4, 10, 11}) {
                 const std::string text =
                     "R" + std::to_string(recorder) + "P" + std::to_string(page) + "L" + std::to_string(line);
-                const IOReferenceTarget parsed = ParseIOReference(text);
                 const IOReferenceTarget direct = RecorderLineTarget(recorder, page, line);
                 EXPECT_TRUE(direct.IsLine) << text;
-                EXPECT_EQ(direct.Number, parsed.Number) << text;
+                EXPECT_EQ(direct.Number, ParseIOReference(text).Number) << text;
             }
 }
 
-TEST(TelvaneIO, V4RangesAndKinds) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
-    TelvaneIO& io = t.IO;
-    EXPECT_EQ(io.IndexMinInputTag(), 1);
-    EXPECT_EQ(io.IndexMaxInputTag(), 1024);
-    EXPECT_EQ(io.IndexMinOutputTag(), 2001);
-    EXPECT_EQ(io.IndexMaxOutputTag(), 4048);
-    EXPECT_EQ(io.IndexMaxRecLine(), 500);
+TEST_F(V4Host, RangesAndKinds) {
+    TelvaneIO& io = this->io();
+    EXPECT_EQ(std::vector<int32_t>({io.IndexMinInputTag(), io.IndexMaxInputTag(), io.IndexMinOutputTag(),
+                                    io.IndexMaxOutputTag(), io.IndexMaxRecLine()}),
+              std::vector<int32_t>({1, 1024, 2001, 4048, 500}));
     io.Index(1024);
     EXPECT_TRUE(io.V4InputTag());
     io.Index(2001);
     EXPECT_TRUE(io.V4OutputTag());
     EXPECT_EQ(io.IndexReference(), "[T2001]");
-    io.Index(1500);
-    EXPECT_EQ(io.Index(), 0) << "between the ranges";
-    EXPECT_FALSE(io.V4InputTag() || io.V4OutputTag());
     io.Index(-500);
     EXPECT_TRUE(io.V4Line());
-    io.Index(-501);
-    EXPECT_EQ(io.Index(), 0);
-    io.Index(4049);
-    EXPECT_EQ(io.Index(), 0);
-    io.Index(INT32_MIN);
-    EXPECT_EQ(io.Index(), 0);
+    // Between the ranges, beyond them, or nowhere: nothing selected.
+    for (int32_t index : {1500, -501, 4049, INT32_MIN}) {
+        io.Index(index);
+        EXPECT_EQ(io.Index(), 0) << index;
+        EXPECT_FALSE(io.V4InputTag() || io.V4OutputTag() || io.V4Line()) << index;
+    }
     io.IndexReference("[R2P3L4]");
     EXPECT_EQ(io.IndexRecLine(), 124);
     EXPECT_EQ(io.IndexTag(), 0);
-    EXPECT_EQ(io.IndexRecorderNumberV4(), 2);
-    EXPECT_EQ(io.IndexPageNumberV4(), 3);
-    EXPECT_EQ(io.IndexLineNumberV4(), 4);
+    EXPECT_EQ(std::vector<int32_t>({io.IndexRecorderNumberV4(), io.IndexPageNumberV4(), io.IndexLineNumberV4()}),
+              std::vector<int32_t>({2, 3, 4}));
     EXPECT_EQ(io.IndexReference(), "[R2P3L4]");
     io.IndexReference("R2P0L4");
     EXPECT_EQ(io.Index(), 0);
     EXPECT_EQ(io.IndexReference(), "");
 }
 
-TEST(TelvaneIO, V5RangesAndNumbering) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
-    TelvaneIO& io = t.IO;
+TEST_F(V5Host, RangesAndNumbering) {
+    TelvaneIO& io = this->io();
     EXPECT_EQ(io.IndexMinOutputTag(), 1);
     EXPECT_EQ(io.IndexMaxOutputTag(), 5000);
     EXPECT_EQ(io.IndexMaxRecLine(), 1000);
     io.Index(2001);
     EXPECT_TRUE(io.V5Tag());
-    f.State().SetReading(HostTable::Tags, 2000, 17.25f);
-    EXPECT_FLOAT_EQ(io.Value(), 17.25f);
     io.Index(-124);
     EXPECT_TRUE(io.V5Line());
     EXPECT_EQ(io.IndexReference(), "[P13L4]");
-    EXPECT_EQ(io.IndexPageNumberV5(), 13);
-    EXPECT_EQ(io.IndexLineNumberV5(), 4);
-    EXPECT_EQ(io.IndexRecorderNumberV5(), 1);
+    EXPECT_EQ(std::vector<int32_t>({io.IndexRecorderNumberV5(), io.IndexPageNumberV5(), io.IndexLineNumberV5()}),
+              std::vector<int32_t>({1, 13, 4}));
     io.IndexReference("R1P13L4");  // the V4 formula even on V5
     EXPECT_EQ(io.IndexRecLine(), 124);
     io.IndexReference("R2P1L1");
@@ -164,233 +150,170 @@ TEST(TelvaneIO, NoHostHasNoRangeAndNeverCrashes) {
     EXPECT_EQ(io.MaxTagEnabled(), 0);
 }
 
-TEST(TelvaneIO, ValuesByPointKindReachTheSharedState) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
+TEST_F(V4Host, ValuesByPointKindReachTheSharedState) {
     RecordingDdeLabel dde;
-    t.DdeLabel(&dde);
-    EXPECT_EQ(t.IO.DdeLabel(), &dde);
-    TelvaneIO& io = t.IO;
-    HostState& s = f.State();
-
+    host->DdeLabel(&dde);
+    EXPECT_EQ(io().DdeLabel(), &dde);
     s.SetReading(HostTable::Tags, 11, 123.5f);
-    io.Index(12);
-    EXPECT_FLOAT_EQ(io.Value(), 123.5f);
-    io.Value(7.0f);
+    io().Index(12);
+    EXPECT_FLOAT_EQ(io().Value(), 123.5f);
+    io().Value(7.0f);
     EXPECT_FLOAT_EQ(s.Reading(HostTable::Tags, 11), 7.0f);
-
-    io.Index(2005);
-    io.Value(1.0f);
+    io().Index(2005);
+    io().Value(1.0f);
     EXPECT_FLOAT_EQ(s.Reading(HostTable::OutputTags, 4), 1.0f);
 
     s.SetReading(HostTable::Lines, 123, 55.5f);
-    EXPECT_FLOAT_EQ(io.GetValueByIORef("[R2P3L4]"), 55.5f);
-    io.SetValueByIORef("[R2P3L4]", 9.5f);
-    ASSERT_EQ(dde.Calls.size(), 1u) << "a V4 line is written over DDE, without Save";
-    EXPECT_EQ(dde.Calls[0], "poke Recorder 2|SetData 3,4 9.5");
+    EXPECT_FLOAT_EQ(io().GetValueByIORef("[R2P3L4]"), 55.5f);
+    io().SetValueByIORef("[R2P3L4]", 9.5f);
+    EXPECT_EQ(dde.Calls, std::vector<std::string>{"poke Recorder 2|SetData 3,4 9.5"}) << "a V4 line goes over DDE, no Save";
     EXPECT_FLOAT_EQ(s.Reading(HostTable::Lines, 123), 55.5f);
-
-    t.DdeLabel(nullptr);
-    io.Value(1.0f);  // no label: nothing happens
+    host->DdeLabel(nullptr);
+    io().Value(1.0f);  // no label: nothing happens
     EXPECT_EQ(dde.Calls.size(), 1u);
 }
 
-TEST(TelvaneIO, V5WritesGoToTheLibraries) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
-    HostState& s = f.State();
-    t.IO.Index(4000);
-    t.IO.Value(3.5f);
+TEST_F(V5Host, ValuesGoThroughTheLibraries) {
+    s.SetReading(HostTable::Tags, 2000, 17.25f);
+    io().Index(2001);
+    EXPECT_FLOAT_EQ(io().Value(), 17.25f);
+    io().Index(4000);
+    io().Value(3.5f);
     EXPECT_FLOAT_EQ(s.Reading(HostTable::Tags, 3999), 3.5f);
-    t.IO.Index(-1000);
+    io().Index(-1000);
     s.SetReading(HostTable::Lines, 999, 8.0f);
-    EXPECT_FLOAT_EQ(t.IO.Value(), 8.0f);
-    t.IO.Value(12.0f);
+    EXPECT_FLOAT_EQ(io().Value(), 8.0f);
+    io().Value(12.0f);
     EXPECT_FLOAT_EQ(s.Reading(HostTable::Lines, 999), 12.0f);
 }
 
-TEST(TelvaneIO, InsertStackIsOneShot) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
-    HostState& s = f.State();
+TEST_F(V4Host, InsertStackIsOneShot) {
     s.SetReading(HostTable::OutputTags, 0, 4.5f);
-    t.IO.Index(2001);
-    t.IO.ValueInsertStack(true);
-    EXPECT_TRUE(t.IO.ValueInsertStack());
-    EXPECT_FLOAT_EQ(t.IO.Value(), 4.5f);
+    io().Index(2001);
+    io().ValueInsertStack(true);
+    EXPECT_TRUE(io().ValueInsertStack());
+    EXPECT_FLOAT_EQ(io().Value(), 4.5f);
     EXPECT_EQ(s.LastInsertStack(HostTable::OutputTags, 0), 1);
-    EXPECT_FALSE(t.IO.ValueInsertStack());
-    t.IO.Value();
+    EXPECT_FALSE(io().ValueInsertStack());
+    io().Value();
     EXPECT_EQ(s.LastInsertStack(HostTable::OutputTags, 0), 0);
-    t.IO.ValueInsertStack(true);
-    t.IO.Value(2.0f);
+    io().ValueInsertStack(true);
+    io().Value(2.0f);
     EXPECT_EQ(s.LastInsertStack(HostTable::OutputTags, 0), 1);
-    t.IO.Value(2.0f);
+    io().Value(2.0f);
     EXPECT_EQ(s.LastInsertStack(HostTable::OutputTags, 0), 0);
     // Reset even when the cursor designates nothing.
-    t.IO.ValueInsertStack(true);
-    t.IO.Index(0);
-    t.IO.Value();
-    EXPECT_FALSE(t.IO.ValueInsertStack());
+    io().ValueInsertStack(true);
+    io().Index(0);
+    io().Value();
+    EXPECT_FALSE(io().ValueInsertStack());
 }
 
-TEST(TelvaneIO, StatusAndNameLengths) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
-    HostState& s = f.State();
+TEST_F(V4Host, StatusNameLengthsAndTheLastEnabledTag) {
     s.SetName(HostTable::Tags, 0, std::string(100, 'a'));
     s.SetName(HostTable::Lines, 0, std::string(100, 'b'));
     s.SetName(HostTable::OutputTags, 0, "Watchdog");
     s.SetFlag(HostTable::Tags, 0, HostFlag::InAlarm, true);
     s.SetFlag(HostTable::Lines, 123, HostFlag::InError, true);
     s.SetFlag(HostTable::OutputTags, 0, HostFlag::Active, true);
-    t.IO.Index(1);
-    EXPECT_EQ(t.IO.Name(), std::string(80, 'a'));
-    EXPECT_TRUE(t.IO.AlarmOn());
-    EXPECT_FALSE(t.IO.Error());
-    t.IO.Index(-1);
-    EXPECT_EQ(t.IO.Name(), std::string(40, 'b'));
-    t.IO.Index(-124);
-    EXPECT_TRUE(t.IO.Error());
-    t.IO.Index(2001);
-    EXPECT_EQ(t.IO.Name(), "Watchdog");
-    EXPECT_TRUE(t.IO.Enabled());
-    EXPECT_FALSE(t.IO.AlarmOn()) << "not served for V4 outputs";
+    io().Index(1);
+    EXPECT_EQ(io().Name(), std::string(80, 'a'));
+    EXPECT_TRUE(io().AlarmOn());
+    EXPECT_FALSE(io().Error());
+    io().Index(-1);
+    EXPECT_EQ(io().Name(), std::string(40, 'b'));
+    io().Index(-124);
+    EXPECT_TRUE(io().Error());
+    io().Index(2001);
+    EXPECT_EQ(io().Name(), "Watchdog");
+    EXPECT_TRUE(io().Enabled());
+    EXPECT_FALSE(io().AlarmOn()) << "not served for V4 outputs";
+
+    for (int index : {9, 499, 1024}) s.SetFlag(HostTable::Tags, index, HostFlag::Active, true);  // 1025: beyond inputs
+    EXPECT_EQ(io().MaxTagEnabled(), 500);
+    EXPECT_EQ(io().Index(), 1024) << "the cursor is left on the last tag";
 }
 
-TEST(TelvaneIO, MaxTagEnabledLeavesTheCursorOnTheLastTag) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
-    f.State().SetFlag(HostTable::Tags, 9, HostFlag::Active, true);
-    f.State().SetFlag(HostTable::Tags, 499, HostFlag::Active, true);
-    f.State().SetFlag(HostTable::Tags, 1024, HostFlag::Active, true);  // tag 1025: beyond V4's inputs
-    EXPECT_EQ(t.IO.MaxTagEnabled(), 500);
-    EXPECT_EQ(t.IO.Index(), 1024);
+TEST_F(V5Host, SetupParametersRoundTripThroughTheLibraries) {
+    const Param tagParams[] = {{&TelvaneIO::Calibration, &TelvaneIO::Calibration, 1.25f},
+                               {&TelvaneIO::Alarm1SetPoint, &TelvaneIO::Alarm1SetPoint, 90.0f},
+                               {&TelvaneIO::Alarm2SetPoint, &TelvaneIO::Alarm2SetPoint, 10.0f},
+                               {&TelvaneIO::Alarm1Delay, &TelvaneIO::Alarm1Delay, 5.0f},
+                               {&TelvaneIO::Alarm2Delay, &TelvaneIO::Alarm2Delay, 6.0f},
+                               {&TelvaneIO::Alarm1Differential, &TelvaneIO::Alarm1Differential, 0.5f},
+                               {&TelvaneIO::Alarm2Differential, &TelvaneIO::Alarm2Differential, 0.75f}};
+    io().Index(30);
+    io().AlarmEnabled(true);
+    for (const Param& p : tagParams) (io().*p.set)(p.value);
+    EXPECT_EQ(s.Param(HostTable::Tags, 29, 33), "Yes");
+    EXPECT_TRUE(io().AlarmEnabled());
+    for (const Param& p : tagParams) EXPECT_FLOAT_EQ((io().*p.get)(), p.value);
+    io().AlarmEnabled(false);
+    EXPECT_FALSE(io().AlarmEnabled());
+
+    io().Index(-7);  // V5 line
+    io().AlarmEnabled(true);
+    io().Alarm1Delay(3.0f);
+    io().Alarm2Delay(4.0f);
+    EXPECT_TRUE(io().AlarmEnabled());
+    EXPECT_FLOAT_EQ(io().Alarm1Delay(), 3.0f);
+    EXPECT_FLOAT_EQ(io().Alarm2Delay(), 4.0f);
 }
 
-TEST(TelvaneIO, V5SetupParametersRoundTripThroughTheLibraries) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
-    TelvaneIO& io = t.IO;
-    io.Index(30);
-    io.AlarmEnabled(true);
-    io.Calibration(1.25f);
-    io.Alarm1SetPoint(90.0f);
-    io.Alarm2SetPoint(10.0f);
-    io.Alarm1Delay(5.0f);
-    io.Alarm2Delay(6.0f);
-    io.Alarm1Differential(0.5f);
-    io.Alarm2Differential(0.75f);
-    EXPECT_EQ(f.State().Param(HostTable::Tags, 29, 33), "Yes");
-    EXPECT_TRUE(io.AlarmEnabled());
-    EXPECT_FLOAT_EQ(io.Calibration(), 1.25f);
-    EXPECT_FLOAT_EQ(io.Alarm1SetPoint(), 90.0f);
-    EXPECT_FLOAT_EQ(io.Alarm2SetPoint(), 10.0f);
-    EXPECT_FLOAT_EQ(io.Alarm1Delay(), 5.0f);
-    EXPECT_FLOAT_EQ(io.Alarm2Delay(), 6.0f);
-    EXPECT_FLOAT_EQ(io.Alarm1Differential(), 0.5f);
-    EXPECT_FLOAT_EQ(io.Alarm2Differential(), 0.75f);
-    io.AlarmEnabled(false);
-    EXPECT_FALSE(io.AlarmEnabled());
-
-    io.Index(-7);  // V5 line
-    io.AlarmEnabled(true);
-    io.Alarm1Delay(3.0f);
-    io.Alarm2Delay(4.0f);
-    EXPECT_TRUE(io.AlarmEnabled());
-    EXPECT_FLOAT_EQ(io.Alarm1Delay(), 3.0f);
-    EXPECT_FLOAT_EQ(io.Alarm2Delay(), 4.0f);
-}
-
-TEST(TelvaneIO, V4SetupWritesArePokesFollowedBySave) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
+TEST_F(V4Host, SetupWritesArePokesFollowedBySave) {
     RecordingDdeLabel dde;
-    t.DdeLabel(&dde);
-    TelvaneIO& io = t.IO;
-    io.Index(2005);
-    io.Calibration(2.5f);
-    io.Alarm1Delay(1.0f);  // not written for V4 tags
-    io.Index(12);
-    io.Alarm1SetPoint(80.0f);
-    io.Index(-124);
-    io.AlarmEnabled(true);
-    io.Alarm2SetPoint(3.0f);
-    io.Alarm1Differential(1.0f);  // not written for lines
-    std::vector<std::string> expected = {
-        "poke TagServer|Tags 2005,Calibration 2.5",     "execute TagServer|Tags Save",
-        "poke TagServer|Tags 12,AL1Setpoint 80",        "execute TagServer|Tags Save",
-        "poke Recorder 2|SetAlarmEnable 3,4 1",         "execute Recorder 2|SetAlarmEnable Save",
-        "poke Recorder 2|SetLoSetpoint 3,4 3",          "execute Recorder 2|SetLoSetpoint Save",
-    };
+    host->DdeLabel(&dde);
+    io().Index(2005);
+    io().Calibration(2.5f);
+    io().Alarm1Delay(1.0f);  // not written for V4 tags
+    io().Index(12);
+    io().Alarm1SetPoint(80.0f);
+    io().Index(-124);
+    io().AlarmEnabled(true);
+    io().Alarm2SetPoint(3.0f);
+    io().Alarm1Differential(1.0f);  // not written for lines
+    const std::vector<std::string> expected = {
+        "poke TagServer|Tags 2005,Calibration 2.5", "execute TagServer|Tags Save",
+        "poke TagServer|Tags 12,AL1Setpoint 80",    "execute TagServer|Tags Save",
+        "poke Recorder 2|SetAlarmEnable 3,4 1",     "execute Recorder 2|SetAlarmEnable Save",
+        "poke Recorder 2|SetLoSetpoint 3,4 3",      "execute Recorder 2|SetLoSetpoint Save"};
     EXPECT_EQ(dde.Calls, expected);
 }
 
-TEST(TelvaneIO, TotalsAndLineStatistics) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
+TEST_F(V5Host, TotalsAndLineStatistics) {
     RecordingDdeLabel dde;
     dde.Answer = "42.5";
-    t.DdeLabel(&dde);
-    TelvaneIO& io = t.IO;
-    HostState& s = f.State();
-    io.Index(3);
-    io.daytotal(1234.5f);
-    io.grandtotal(99999.0f);
+    host->DdeLabel(&dde);
+    io().Index(3);
+    io().daytotal(1234.5f);
+    io().grandtotal(99999.0f);
     EXPECT_DOUBLE_EQ(s.Total(HostTable::Tags, 2, HostTotal::DayTotal), 1234.5);
-    EXPECT_FLOAT_EQ(io.grandtotal(), 99999.0f);
-    EXPECT_EQ(io.DayMin(), 0.0f) << "no statistics for tags";
-    io.Index(-11);
-    io.daytotal(5.0f);
-    io.grandtotal(6.0f);
-    EXPECT_FLOAT_EQ(io.daytotal(), 5.0f);
+    EXPECT_FLOAT_EQ(io().grandtotal(), 99999.0f);
+    EXPECT_EQ(io().DayMin(), 0.0f) << "no statistics for tags";
+    io().Index(-11);
+    io().daytotal(5.0f);
+    io().grandtotal(6.0f);
+    EXPECT_FLOAT_EQ(io().daytotal(), 5.0f);
     EXPECT_DOUBLE_EQ(s.Total(HostTable::Lines, 10, HostTotal::GrandTotal), 6.0);
-    EXPECT_FLOAT_EQ(io.DayMax(), 42.5f);
-    EXPECT_FLOAT_EQ(io.AlarmGetRelayState(7), 42.5f);
-    EXPECT_EQ(io.AlarmTimer(), 0.0f) << "V4 lines only";
-    io.GrandMin(1.0f);
-    std::vector<std::string> expected = {
-        "request Recorder 1|GetDayMax 2,1",    "request Recorder 1|GetRelayState 7",
-        "poke Recorder 1|SetGrandMin 2,1 1",   "execute Recorder 1|SetGrandMin Save",
-    };
+    EXPECT_FLOAT_EQ(io().DayMax(), 42.5f);
+    EXPECT_FLOAT_EQ(io().AlarmGetRelayState(7), 42.5f);
+    EXPECT_EQ(io().AlarmTimer(), 0.0f) << "V4 lines only";
+    io().GrandMin(1.0f);
+    const std::vector<std::string> expected = {"request Recorder 1|GetDayMax 2,1", "request Recorder 1|GetRelayState 7",
+                                               "poke Recorder 1|SetGrandMin 2,1 1", "execute Recorder 1|SetGrandMin Save"};
     EXPECT_EQ(dde.Calls, expected);
 }
 
-TEST(TelvaneIO, V4LineTotalsComeFromTheRecorderLibrary) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
-    f.State().SetTotal(HostTable::Lines, 123, HostTotal::DayTotal, 77.0);
-    t.IO.IndexReference("[R2P3L4]");
-    EXPECT_FLOAT_EQ(t.IO.daytotal(), 77.0f);
-    t.IO.Index(5);
-    f.State().SetTotal(HostTable::Tags, 4, HostTotal::DayTotal, 77.0);
-    EXPECT_EQ(t.IO.daytotal(), 0.0f) << "V4 tags have no totals";
+TEST_F(V4Host, LineTotalsComeFromTheRecorderLibrary) {
+    s.SetTotal(HostTable::Lines, 123, HostTotal::DayTotal, 77.0);
+    io().IndexReference("[R2P3L4]");
+    EXPECT_FLOAT_EQ(io().daytotal(), 77.0f);
+    io().Index(5);
+    s.SetTotal(HostTable::Tags, 4, HostTotal::DayTotal, 77.0);
+    EXPECT_EQ(io().daytotal(), 0.0f) << "V4 tags have no totals";
 }
 
-TEST(TelvaneIO, TypeAndAddressTexts) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
-    HostState& s = f.State();
+TEST_F(V4Host, TypeAndAddressTexts) {
     s.SetParam(HostTable::Tags, 0, 3, "4");
     s.SetParam(HostTable::Tags, 1, 3, "Custom");
     s.SetParam(HostTable::Tags, 0, 11, "PLC1:40001");
@@ -404,48 +327,36 @@ TEST(TelvaneIO, TypeAndAddressTexts) {
     s.SetAddress(HostTable::Lines, 2, std::string(60, 'x'));
     s.SetParam(HostTable::Lines, 3, 10, "No Recorder Scanning");
     s.SetParam(HostTable::Lines, 3, 3, "Analogue Input");
-
-    t.IO.Index(1);
-    EXPECT_EQ(t.IO.IOType(), "Counter");
-    EXPECT_EQ(t.IO.Address(), "PLC1:40001");
-    t.IO.Index(2);
-    EXPECT_EQ(t.IO.IOType(), "Custom");
-    t.IO.Index(2001);
-    EXPECT_EQ(t.IO.IOType(), "Relay");
-    EXPECT_EQ(t.IO.Address(), "PLC1:00017");
-    t.IO.Index(-1);
-    EXPECT_EQ(t.IO.IOType(), "Math");
-    EXPECT_EQ(t.IO.Address(), "Math;91;92;93;94");
-    t.IO.Index(-2);
-    EXPECT_EQ(t.IO.Address(), "[T12]");
-    t.IO.Index(-3);
-    EXPECT_EQ(t.IO.Address(), std::string(40, 'x'));
-    t.IO.Index(-4);
-    EXPECT_EQ(t.IO.IOType(), "No Recorder Scanning");
+    // {index, type, address}; a null text is not looked at.
+    for (auto [index, type, address] : {std::tuple{1, "Counter", "PLC1:40001"}, {2, "Custom", nullptr},
+                                        {2001, "Relay", "PLC1:00017"}, {-1, "Math", "Math;91;92;93;94"},
+                                        {-2, nullptr, "[T12]"}, {-4, "No Recorder Scanning", nullptr}}) {
+        io().Index(index);
+        if (type) {
+            EXPECT_EQ(io().IOType(), type) << index;
+        }
+        if (address) {
+            EXPECT_EQ(io().Address(), address) << index;
+        }
+    }
+    io().Index(-3);
+    EXPECT_EQ(io().Address(), std::string(40, 'x'));
 }
 
-TEST(TelvaneIO, V4OutputTagsReadOnlyCalibrationWithTheOutputNumber) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
-    HostState& s = f.State();
+TEST_F(V4Host, OutputTagsReadOnlyCalibrationWithTheOutputNumber) {
     // The tag text call has no kind argument: output 2005 asks for index 4, which for a code both
     // kinds share is input tag 5's text on this host.
     s.SetParam(HostTable::Tags, 4, 20, "1.75");
     s.SetParam(HostTable::Tags, 2004, 20, "8");
     for (int code : {33, 50, 51, 52, 66, 67, 68}) s.SetParam(HostTable::Tags, 4, code, code == 33 ? "Yes" : "5");
-    t.IO.Index(2005);
-    EXPECT_FLOAT_EQ(t.IO.Calibration(), 1.75f);
-    EXPECT_FALSE(t.IO.AlarmEnabled());
-    EXPECT_EQ(t.IO.Alarm1SetPoint(), 0.0f);
-    EXPECT_EQ(t.IO.Alarm2SetPoint(), 0.0f);
-    EXPECT_EQ(t.IO.Alarm1Delay(), 0.0f);
-    EXPECT_EQ(t.IO.Alarm2Delay(), 0.0f);
-    EXPECT_EQ(t.IO.Alarm1Differential(), 0.0f);
-    EXPECT_EQ(t.IO.Alarm2Differential(), 0.0f);
+    io().Index(2005);
+    EXPECT_FLOAT_EQ(io().Calibration(), 1.75f);
+    EXPECT_FALSE(io().AlarmEnabled());
+    for (Getter get : {Getter{&TelvaneIO::Alarm1SetPoint}, &TelvaneIO::Alarm2SetPoint, &TelvaneIO::Alarm1Delay,
+                     &TelvaneIO::Alarm2Delay, &TelvaneIO::Alarm1Differential, &TelvaneIO::Alarm2Differential})
+        EXPECT_EQ((io().*get)(), 0.0f);
     // The input tag of the same index reads them all.
-    t.IO.Index(5);
-    EXPECT_TRUE(t.IO.AlarmEnabled());
-    EXPECT_FLOAT_EQ(t.IO.Alarm2Differential(), 5.0f);
+    io().Index(5);
+    EXPECT_TRUE(io().AlarmEnabled());
+    EXPECT_FLOAT_EQ(io().Alarm2Differential(), 5.0f);
 }
