@@ -55,7 +55,8 @@ void frmLog::Form_Load() {
     list_->clear();
     loaded_ = true;
     centredShown_ = false;
-    Form_Resize();
+    // A hidden window has no laid-out client area yet: its first show runs the resize rule.
+    if (isVisible()) Form_Resize();
 }
 
 void frmLog::Unload() {

@@ -33,6 +33,12 @@ done
 "$host" status | grep -q '^job running: yes' || fail "the host job did not start"
 setup=$("$host" status | sed -n 's/^job setup folder: //p')
 "$mtg" build "$site" "$setup\\VoltarisMonitor.mtg" > "$work/mtg.out" 2>&1 || fail "vt-mtg could not build the tag setup file"
+# A port of its own (bound once with port 0 and read back), so monitors of parallel tests never clash.
+port=$(perl -MIO::Socket::INET -e 'print IO::Socket::INET->new(LocalAddr => "127.0.0.1", Listen => 1)->sockport') ||
+    fail "no free port"
+local_setup=$("$host" status | sed -n 's/^job setup folder (local): //p')
+mkdir -p "$local_setup"
+printf '[Sockets]\r\nVoltarisMonitorPortNo=%d\r\n' "$port" > "$local_setup/WinSockets.ini"
 
 # A free display number: the first without a lock file.
 display=99
@@ -47,6 +53,13 @@ monpid=$!
 # Stage 2 runs on the first tick and fills the grid; give it a few ticks more.
 sleep 6
 kill -0 "$monpid" 2> /dev/null || fail "voltamon ended early"
+# The socket server listens on that port and answers a read of tag 2's rate.
+exec 3<> "/dev/tcp/127.0.0.1/$port" || fail "nothing listens on port $port"
+printf '[M2];Rate' >&3
+reply=
+read -r -t 2 -u 3 reply
+exec 3>&-
+[[ $reply == "[M2];Rate;"[0-9-]* ]] || fail "socket read answered '$reply'"
 
 mkdir -p "$(dirname "$out")"
 # Taken by the main window's caption: it fails when no such window is on the screen.
