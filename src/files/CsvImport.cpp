@@ -32,8 +32,9 @@ public:
                 return;
         }
         Show(fileName, lineCount);
-        // Whatever runs now sees the values stored so far, and may reload the tag setup.
-        if (VbError e = session_.WritePending())
+        // Whatever runs now finds the values stored so far and the store file closed, and may
+        // reload the tag setup or write the file itself.
+        if (VbError e = session_.Release())
             ReportError("CSV_StoreData", e);
         c_.View.DoEvents();
         c_.View.DoEvents();

@@ -39,16 +39,13 @@ VbError CsvStoreSession::WritePending()
                              std::span<const float>(row_.data() + 1, static_cast<std::size_t>(layout_.MaxTags)));
 }
 
-VbError CsvStoreSession::Close()
+VbError CsvStoreSession::Release()
 {
     VbError error;
     if (file_.IsOpen()) {
         error = WritePending();
-        if (written_) {
-            const VbError synced = file_.Flush();
-            if (!error.Failed())
-                error = synced;
-        }
+        if (written_ && std::find(unsynced_.begin(), unsynced_.end(), openPath_) == unsynced_.end())
+            unsynced_.push_back(openPath_);
         file_.Close();
     }
     dirty_ = false;
@@ -58,10 +55,25 @@ VbError CsvStoreSession::Close()
     return error;
 }
 
+VbError CsvStoreSession::Close()
+{
+    VbError error = Release();
+    for (const std::string& path : unsynced_) {
+        RandomAccessFile file;
+        VbError synced = file.Open(path, RandomAccessFile::Mode::ReadOnly);
+        if (!synced.Failed())
+            synced = file.Flush();
+        if (!error.Failed())
+            error = synced;
+    }
+    unsynced_.clear();
+    return error;
+}
+
 VbError CsvStoreSession::Fail(VbError error)
 {
     // The value is abandoned; what was written for earlier values stays.
-    const VbError closing = Close();
+    const VbError closing = Release();
     return error.Failed() ? error : closing;
 }
 
@@ -69,7 +81,7 @@ VbError CsvStoreSession::OpenTarget(const std::string& path)
 {
     if (file_.IsOpen() && path == openPath_)
         return {};
-    if (VbError e = Close())
+    if (VbError e = Release())
         return e;
     if (VbError e = file_.Open(path))
         return e;

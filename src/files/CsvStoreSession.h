@@ -4,7 +4,8 @@
 // read its values, set the tag's value, work out the maths tags again and write the values back.
 // A session gives exactly those bytes while keeping the store file open and the record in memory
 // for as long as the values keep going to the same file and record; the record is written when
-// the next value goes elsewhere, before window events run (WritePending) and at Close.
+// the next value goes elsewhere, before window events run (Release) and at Close. Files left
+// are pushed to the disk once, at Close.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -24,7 +25,10 @@ public:
     VbError Store(int16_t year, int16_t month, int16_t day, int16_t period, int16_t tag, float value);
     // Writes the record held in memory, keeping the file open. Call before window events run.
     VbError WritePending();
-    // Writes the record held in memory, pushes the file to the disk and closes it.
+    // Writes the record held in memory and closes the store file, so that whatever runs during
+    // window events finds it closed and the next value reads its header and record afresh.
+    VbError Release();
+    // Writes the record held in memory, closes the file and pushes every file written to the disk.
     VbError Close();
     // The tag setup and settings may have been reloaded while window events ran: take the maths
     // tags and the store file path again.
@@ -44,6 +48,7 @@ private:
     std::string openPath_;
     StoreLayout layout_;
     bool written_ = false;      // something was written since the file was opened
+    std::vector<std::string> unsynced_;  // files written and closed but not yet pushed to the disk
 
     // Target path of the last (year, month) asked for.
     int lastYearMonth_ = -1;

@@ -1,4 +1,8 @@
+#include <chrono>
+#include <fstream>
+#include <functional>
 #include <regex>
+#include <thread>
 
 #include "FilesTestSupport.h"
 #include "files/CsvImport.h"
@@ -14,13 +18,31 @@ namespace {
 // Places in a store file with 200 tag slots, 20 centers, no tariffs and 48 periods a day, worked
 // out from the record sizes: header 199, pair tables 20 x 62, centers 38, tag summary 62 and
 // three int16 per tag, fixed entries 67 x 30, then 728 bytes per tag.
-constexpr int64_t TagDataStart = 199 + 20 * 62 + 20 * 38 + 200 * 62 + 200 * 6 + 67 * 30 + 1;
-constexpr int64_t DataStart = TagDataStart + 728 * 200;
+constexpr int64_t DataStart = 199 + 20 * 62 + 20 * 38 + 200 * 62 + 200 * 6 + 67 * 30 + 1 + 728 * 200;
 constexpr int64_t RecordSize = 4 * 200 + 4;
 constexpr int64_t FileLength = DataStart - 1 + (31 * 48 - 1) * RecordSize + 2 + 4 * 200;
+constexpr const char* Stamp = R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - )";
 
-int64_t RecordAt(int day, int period) { return DataStart - 1 + ((day - 1) * 48 + period - 1) * RecordSize; }
-int64_t SlotAt(int day, int period, int tag) { return RecordAt(day, period) + 2 + 4 * (tag - 1); }
+std::size_t RecordAt(int day, int period) { return DataStart - 1 + ((day - 1) * 48 + period - 1) * RecordSize; }
+std::size_t SlotAt(int day, int period, int tag) { return RecordAt(day, period) + 2 + 4 * (tag - 1); }
+
+// A view whose window events and wait window can do what other parts of the monitor would.
+class HookView : public RecordingView {
+public:
+    void DoEvents() override
+    {
+        RecordingView::DoEvents();
+        if (onEvents)
+            onEvents();
+    }
+    void ShowWait(const std::string& caption) override
+    {
+        RecordingView::ShowWait(caption);
+        if (onWait)
+            onWait();
+    }
+    std::function<void()> onEvents, onWait;
+};
 
 class CsvImportTest : public TempPrefixTest {
 protected:
@@ -40,34 +62,34 @@ protected:
         setup.TagAuxEntries.resize(201);
         values.resize(201);
         state.StartingUp = 0;
-        settings.StoreFilePrefix = "Vtrs";
         settings.StoreFilePath = "C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2403.lum";
-        fs::create_directories(StoreFolder());
-        fs::create_directories(ImportFolder());
+        fs::create_directories(StorePath(""));
+        fs::create_directories(Import());
     }
 
-    fs::path StoreFolder() const { return root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data" / "Voltaris"; }
-    fs::path ImportFolder() const { return root / "program" / "vtcsvlog"; }
-    fs::path StorePath(const std::string& name) const { return StoreFolder() / name; }
+    fs::path StorePath(const std::string& name) const
+    {
+        return root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data" / "Voltaris" / name;
+    }
+    fs::path Import() const { return root / "program" / "vtcsvlog"; }
     std::string Store(const std::string& name) const { return ReadBytes(StorePath(name)); }
-    std::string ImportLog() const { return ReadBytes(ImportFolder() / "vtcsvlog.log"); }
-    std::string Rejects() const { return ReadBytes(ImportFolder() / "vtcsvlog.rej"); }
-
-    void Csv(const std::string& name, const std::string& text) { WriteBytes(ImportFolder() / name, text); }
+    std::string ImportLog() const { return ReadBytes(Import() / "vtcsvlog.log"); }
+    std::string Rejects() const { return ReadBytes(Import() / "vtcsvlog.rej"); }
+    void Csv(const std::string& name, const std::string& text) { WriteBytes(Import() / name, text); }
 
     void MathsTag(int tag, std::vector<MathsTerm> terms)
     {
         TagRecord& t = setup.TagTable[static_cast<std::size_t>(tag)];
-        t.Online = 1;
-        t.TagType = 1;
+        t.Online = t.TagType = 1;
         t.ScanType = 8;
         for (std::size_t k = 0; k < 7; ++k)
             t.MathsTerms[k] = k < terms.size() ? terms[k] : MathsTerm{201, 0, 0};
     }
 
+    StoreContext Context() { return StoreContext{setup, values, settings, state, host, view}; }
     void Scan()
     {
-        StoreContext c{setup, values, settings, state, host, view};
+        StoreContext c = Context();
         CSV_GetData(c);
     }
 
@@ -76,48 +98,37 @@ protected:
     MonitorSettings settings;
     MonitorState state;
     FixedHost host;
-    RecordingView view;
+    HookView view;
 };
 
 TEST_F(CsvImportTest, FirstScanOnlyMakesTheFolder)
 {
-    fs::remove_all(ImportFolder());
+    fs::remove_all(Import());
     Scan();
-    EXPECT_TRUE(fs::is_directory(ImportFolder()));
+    EXPECT_TRUE(fs::is_directory(Import()));
+    EXPECT_TRUE(fs::is_empty(Import()));
     EXPECT_TRUE(view.status.empty());
     EXPECT_EQ(view.doEvents, 0);
     EXPECT_FALSE(fs::exists(StorePath("vtrs2403.lum")));
-    EXPECT_TRUE(fs::is_empty(ImportFolder()));
 }
 
 TEST_F(CsvImportTest, CountsLinesAndErrorsAndStoresTheValidOne)
 {
     Csv("site.csv", "2024,3,5,21,12,153.25\r\n2024,3,5,0,12,1\r\n2024,3,5,21,179,1\r\n");
     Scan();
-
-    EXPECT_FALSE(fs::exists(ImportFolder() / "site.csv"));
-    const std::string log = ImportLog();
-    const std::string path = [&] {
-        std::string p = (root / "program").string() + "\\vtcsvlog\\site.csv";
-        for (char& ch : p)
-            ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
-        return p;
-    }();
-    EXPECT_TRUE(std::regex_match(log, std::regex(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - )" +
-                                                 std::regex_replace(path, std::regex(R"([.\-/\\])"), R"(\$&)") +
-                                                 ", Total = 3, Error = 2\r\n")))
-        << log;
+    EXPECT_FALSE(fs::exists(Import() / "site.csv"));
+    std::string path = (root / "program").string() + "\\vtcsvlog\\site.csv";
+    std::transform(path.begin(), path.end(), path.begin(), [](unsigned char ch) { return std::tolower(ch); });
+    path = std::regex_replace(path, std::regex(R"([.\-/\\])"), R"(\$&)");
+    EXPECT_TRUE(std::regex_match(ImportLog(), std::regex(Stamp + path + ", Total = 3, Error = 2\r\n"))) << ImportLog();
 
     const std::string store = Store("vtrs2403.lum");
     ASSERT_EQ(static_cast<int64_t>(store.size()), FileLength);
     EXPECT_EQ(Get32(store, 109), DataStart);
     EXPECT_EQ(Get16(store, RecordAt(5, 21)), 1);
     EXPECT_EQ(GetF32(store, SlotAt(5, 21, 12)), 153.25F);
-    // Nothing else in the records area was touched.
-    int nonZero = 0;
-    for (int64_t i = DataStart - 1; i < FileLength; ++i)
-        nonZero += store[static_cast<std::size_t>(i)] != 0;
-    EXPECT_EQ(nonZero, 1 + 3);  // the flag 01 00 and 153.25 as 00 40 19 43
+    // Nothing else in the records area was touched: the flag 01 00 and 153.25 as 00 40 19 43.
+    EXPECT_EQ(std::count_if(store.begin() + DataStart - 1, store.end(), [](char ch) { return ch != 0; }), 4);
 
     const std::string rejects = Rejects();
     EXPECT_NE(rejects.find("site.csv, Line 2, period 0 is not 1 to 48\r\n"), std::string::npos) << rejects;
@@ -127,19 +138,51 @@ TEST_F(CsvImportTest, CountsLinesAndErrorsAndStoresTheValidOne)
     EXPECT_GE(view.doEvents, 2);
 }
 
-TEST_F(CsvImportTest, EventsAreServedWithoutRunningEveryLine)
+// Window events run now and then during a long file; whatever they do to the store file (another
+// writer, a setup reload) is seen by the next value, as it would be storing value by value.
+TEST_F(CsvImportTest, WindowEventsFindTheStoreFileClosedAndTheirChangesKept)
 {
-    std::string text;
-    for (int p = 1; p <= 48; ++p)
-        for (int t = 1; t <= 100; ++t)
-            text += "2024,3,7," + std::to_string(p) + "," + std::to_string(t) + ",1\n";
+    Csv("a.csv", "2024,3,1,1,9,1\n");
+    Scan();
+    const fs::path march = fs::canonical(StorePath("vtrs2403.lum"));
+    auto marchOpen = [&] {
+        for (const auto& fd : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code ec;
+            if (fs::read_symlink(fd.path(), ec) == march)
+                return true;
+        }
+        return false;
+    };
+    // From the second pass of events of big.csv on, another writer puts 99 into tag 2 of the record.
+    int laterPasses = 0, openDuringEvents = 0;
+    view.doEvents = 0;
+    view.onWait = [] { std::this_thread::sleep_for(std::chrono::milliseconds(60)); };
+    view.onEvents = [&] {
+        const std::string s = view.status.empty() ? "" : view.status.back();
+        if (s.rfind("Processing CSV File big.csv", 0) != 0 || s.ends_with("(1)"))
+            return;
+        ++laterPasses;
+        openDuringEvents += marchOpen();
+        std::fstream f(march, std::ios::in | std::ios::out | std::ios::binary);
+        const float v = 99.0F;
+        f.seekp(static_cast<std::streamoff>(SlotAt(1, 1, 2)));
+        f.write(reinterpret_cast<const char*>(&v), 4);
+    };
+    // Line 2 makes February's file, which takes 60 ms: events are due again by line 256.
+    std::string text = "2024,3,1,1,1,5\n2024,2,1,1,1,1\n";
+    for (int n = 3; n <= 4800; ++n)
+        text += "2024,3,1,1,3," + std::to_string(n) + "\n";
     Csv("big.csv", text);
     Scan();
-    // At the first line, then at most once per 256 lines.
-    EXPECT_GE(view.doEvents, 2);
-    EXPECT_LE(view.doEvents, 2 * (1 + 4800 / 256));
+    EXPECT_GE(laterPasses, 2);
+    EXPECT_LE(view.doEvents, 2 * (1 + 4800 / 256) + 1);  // not at every line; once in February's making
     EXPECT_EQ(view.status.back(), "Processing CSV File big.csv\r\n(4800)");
-    EXPECT_EQ(GetF32(Store("vtrs2403.lum"), SlotAt(7, 48, 100)), 1.0F);
+    EXPECT_EQ(openDuringEvents, 0);
+    const std::string b = Store("vtrs2403.lum");
+    EXPECT_EQ(GetF32(b, SlotAt(1, 1, 1)), 5.0F);
+    EXPECT_EQ(GetF32(b, SlotAt(1, 1, 2)), 99.0F);
+    EXPECT_EQ(GetF32(b, SlotAt(1, 1, 3)), 4800.0F);
+    EXPECT_EQ(GetF32(b, SlotAt(1, 1, 9)), 1.0F);
 }
 
 TEST_F(CsvImportTest, CalendarDatesAndTwoDigitYears)
@@ -161,31 +204,32 @@ TEST_F(CsvImportTest, CalendarDatesAndTwoDigitYears)
 
 TEST_F(CsvImportTest, PreviousMonthGoesIntoItsOwnFileMadeFirst)
 {
-    // An existing February file with a value already in the record keeps it.
     Csv("a.csv", "2024,2,10,3,4,1.5\n");
     Scan();
+    // The file exists now; a value already in the record stays.
     Csv("b.csv", "2024,2,28,48,7,42\n2024,2,10,3,5,2.5\n");
     Scan();
     const std::string feb = Store("vtrs2402.lum");
     ASSERT_EQ(static_cast<int64_t>(feb.size()), FileLength);
-    EXPECT_EQ(GetF32(feb, SlotAt(28, 48, 7)), 42.0F);
-    EXPECT_EQ(Get16(feb, RecordAt(28, 48)), 1);
-    EXPECT_EQ(GetF32(feb, SlotAt(10, 3, 4)), 1.5F);
-    EXPECT_EQ(GetF32(feb, SlotAt(10, 3, 5)), 2.5F);
     EXPECT_EQ(Get16(feb, 60), 200);
     EXPECT_EQ(Get16(feb, 66), 48);
+    EXPECT_EQ(Get16(feb, RecordAt(28, 48)), 1);
+    EXPECT_EQ(GetF32(feb, SlotAt(28, 48, 7)), 42.0F);
+    EXPECT_EQ(GetF32(feb, SlotAt(10, 3, 4)), 1.5F);
+    EXPECT_EQ(GetF32(feb, SlotAt(10, 3, 5)), 2.5F);
     EXPECT_FALSE(fs::exists(StorePath("vtrs2403.lum")));
     EXPECT_EQ(view.waits.front(), "Store File Data");
     EXPECT_GE(view.waitsClosed, 1);
+
+    EXPECT_EQ(CsvTargetStorePath("C:\\Site.Data\\Voltaris\\Vtrs2403.lum", 1999, 12),
+              "c:\\site.data\\voltaris\\vtrs9912.lum");
 }
 
 TEST_F(CsvImportTest, MathsTagsOfTheRecordAreWorkedOutInTagOrder)
 {
     MathsTag(9, {{5, 0, 2.0F}});
-    // Tag 7 comes before 9, so it sees tag 9 as read from the file.
-    MathsTag(7, {{9, 0, 1.0F}, {5, 1, 1.0F}});
-    // (tag 5 + tag 6) x tag 8: left to right.
-    MathsTag(11, {{5, 0, 1.0F}, {6, 1, 1.0F}, {8, 3, 1.0F}});
+    MathsTag(7, {{9, 0, 1.0F}, {5, 1, 1.0F}});  // before 9: sees tag 9 as read from the file
+    MathsTag(11, {{5, 0, 1.0F}, {6, 1, 1.0F}, {8, 3, 1.0F}});  // (tag 5 + tag 6) x tag 8
     Csv("m.csv", "2024,3,1,1,5,10\n2024,3,1,1,6,2\n2024,3,1,1,8,3\n");
     Scan();
     const std::string store = Store("vtrs2403.lum");
@@ -197,11 +241,7 @@ TEST_F(CsvImportTest, MathsTagsOfTheRecordAreWorkedOutInTagOrder)
 TEST_F(CsvImportTest, DivisionByZeroAbandonsOnlyThatValue)
 {
     MathsTag(10, {{6, 0, 1.0F}, {5, 4, 1.0F}});
-    Csv("d.csv",
-        "2024,3,2,1,5,2\n"
-        "2024,3,2,1,6,8\n"
-        "2024,3,2,2,6,3\n"    // tag 5 is 0 in period 2
-        "2024,3,2,2,4,9\n");
+    Csv("d.csv", "2024,3,2,1,5,2\n2024,3,2,1,6,8\n2024,3,2,2,6,3\n2024,3,2,2,4,9\n");  // tag 5 is 0 in period 2
     Scan();
     const std::string store = Store("vtrs2403.lum");
     EXPECT_EQ(GetF32(store, SlotAt(2, 1, 10)), 4.0F);
@@ -220,44 +260,37 @@ TEST_F(CsvImportTest, FaultLeavesTheFileForTheNextScan)
     Csv("b.csv", "2024,3,3,5,1,8\n");
     Scan();
     Scan();
-    EXPECT_TRUE(fs::exists(ImportFolder() / "a.csv"));
-    EXPECT_TRUE(fs::exists(ImportFolder() / "b.csv"));
-    EXPECT_FALSE(fs::exists(ImportFolder() / "vtcsvlog.log"));
+    EXPECT_TRUE(fs::exists(Import() / "a.csv"));
+    EXPECT_TRUE(fs::exists(Import() / "b.csv"));
+    EXPECT_FALSE(fs::exists(Import() / "vtcsvlog.log"));
     EXPECT_EQ(LogLinesWith("CSV_GetData, Error 9/ Subscript out of range"), 2);
-    // The retry is noted once.
-    const std::string rejects = Rejects();
     const std::string note = "a.csv, Line 2, month 13 is not 1 to 12, file left for the next scan\r\n";
-    ASSERT_NE(rejects.find(note), std::string::npos) << rejects;
-    EXPECT_EQ(rejects.find(note), rejects.rfind(note));
-    // Values before the faulty line are stored as the line is read.
-    EXPECT_EQ(GetF32(Store("vtrs2403.lum"), SlotAt(3, 1, 1)), 5.0F);
+    ASSERT_NE(Rejects().find(note), std::string::npos) << Rejects();
+    EXPECT_EQ(Rejects().find(note), Rejects().rfind(note)) << "the retry is noted once";
+    EXPECT_EQ(GetF32(Store("vtrs2403.lum"), SlotAt(3, 1, 1)), 5.0F) << "lines before the fault are stored";
 
-    Csv("a.csv", "2024,3,3,1,1,5\n2024,3,3,1,1\n");
-    Scan();
-    EXPECT_TRUE(fs::exists(ImportFolder() / "a.csv"));
-    EXPECT_NE(Rejects().find("a.csv, Line 2, fewer than six fields, file left"), std::string::npos);
+    struct Case {
+        const char* text;
+        const char* logged;
+    };
+    for (const Case& c : {Case{"2024,3,3,1,1,5\n2024,3,3,1,1\n", "a.csv, Line 2, fewer than six fields, file left"},
+                          Case{"2024,3,4,70000,1,5\n", "a.csv, Line 1, a number too large for its field"}}) {
+        Csv("a.csv", c.text);
+        Scan();
+        EXPECT_TRUE(fs::exists(Import() / "a.csv"));
+        EXPECT_NE(Rejects().find(c.logged), std::string::npos) << Rejects();
+    }
+    EXPECT_EQ(LogLinesWith("CSV_GetData, Error 6/ Overflow"), 1);
 
-    Csv("a.csv", "2024,3,3,1,1,5\n2024,3,3,2,1,7\n");
+    // A last line cut short before its sixth field is an error line, not a fault.
+    Csv("a.csv", "2024,3,3,1,1,5\n2024,3,3,2,1,7\r\n2024,3,4");
     Scan();
-    EXPECT_FALSE(fs::exists(ImportFolder() / "a.csv"));
-    EXPECT_FALSE(fs::exists(ImportFolder() / "b.csv"));
+    EXPECT_FALSE(fs::exists(Import() / "a.csv"));
+    EXPECT_FALSE(fs::exists(Import() / "b.csv"));
     const std::string store = Store("vtrs2403.lum");
     EXPECT_EQ(GetF32(store, SlotAt(3, 2, 1)), 7.0F);
     EXPECT_EQ(GetF32(store, SlotAt(3, 5, 1)), 8.0F);
-    EXPECT_NE(ImportLog().find("a.csv, Total = 2, Error = 0"), std::string::npos);
-}
-
-TEST_F(CsvImportTest, LineCutShortAtTheEndIsAnErrorLineAndOverflowStops)
-{
-    Csv("a.csv", "2024,3,4,1,1,5\r\n2024,3,4");
-    Scan();
-    EXPECT_FALSE(fs::exists(ImportFolder() / "a.csv"));
-    EXPECT_NE(ImportLog().find("a.csv, Total = 2, Error = 1"), std::string::npos);
-
-    Csv("b.csv", "2024,3,4,70000,1,5\n");
-    Scan();
-    EXPECT_TRUE(fs::exists(ImportFolder() / "b.csv"));
-    EXPECT_EQ(LogLinesWith("CSV_GetData, Error 6/ Overflow"), 1);
+    EXPECT_NE(ImportLog().find("a.csv, Total = 3, Error = 1"), std::string::npos) << ImportLog();
 }
 
 TEST_F(CsvImportTest, BothLetterCasesInNameOrder)
@@ -271,7 +304,7 @@ TEST_F(CsvImportTest, BothLetterCasesInNameOrder)
     EXPECT_EQ(GetF32(store, SlotAt(6, 1, 2)), 2.0F);  // b after a
     EXPECT_EQ(GetF32(store, SlotAt(6, 1, 3)), 3.0F);
     EXPECT_EQ(GetF32(store, SlotAt(6, 1, 4)), 0.0F);
-    EXPECT_TRUE(fs::exists(ImportFolder() / "notes.txt"));
+    EXPECT_TRUE(fs::exists(Import() / "notes.txt"));
     const std::string log = ImportLog();
     EXPECT_LT(log.find("a.csv,"), log.find("b.csv,"));
     EXPECT_LT(log.find("b.csv,"), log.find("c.csv,"));
@@ -279,37 +312,29 @@ TEST_F(CsvImportTest, BothLetterCasesInNameOrder)
 
 TEST_F(CsvImportTest, ImportLogRotatesJustPastItsLimit)
 {
-    const fs::path log = ImportFolder() / "vtcsvlog.log";
+    const fs::path log = Import() / "vtcsvlog.log";
     WriteBytes(log, std::string(600000, 'a'));
     for (int i = 1; i <= 5; ++i)
-        WriteBytes(ImportFolder() / ("vtcsvlog.@0" + std::to_string(i)), "generation " + std::to_string(i));
+        WriteBytes(Import() / ("vtcsvlog.@0" + std::to_string(i)), "generation " + std::to_string(i));
     CSV_AddToLog("appended");
     const std::string grown = ReadBytes(log);
     EXPECT_EQ(grown.substr(0, 600000), std::string(600000, 'a'));
-    EXPECT_EQ(grown.substr(600000 + 17), " - appended\r\n");
-    EXPECT_EQ(ReadBytes(ImportFolder() / "vtcsvlog.@01"), "generation 1");
+    EXPECT_TRUE(std::regex_match(grown.substr(600000), std::regex(Stamp + std::string("appended\r\n"))));
+    EXPECT_EQ(ReadBytes(Import() / "vtcsvlog.@01"), "generation 1");
 
     WriteBytes(log, std::string(600001, 'b'));
     CSV_AddToLog("fresh");
-    EXPECT_TRUE(std::regex_match(ReadBytes(log), std::regex(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - fresh\r\n)")));
-    EXPECT_EQ(ReadBytes(ImportFolder() / "vtcsvlog.@01"), std::string(600001, 'b'));
-    EXPECT_EQ(ReadBytes(ImportFolder() / "vtcsvlog.@02"), "generation 1");
-    EXPECT_EQ(ReadBytes(ImportFolder() / "vtcsvlog.@05"), "generation 4");
-    EXPECT_FALSE(fs::exists(ImportFolder() / "vtcsvlog.@06"));
+    EXPECT_TRUE(std::regex_match(ReadBytes(log), std::regex(Stamp + std::string("fresh\r\n"))));
+    EXPECT_EQ(ReadBytes(Import() / "vtcsvlog.@01"), std::string(600001, 'b'));
+    EXPECT_EQ(ReadBytes(Import() / "vtcsvlog.@02"), "generation 1");
+    EXPECT_EQ(ReadBytes(Import() / "vtcsvlog.@05"), "generation 4");
+    EXPECT_FALSE(fs::exists(Import() / "vtcsvlog.@06"));
 
     // The rejects file rotates on the same rule under names of its own.
-    WriteBytes(ImportFolder() / "vtcsvlog.rej", std::string(600001, 'c'));
+    WriteBytes(Import() / "vtcsvlog.rej", std::string(600001, 'c'));
     CSV_AddToRejects("x.csv, Line 1, why");
-    EXPECT_EQ(ReadBytes(ImportFolder() / "vtcsvlog.re1"), std::string(600001, 'c'));
-    EXPECT_EQ(ReadBytes(ImportFolder() / "vtcsvlog.@01"), std::string(600001, 'b'));
-}
-
-TEST_F(CsvImportTest, TargetPathTakesTheMonthOfTheLine)
-{
-    EXPECT_EQ(CsvTargetStorePath("C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2403.lum", 2024, 2),
-              "c:\\telvane\\job1\\data\\voltaris\\vtrs2402.lum");
-    EXPECT_EQ(CsvTargetStorePath("C:\\Site.Data\\Voltaris\\Vtrs2403.lum", 1999, 12),
-              "c:\\site.data\\voltaris\\vtrs9912.lum");
+    EXPECT_EQ(ReadBytes(Import() / "vtcsvlog.re1"), std::string(600001, 'c'));
+    EXPECT_EQ(ReadBytes(Import() / "vtcsvlog.@01"), std::string(600001, 'b'));
 }
 
 // The import's batched writes against storing every value on its own: the same store files.
@@ -318,9 +343,8 @@ TEST_F(CsvImportTest, BatchGivesTheSameBytesAsValueByValue)
     MathsTag(9, {{5, 0, 2.0F}});
     MathsTag(10, {{6, 0, 1.0F}, {7, 4, 1.0F}});  // faults where tag 7 is 0
     MathsTag(3, {{10, 0, 0.5F}, {9, 2, 1.0F}});
-
     struct Row {
-        int y, m, d, p, t;
+        int m, d, p, t;
         float v;
     };
     std::vector<Row> rows;
@@ -330,30 +354,25 @@ TEST_F(CsvImportTest, BatchGivesTheSameBytesAsValueByValue)
         for (int p = 1; p <= 48; p += 5)
             for (int t = 8; t >= 4; --t) {
                 ++n;
-                Row r{2024, 3, d, p, t, static_cast<float>((n * 37) % 11) / 4.0F};
-                if (n % 7 == 0)
-                    r.m = 2;  // back and forth between two files
-                if (n % 13 == 0)
-                    r.p = 49;  // error line
+                // Back and forth between two files, and now and then an error line.
+                const Row r{n % 7 == 0 ? 2 : 3, d, n % 13 == 0 ? 49 : p, t, static_cast<float>((n * 37) % 11) / 4.0F};
                 rows.push_back(r);
-                text += std::to_string(r.y) + "," + std::to_string(r.m) + "," + std::to_string(r.d) + "," +
-                        std::to_string(r.p) + "," + std::to_string(r.t) + "," + std::to_string(r.v) + "\r\n";
+                text += "2024," + std::to_string(r.m) + "," + std::to_string(r.d) + "," + std::to_string(r.p) + "," +
+                        std::to_string(r.t) + "," + std::to_string(r.v) + "\r\n";
             }
     Csv("batch.csv", text);
     Scan();
 
     settings.StoreFilePath = "C:\\Telvane\\Job1\\Data\\Voltaris\\Ones2403.lum";
-    StoreContext c{setup, values, settings, state, host, view};
+    StoreContext c = Context();
     for (const Row& r : rows)
         if (r.p <= 48)
-            CSV_StoreData(c, static_cast<int16_t>(r.y), static_cast<int16_t>(r.m), static_cast<int16_t>(r.d),
-                          static_cast<int16_t>(r.p), static_cast<int16_t>(r.t), r.v);
-
+            CSV_StoreData(c, 2024, static_cast<int16_t>(r.m), static_cast<int16_t>(r.d), static_cast<int16_t>(r.p),
+                          static_cast<int16_t>(r.t), r.v);
     for (const char* yymm : {"2402", "2403"}) {
         const std::string batch = Store(std::string("vtrs") + yymm + ".lum");
-        const std::string single = Store(std::string("ones") + yymm + ".lum");
         ASSERT_EQ(static_cast<int64_t>(batch.size()), FileLength);
-        EXPECT_TRUE(batch == single) << yymm;
+        EXPECT_TRUE(batch == Store(std::string("ones") + yymm + ".lum")) << yymm;
     }
     // The faults did happen, in both runs alike.
     const int faults = LogLinesWith("CSV_StoreData, Error 11/ Division by zero");
