@@ -3,11 +3,7 @@
 // link moves between topics, and what happens while no server answers.
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <filesystem>
 #include <future>
 #include <map>
 #include <mutex>
@@ -15,35 +11,12 @@
 #include <thread>
 #include <vector>
 
+#include "common/TempPrefix.h"
 #include "host/DdeLinkLabel.h"
 #include "platform/Dde.h"
 #include "platform/DdeServer.h"
 
 namespace {
-
-class TempPrefix {
-public:
-    TempPrefix() {
-        char pattern[] = "/tmp/vt-ddelabel-XXXXXX";
-        const char* made = ::mkdtemp(pattern);
-        root_ = made ? made : "/tmp";
-        const char* old = std::getenv("VOLTARIS_PREFIX");
-        hadOld_ = old != nullptr;
-        if (hadOld_) old_ = old;
-        ::setenv("VOLTARIS_PREFIX", root_.c_str(), 1);
-    }
-    ~TempPrefix() {
-        if (hadOld_) ::setenv("VOLTARIS_PREFIX", old_.c_str(), 1);
-        else ::unsetenv("VOLTARIS_PREFIX");
-        std::error_code ec;
-        std::filesystem::remove_all(root_, ec);
-    }
-
-private:
-    std::string root_;
-    std::string old_;
-    bool hadOld_ = false;
-};
 
 // A recorder-like server on its own thread: items per topic, a log of every exchange.
 class ThreadServer {
@@ -130,11 +103,9 @@ TEST(DdeLinkLabel, PokesRequestsAndSavesReachTheServerOnTheirTopics) {
     ASSERT_FALSE(label.Poke("Recorder 2|SetRelayState", "8", "0"));
     ASSERT_FALSE(label.Execute("Recorder 2|SetRelayState", "Save"));
 
-    std::vector<std::string> expected = {
-        "poke SetHiSetpoint 3,4 80",  "execute SetHiSetpoint Save", "request GetDayMax 3,4",
-        "poke SetRelayState 7 1",     "poke SetRelayState 8 0",     "execute SetRelayState Save",
-    };
-    EXPECT_EQ(server.Log(), expected);
+    EXPECT_EQ(server.Log(), (std::vector<std::string>{"poke SetHiSetpoint 3,4 80", "execute SetHiSetpoint Save",
+                                                      "request GetDayMax 3,4", "poke SetRelayState 7 1",
+                                                      "poke SetRelayState 8 0", "execute SetRelayState Save"}));
 }
 
 TEST(DdeLinkLabel, RefusalsAndAMissingServerAreErrorsAndTheLabelRecovers) {
@@ -144,8 +115,7 @@ TEST(DdeLinkLabel, RefusalsAndAMissingServerAreErrorsAndTheLabelRecovers) {
 
     // Nobody serves the application yet.
     EXPECT_EQ(label.Poke("Recorder 1|SetData", "1,1", "5").Number, ErrDdeNoServer);
-    VbResult<std::string> none = label.Request("Recorder 1|GetDayMin", "1,1");
-    EXPECT_EQ(none.Error.Number, ErrDdeNoServer);
+    EXPECT_EQ(label.Request("Recorder 1|GetDayMin", "1,1").Error.Number, ErrDdeNoServer);
     EXPECT_EQ(label.Execute("Recorder 1|SetData", "Save").Number, ErrDdeNoServer);
     EXPECT_EQ(link.Mode(), DdeLinkMode::None);
 
@@ -155,8 +125,7 @@ TEST(DdeLinkLabel, RefusalsAndAMissingServerAreErrorsAndTheLabelRecovers) {
     ASSERT_FALSE(label.Poke("Recorder 1|SetData", "1,1", "5"));
     // A refused topic, an unknown item and an unknown command are the server's refusals.
     EXPECT_EQ(label.Poke("Recorder 1|Refused", "1,1", "5").Number, ErrDdeNoServer);
-    VbResult<std::string> unknown = label.Request("Recorder 1|GetDayMin", "9,9");
-    EXPECT_EQ(unknown.Error.Number, ErrDdeRefused);
+    EXPECT_EQ(label.Request("Recorder 1|GetDayMin", "9,9").Error.Number, ErrDdeRefused);
     EXPECT_EQ(label.Execute("Recorder 1|SetData", "Format").Number, ErrDdeRefused);
     // And the label still works afterwards.
     server.SetItem("GetDayMin", "1,1", "-2.5");

@@ -15,13 +15,20 @@ namespace {
 
 std::filesystem::path StateFile(const HostFixture& f) { return f.ProgramDir() / HostStateFileName; }
 
+class HostStateTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(s.Open(dir)); }
+    HostFixture f;
+    std::string dir = f.ProgramDir().string();
+    HostState s;
+};
+
 }  // namespace
 
-TEST(HostState, TwoMappingsShareValuesAndTexts) {
-    HostFixture f;
-    HostState a, b;
-    ASSERT_TRUE(a.Open(f.ProgramDir().string()));
-    ASSERT_TRUE(b.Open(f.ProgramDir().string()));
+TEST_F(HostStateTest, TwoMappingsShareValuesAndTexts) {
+    HostState& a = s;
+    HostState b;
+    ASSERT_TRUE(b.Open(dir));
     a.SetReading(HostTable::Tags, 4999, 12.5f);
     a.SetTotal(HostTable::Lines, 999, HostTotal::GrandTotal, 1e12 + 0.25);
     a.SetName(HostTable::OutputTags, 2047, "Boiler 3 rate");
@@ -33,10 +40,7 @@ TEST(HostState, TwoMappingsShareValuesAndTexts) {
     EXPECT_EQ(b.WriteCount(HostTable::Tags, 4999), 1u);
 }
 
-TEST(HostState, IndexesOutsideTheTablesReadEmptyAndWriteNothing) {
-    HostFixture f;
-    HostState s;
-    ASSERT_TRUE(s.Open(f.ProgramDir().string()));
+TEST_F(HostStateTest, IndexesOutsideTheTablesReadEmptyAndWriteNothing) {
     s.SetReading(HostTable::Tags, HostMaxTags, 1.0f);
     s.SetReading(HostTable::OutputTags, -1, 1.0f);
     s.SetName(HostTable::Lines, HostMaxLines, "x");
@@ -52,10 +56,7 @@ TEST(HostState, IndexesOutsideTheTablesReadEmptyAndWriteNothing) {
     EXPECT_EQ(closed.JobText(HostJobText::JobDir), "");
 }
 
-TEST(HostState, TextsAreCutToTheirFieldsAndParamSlotsRunOut) {
-    HostFixture f;
-    HostState s;
-    ASSERT_TRUE(s.Open(f.ProgramDir().string()));
+TEST_F(HostStateTest, TextsAreCutToTheirFieldsAndParamSlotsRunOut) {
     s.SetName(HostTable::Tags, 0, std::string(300, 'n'));
     EXPECT_EQ(s.Name(HostTable::Tags, 0).size(), static_cast<std::size_t>(HostTextSize));
     for (int code = 1; code <= HostParamSlots; ++code) EXPECT_TRUE(s.SetParam(HostTable::Lines, 3, code, "v"));
@@ -66,10 +67,7 @@ TEST(HostState, TextsAreCutToTheirFieldsAndParamSlotsRunOut) {
     EXPECT_FALSE(s.SetParam(HostTable::Lines, 3, 0, "code 0 marks a free slot"));
 }
 
-TEST(HostState, LogKeepsTheLastMessagesInOrder) {
-    HostFixture f;
-    HostState s;
-    ASSERT_TRUE(s.Open(f.ProgramDir().string()));
+TEST_F(HostStateTest, LogKeepsTheLastMessagesInOrder) {
     for (int i = 1; i <= HostLogEntries + 3; ++i) s.AppendLog("M" + std::to_string(i), "T" + std::to_string(i));
     EXPECT_EQ(s.LogCount(), static_cast<uint64_t>(HostLogEntries + 3));
     std::string module, title;
@@ -122,10 +120,7 @@ TEST(HostState, UnusableFolderFailsWithoutCrashing) {
     EXPECT_EQ(s.LogCount(), 0u);
 }
 
-TEST(HostState, ValuesWrittenByAnotherProcessAreWholeAndALockHeldByADeadProcessIsRecovered) {
-    HostFixture f;
-    HostState s;
-    ASSERT_TRUE(s.Open(f.ProgramDir().string()));
+TEST_F(HostStateTest, ValuesWrittenByAnotherProcessAreWholeAndALockHeldByADeadProcessIsRecovered) {
     pid_t child = ::fork();
     if (child == 0) {
         HostState c;
@@ -140,7 +135,7 @@ TEST(HostState, ValuesWrittenByAnotherProcessAreWholeAndALockHeldByADeadProcessI
         ASSERT_TRUE(v == 0.0 || v == -1.0 || v == 1e300) << v;
     }
     int status = 0;
-    ::waitpid(child, &status, 0);
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
     s.SetName(HostTable::Tags, 1, "after");
     EXPECT_EQ(s.Name(HostTable::Tags, 1), "after");

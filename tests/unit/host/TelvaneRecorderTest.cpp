@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "HostFixture.h"
 #include "host/HostLibraries.h"
@@ -13,9 +14,6 @@
 #include "host/TelvaneTagAlarmRelays.h"
 #include "platform/Files.h"
 #include "support/Profile.h"
-
-#define REQUIRE_LIBRARIES() \
-    if (!HostFixture::LibrariesBuilt()) GTEST_SKIP() << "host libraries not built in VT_BIN_DIR"
 
 TEST(TelvaneRecorder, RangesByGeneration) {
     REQUIRE_LIBRARIES();
@@ -44,15 +42,11 @@ TEST(TelvaneRecorder, RangesByGeneration) {
     EXPECT_EQ(t.Recorder.Index(), 0);
 }
 
-TEST(TelvaneRecPage, V4SplitAndReferences) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
+TEST_F(V4Host, PageSplitAndReferences) {
+    Telvane& t = *host;
     TelvaneRecPage page(&t);
     page.Index(23);
-    EXPECT_EQ(page.RecorderNumber(), 3);
-    EXPECT_EQ(page.PageNumber(), 3);
+    EXPECT_EQ(std::make_pair(page.RecorderNumber(), page.PageNumber()), std::make_pair(3, 3));
     EXPECT_EQ(page.IndexReference(), "R3P3");
     page.Index(0);
     page.IndexReference("[R3P3L7]");
@@ -63,9 +57,9 @@ TEST(TelvaneRecPage, V4SplitAndReferences) {
         page.IndexReference(bad);
         EXPECT_EQ(page.Index(), 0) << bad;
     }
-    f.State().SetPageLabel(22, std::string(50, 'p'));
-    f.State().SetPageActive(22, true);
-    f.State().SetPageParam(22, 2, 3.0f);
+    s.SetPageLabel(22, std::string(50, 'p'));
+    s.SetPageActive(22, true);
+    s.SetPageParam(22, 2, 3.0f);
     page.Index(23);
     EXPECT_EQ(page.Name(), std::string(40, 'p'));
     EXPECT_TRUE(page.Enabled());
@@ -75,17 +69,13 @@ TEST(TelvaneRecPage, V4SplitAndReferences) {
     EXPECT_EQ(page.Name(), "");
 }
 
-TEST(TelvaneRecPage, V5PagesAreAllOnRecorder1AndFillAList) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
+TEST_F(V5Host, PagesAreAllOnRecorder1AndFillAList) {
+    Telvane& t = *host;
     TelvaneRecPage page(&t);
     page.Index(100);
-    EXPECT_EQ(page.RecorderNumber(), 1);
-    EXPECT_EQ(page.PageNumber(), 100);
+    EXPECT_EQ(std::make_pair(page.RecorderNumber(), page.PageNumber()), std::make_pair(1, 100));
     EXPECT_EQ(page.IndexReference(), "R1P100");
-    f.State().SetPageLabel(1, "Boilers");
+    s.SetPageLabel(1, "Boilers");
     MemoryList list;
     page.SetListBox(list);
     ASSERT_EQ(list.ListCount(), 100);
@@ -99,11 +89,8 @@ TEST(TelvaneRecPage, V5PagesAreAllOnRecorder1AndFillAList) {
     EXPECT_EQ(page.ListReference(), "");
 }
 
-TEST(TelvaneRecPage, V5StoreFilesFromTheMapSkipMissingFiles) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
+TEST_F(V5Host, PageStoreFilesFromTheMapSkipMissingFiles) {
+    Telvane& t = *host;
     auto data = LocalPath(t.JobDataFolder());
     auto record = [](const std::string& name) {
         std::string r(256, '\0');
@@ -148,11 +135,8 @@ TEST(TelvaneRecPage, V4StoreFilesFromRecordIni) {
     EXPECT_EQ(page.CurrentStoreFile(), t.JobDataFolder() + "\\R23A.dat");
 }
 
-TEST(TelvaneRecPage, BatchHeaderFileIsChosenKeptAndReset) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
+TEST_F(V5Host, PageBatchHeaderFileIsChosenKeptAndReset) {
+    Telvane& t = *host;
     TelvaneRecPage page(&t);
     page.NextBatchName("ignored");  // no page selected
     page.Index(7);
@@ -187,17 +171,13 @@ TEST(TelvaneRecAlarmRelays, SplitsAndReferencesBothGenerations) {
         TelvaneRecAlarmRelays relay(&t);
         EXPECT_EQ(relay.IndexMax(), 160);
         relay.Index(40);
-        EXPECT_EQ(relay.RecorderNumber(), 2);
-        EXPECT_EQ(relay.RecorderRelayNumber(), 8);
+        EXPECT_EQ(std::make_pair(relay.RecorderNumber(), relay.RecorderRelayNumber()), std::make_pair(2, 8));
         EXPECT_EQ(relay.IndexReference(), "R2RecAlarmRelay8");
-        relay.IndexReference("R5RecAlarmRelay32");
-        EXPECT_EQ(relay.Index(), 160);
-        relay.IndexReference("R6RecAlarmRelay1");
-        EXPECT_EQ(relay.Index(), 0);
-        relay.IndexReference("RecAlarmRelay33");
-        EXPECT_EQ(relay.Index(), 33);
-        relay.IndexReference("RelayX");
-        EXPECT_EQ(relay.Index(), 0);
+        for (auto [reference, index] : {std::pair{"R5RecAlarmRelay32", 160}, {"R6RecAlarmRelay1", 0},
+                                        {"RecAlarmRelay33", 33}, {"RelayX", 0}}) {
+            relay.IndexReference(reference);
+            EXPECT_EQ(relay.Index(), index) << reference;
+        }
         f.State().SetRelayLabel(HostRelayTable::Recorder, 39, "Horn");
         f.State().SetRelayActive(HostRelayTable::Recorder, 39, true);
         relay.Index(40);
@@ -217,8 +197,7 @@ TEST(TelvaneRecAlarmRelays, SplitsAndReferencesBothGenerations) {
     Telvane t;
     TelvaneRecAlarmRelays relay(&t);
     relay.Index(40);
-    EXPECT_EQ(relay.RecorderNumber(), 1);
-    EXPECT_EQ(relay.RecorderRelayNumber(), 40);
+    EXPECT_EQ(std::make_pair(relay.RecorderNumber(), relay.RecorderRelayNumber()), std::make_pair(1, 40));
     EXPECT_EQ(relay.IndexReference(), "RecAlarmRelay40");
     relay.Index(320);
     EXPECT_EQ(relay.Index(), 320);
@@ -227,16 +206,12 @@ TEST(TelvaneRecAlarmRelays, SplitsAndReferencesBothGenerations) {
     EXPECT_EQ(tagRelay.Index(), 0) << "tag alarm relays are V4 only";
 }
 
-TEST(TelvaneLists, TagListsAreRewrittenWithReferences) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    HostState& s = f.State();
+TEST_F(V4Host, TagListsAreRewrittenWithReferences) {
     s.SetName(HostTable::Tags, 11, "Boiler gas");
     s.SetFlag(HostTable::Tags, 2, HostFlag::Active, true);
     s.SetName(HostTable::OutputTags, 4, "Watchdog");
     s.SetName(HostTable::Tags, 1500, "beyond V4 inputs");
-    Telvane t;
+    Telvane& t = *host;
     MemoryList list;
     t.Tags.SetListBox(list);
     ASSERT_EQ(list.ListCount(), 2);
@@ -290,10 +265,7 @@ TEST(TelvaneLists, LineListsOnV5AndNothingWithoutAHost) {
     EXPECT_EQ(lines.ComboIndex(), 1000);
 }
 
-TEST(HostLibraries, MissingLibrariesAndCallsAreErrorsNotCrashes) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
+TEST_F(V5Host, MissingLibrariesAndCallsAreErrorsNotCrashes) {
     HostLibraries libs;
     EXPECT_FALSE(libs.Load(HostLibrary::Points, "C:\\Telvane\\nothere.dll"));
     VbResult<float> r = libs.GetTagReading(0);
@@ -308,7 +280,7 @@ TEST(HostLibraries, MissingLibrariesAndCallsAreErrorsNotCrashes) {
     EXPECT_FALSE(libs.Loaded(HostLibrary::Recorder));
     // Long job texts are cut to the 250-character buffer.
     ASSERT_TRUE(libs.Load(HostLibrary::Points, "C:\\Telvane\\hostpts32.dll"));
-    f.State().SetJobText(HostJobText::JobDir, std::string(259, 'j'));
+    s.SetJobText(HostJobText::JobDir, std::string(259, 'j'));
     EXPECT_EQ(libs.GetJobDir().Value, std::string(249, 'j'));
 }
 

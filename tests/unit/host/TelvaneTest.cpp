@@ -13,9 +13,6 @@
 #include "platform/WindowRegistry.h"
 #include "support/Profile.h"
 
-#define REQUIRE_LIBRARIES() \
-    if (!HostFixture::LibrariesBuilt()) GTEST_SKIP() << "host libraries not built in VT_BIN_DIR"
-
 namespace {
 
 bool InMemory(const std::string& library) {
@@ -49,26 +46,24 @@ TEST(TelvaneDetect, RulesApplyInTheirOrder) {
     REQUIRE_LIBRARIES();
     HostFixture f;
     ASSERT_TRUE(f.Install(4));
-    ASSERT_TRUE(f.Install(5));  // both installed: the V5 folder exists, so rule 6 beats rule 7
-    {
+    ASSERT_TRUE(f.Install(5));
+    auto expect = [](const char* version, const char* folder, const char* why) {
         Telvane t;
-        EXPECT_EQ(t.TelvaneVersion(), "5.0");
-        EXPECT_EQ(t.TelvaneFolder(), "C:\\Telvane");
+        EXPECT_EQ(t.TelvaneVersion(), version) << why;
+        if (folder != nullptr) {
+            EXPECT_EQ(t.TelvaneFolder(), folder) << why;
+        }
+    };
+    expect("5.0", "C:\\Telvane", "both installed: the V5 folder exists, so rule 6 beats rule 7");
+    for (const char* windowClass : {"LoaderWClass", "SYSCON"}) {
+        ASSERT_TRUE(RegisterWindow(windowClass, "", false));
+        expect("4.0", "C:\\telvold", "rules 4 and 5 alone beat the folders");
+        UnregisterAllWindows();
     }
-    // Rule 5 (a SYSCON window) beats the folders.
     ASSERT_TRUE(RegisterWindow("SYSCON", "", false));
-    {
-        Telvane t;
-        EXPECT_EQ(t.TelvaneVersion(), "4.0");
-        EXPECT_EQ(t.TelvaneFolder(), "C:\\telvold");
-    }
-    // Rule 3 (a TelvaneV5 window) beats rules 4 and 5.
     ASSERT_TRUE(RegisterWindow("LoaderWClass", "", true));
     ASSERT_TRUE(RegisterWindow("TelvaneV5", "", true));
-    {
-        Telvane t;
-        EXPECT_EQ(t.TelvaneVersion(), "5.0");
-    }
+    expect("5.0", nullptr, "rule 3 (a TelvaneV5 window) beats rules 4 and 5");
     // Rule 2: the monitor installed inside the V4 folder wins over the TelvaneV5 window.
     ::setenv("VOLTARIS_PROGRAM_DIR", (f.PrefixDir() / "drives" / "c" / "TELVOLD").string().c_str(), 1);
     {
@@ -77,24 +72,19 @@ TEST(TelvaneDetect, RulesApplyInTheirOrder) {
         EXPECT_TRUE(t.V4());
         EXPECT_EQ(t.Version(), "V4");
     }
-    // Rule 1 beats rule 2 when both candidates name the monitor's folder.
     WriteProfileString("TelvnV5", "directory", "c:\\TelVold");
-    {
-        Telvane t;
-        EXPECT_EQ(t.TelvaneVersion(), "5.0");
-    }
+    expect("5.0", nullptr, "rule 1 beats rule 2 when both candidates name the monitor's folder");
 }
 
 TEST(TelvaneDetect, OnlyAV4FolderGivesGeneration4AndNothingGivesNone) {
     REQUIRE_LIBRARIES();
     HostFixture f;
     ASSERT_TRUE(f.Install(4));
+    WriteProfileString("TelvnV5", "directory", "C:\\Telvane");  // a V5 entry whose folder is missing
     {
         Telvane t;
         EXPECT_EQ(t.TelvaneVersion(), "4.0");
-        EXPECT_TRUE(t.V4());
-        EXPECT_FALSE(t.V5());
-        EXPECT_TRUE(t.VAny());
+        EXPECT_TRUE(t.V4() && t.VAny() && !t.V5());
     }
     WriteProfileString("telvold", "directory", "C:\\nowhere");
     Telvane t;
@@ -111,9 +101,7 @@ TEST(TelvaneDetect, AMissingRecorderLibraryMakesBothGenerationTestsFalse) {
     EXPECT_EQ(t.TelvaneVersion(), "5.0");
     EXPECT_TRUE(t.Hostpts32Loaded());
     EXPECT_FALSE(t.Hostrec32Loaded());
-    EXPECT_FALSE(t.V5());
-    EXPECT_FALSE(t.V4());
-    EXPECT_FALSE(t.VAny());
+    EXPECT_FALSE(t.V5() || t.V4() || t.VAny());
     EXPECT_EQ(t.Version(), "");
     EXPECT_FALSE(t.JobRun());
     // The job folders still come from the point library.
@@ -182,23 +170,20 @@ TEST(TelvaneJob, RecorderVersionRefreshAndLibraryRelease) {
     EXPECT_FALSE(InMemory(pointLibrary)) << "released at the end";
 }
 
-TEST(TelvaneJob, UserModeRunStateAndHostLog) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
+TEST_F(V5Host, UserModeRunStateAndHostLog) {
+    Telvane& t = *host;
     EXPECT_EQ(t.TelvaneUserMode(), "Single Job Mode");
-    f.State().SetUserMode(1);
+    s.SetUserMode(1);
     EXPECT_EQ(t.TelvaneUserMode(), "Terminal Server Mode");
-    f.State().SetUserMode(7);
+    s.SetUserMode(7);
     EXPECT_EQ(t.TelvaneUserMode(), "");
     EXPECT_FALSE(t.JobRun());
-    f.State().SetJobRunning(1);
+    s.SetJobRunning(1);
     EXPECT_TRUE(t.JobRun()) << "read on every call";
 
     t.LogMessage("Voltamon123", std::string(70, 't'));
     std::string module, title;
-    ASSERT_TRUE(f.State().LogEntry(f.State().LogCount(), module, title));
+    ASSERT_TRUE(s.LogEntry(s.LogCount(), module, title));
     EXPECT_EQ(module, "Voltamon12");
     EXPECT_EQ(title, std::string(60, 't'));
 }
@@ -220,11 +205,8 @@ TEST(TelvaneJob, IniBackedMembers) {
     EXPECT_EQ(t.ImageInterfaceNumber(), 12);
 }
 
-TEST(TelvaneWatch, CloseRequestGoesToTheTrayWindow) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
+TEST_F(V5Host, CloseRequestGoesToTheTrayWindow) {
+    Telvane& t = *host;
     EXPECT_FALSE(t.CancelFormUnLoads(true)) << "host window not open";
     ASSERT_TRUE(RegisterWindow("TelvaneV5", "Telvane", true));
     EXPECT_TRUE(t.TelvnRun());
@@ -237,11 +219,8 @@ TEST(TelvaneWatch, CloseRequestGoesToTheTrayWindow) {
     EXPECT_EQ(messages[0], "APPCLOSE");
 }
 
-TEST(TelvaneWatch, TrayAppVisibleLooksOnlyWhenBothFlagsAreSet) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(5));
-    Telvane t;
+TEST_F(V5Host, TrayAppVisibleLooksOnlyWhenBothFlagsAreSet) {
+    Telvane& t = *host;
     ASSERT_TRUE(RegisterWindow("TelvaneV5", "", true));
     EXPECT_TRUE(t.TrayAppVisible(true, false));
     EXPECT_FALSE(t.TrayAppVisible(true, true)) << "no print server window";
@@ -251,11 +230,8 @@ TEST(TelvaneWatch, TrayAppVisibleLooksOnlyWhenBothFlagsAreSet) {
     EXPECT_TRUE(t.TrayAppVisible(true, true));
 }
 
-TEST(TelvaneWatch, V4UsesTheLoaderWindow) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    Telvane t;
+TEST_F(V4Host, V4UsesTheLoaderWindow) {
+    Telvane& t = *host;
     ASSERT_TRUE(t.V4());
     EXPECT_FALSE(t.JobRun());
     EXPECT_FALSE(t.TelvnRun());
@@ -281,27 +257,6 @@ TEST(TelvaneJob, V4TagServiceStartsOnlyForAV4HostWithItsPointLibrary) {
         Telvane t;
         int waits = generation == 4 ? 150 : 25;  // a started service shows up well within this
         for (int i = 0; i < waits && !std::filesystem::exists(marker); ++i) ::usleep(20000);
-        if (generation == 4) EXPECT_TRUE(std::filesystem::exists(marker));
-        else EXPECT_FALSE(std::filesystem::exists(marker));
+        EXPECT_EQ(std::filesystem::exists(marker), generation == 4) << generation;
     }
-}
-
-TEST(TelvaneDetect, EachWindowRuleAloneBeatsTheFolders) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    ASSERT_TRUE(f.Install(4));
-    ASSERT_TRUE(f.Install(5));  // the V5 folder exists: rule 6 would give 5
-    for (const char* windowClass : {"LoaderWClass", "SYSCON"}) {
-        ASSERT_TRUE(RegisterWindow(windowClass, "", false)) << windowClass;
-        {
-            Telvane t;
-            EXPECT_EQ(t.TelvaneVersion(), "4.0") << windowClass;
-            EXPECT_EQ(t.TelvaneFolder(), "C:\\telvold") << windowClass;
-        }
-        UnregisterAllWindows();
-    }
-    // With the V5 folder gone and only the V4 folder left, rule 7.
-    std::filesystem::remove_all(f.Folder());
-    Telvane t;
-    EXPECT_EQ(t.TelvaneVersion(), "4.0");
 }
