@@ -1,19 +1,10 @@
 // The three energy calculations: scaling and integration of direct rates, the growth of running
-// totals, pulse counters with rollover, the pause rule and the rate limit; single-precision smoothing,
-// host output, grid texts and the faults they log.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
+// totals, pulse counters with rollover, the pause rule and the rate limit; single-precision
+// smoothing, host output, grid texts and the faults they log.
 #include "ScanFixture.h"
 #include "core/InputCalc.h"
 
 namespace {
-
-constexpr int16_t ScanRateTag = 24;
-constexpr int16_t ScanTotalTag = 28;
-constexpr int16_t ScanPulseTag = 22;
 
 // (n × rate + new rate) / (n + 1) in single precision, step by step.
 float SmoothSingle(int n, float rate, float newRate) {
@@ -23,149 +14,99 @@ float SmoothSingle(int n, float rate, float newRate) {
     return result;
 }
 
-}  // namespace
+class InputCalc : public ScanTest {
+protected:
+    // Pulse tag 7 counted from previous to current since the pulse time, now seconds after the start.
+    TagValue& Pulse(float previous, float current, double seconds) {
+        TagValue& value = Value(7);
+        value.Previous = previous;
+        value.Current = current;
+        At(seconds);
+        Input_Calc_Pulse(Scan(), 7, Now());
+        return value;
+    }
+};
 
-TEST(InputCalcDirect, ScalesTheReadingIntegratesOverTheSpanAndOutputsTheRate) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    TagRecord& record = f.Measured(4, ScanRateTag);
+TEST_F(InputCalc, DirectScalesTheReadingIntegratesOverTheSpanAndOutputsTheRate) {
+    TagRecord& record = Measured(4, 24);
     record.UnitsPerPulse = 2;
     record.HostTagNumber = 30;
-    TagValue& value = f.Value(4);
+    TagValue& value = Value(4);
     value.Current = 10;
     value.Integrated = 7;
-    value.LastReadTime = TestStart();
-    f.SetNow(TestStart() + Seconds(1800));
-
-    Input_Calc_Direct(f.Scan(), 4, ScanFixture::Now());
-
+    At(1800);
+    Input_Calc_Direct(Scan(), 4, Now());
     // 10 raw units × 2 per pulse = 20 per hour, for half an hour: 10 more.
     EXPECT_FLOAT_EQ(value.Current, 20.0f);
-    EXPECT_NEAR(value.Integrated, 7.0f + 20.0f * 0.5f, 1e-4);
+    EXPECT_NEAR(value.Integrated, 17.0f, 1e-4);
     EXPECT_FLOAT_EQ(value.Rate, 20.0f);
-    EXPECT_NEAR(value.LastReadTime, TestStart() + Seconds(1800), Seconds(0.01));
-    EXPECT_EQ(f.view.Cell(4, 5), "20.00");
-    EXPECT_FLOAT_EQ(f.Host().Reading(HostTable::Tags, 29), 20.0f);
+    EXPECT_DOUBLE_EQ(value.LastReadTime, Now());
+    EXPECT_EQ(view.Cell(4, 5), "20.00");
+    EXPECT_FLOAT_EQ(Host().Reading(HostTable::Tags, 29), 20.0f);
 }
 
-TEST(InputCalcTotal, GrowthOverTheHourIsSmoothedIntoTheRate) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(6, ScanTotalTag).HostTagNumber = 31;
-    TagValue& value = f.Value(6);
-    value.Previous = 100;  // the meter's reading at the previous scan
-    value.Current = 124;
-    value.Rate = 10;
-    value.LastReadTime = TestStart();
-    f.SetNow(TestStart() + Seconds(3600));
-
-    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
-
-    const float expected = SmoothSingle(5, 10.0f, 24.0f);  // about 12.33
-    EXPECT_FLOAT_EQ(value.Rate, expected);
-    EXPECT_FLOAT_EQ(value.Integrated, 124.0f);  // the running total itself
-    EXPECT_EQ(f.view.Cell(6, 5), "(5) 12.33");
-    EXPECT_FLOAT_EQ(f.Host().Reading(HostTable::Tags, 30), expected);
-
-    // A period save clears Integrated; the next growth is still measured from the meter's reading.
-    value.Integrated = 0;
-    value.Current = 130;
-    value.LastReadTime = TestStart() + Seconds(3600);
-    f.SetNow(TestStart() + Seconds(7200));
-    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
-    EXPECT_FLOAT_EQ(value.Rate, SmoothSingle(5, expected, 6.0f));
-    EXPECT_FLOAT_EQ(value.Integrated, 130.0f);
-}
-
-TEST(InputCalcTotal, FirstReadingAfterStartUpOnlySetsTheBase) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(6, ScanTotalTag);
-    TagValue& value = f.Value(6);
-    f.state.StartingUp = 1;
-    value.Current = 5000;
-    value.LastReadTime = TestStart();
-    f.SetNow(TestStart() + Seconds(1));
-
-    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
+TEST_F(InputCalc, TotalRateComesFromTheGrowthOfTheMetersReading) {
+    Measured(6, 28).HostTagNumber = 31;
+    TagValue& value = Value(6);
+    const auto total = [&](float reading, double seconds) {
+        value.Current = reading;
+        At(seconds);
+        Input_Calc_Total(Scan(), 6, Now());
+    };
+    // The first reading after start-up only sets the base.
+    state.StartingUp = 1;
+    total(100, 1);
     EXPECT_FLOAT_EQ(value.Rate, 0.0f);
-    EXPECT_FLOAT_EQ(value.Integrated, 5000.0f);
+    EXPECT_FLOAT_EQ(value.Integrated, 100.0f);
 
-    f.state.StartingUp = 0;
-    value.Current = 5010;
-    value.LastReadTime = TestStart() + Seconds(1);
-    f.SetNow(TestStart() + Seconds(1 + 3600));
-    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
-    EXPECT_FLOAT_EQ(value.Rate, SmoothSingle(5, 0.0f, 10.0f));
-}
-
-TEST(InputCalcTotal, FallingTotalKeepsRateAndTime) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(6, ScanTotalTag);
-    TagValue& value = f.Value(6);
-    value.Previous = 500;
-    value.Integrated = 500;
-    value.Current = 20;  // meter replaced
+    // Growth of 24 in the hour with N = 5 and a rate of 10: about 12.33.
+    state.StartingUp = 0;
     value.Rate = 10;
     value.LastReadTime = TestStart();
-    f.SetNow(TestStart() + Seconds(30));
+    total(124, 3600);
+    float rate = SmoothSingle(5, 10, 24);
+    EXPECT_FLOAT_EQ(value.Rate, rate);
+    EXPECT_FLOAT_EQ(value.Integrated, 124.0f);  // the running total itself
+    EXPECT_DOUBLE_EQ(value.LastReadTime, Now());
+    EXPECT_EQ(view.Cell(6, 5), "(5) 12.33");
+    EXPECT_FLOAT_EQ(Host().Reading(HostTable::Tags, 30), rate);
 
-    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
+    // A period save clears Integrated: the next growth still counts from the meter's reading.
+    value.Integrated = 0;
+    total(130, 7200);
+    EXPECT_FLOAT_EQ(value.Rate, rate = SmoothSingle(5, rate, 6));
+    EXPECT_FLOAT_EQ(value.Integrated, 130.0f);
+
+    // A replaced meter falls: rate and time stay, and it is the new base.
+    total(20, 7230);
     EXPECT_FLOAT_EQ(value.Integrated, 20.0f);
-    EXPECT_FLOAT_EQ(value.Rate, 10.0f);
-    EXPECT_EQ(value.LastReadTime, TestStart());
+    EXPECT_FLOAT_EQ(value.Rate, rate);
+    EXPECT_DOUBLE_EQ(value.LastReadTime, TestStart() + Seconds(7200));
+    total(26, 10800);
+    EXPECT_FLOAT_EQ(value.Rate, rate = SmoothSingle(5, rate, 6));
+    EXPECT_TRUE(LogLines().empty());
 
-    // The replaced meter is the new base: its next growth counts from 20.
-    value.Current = 26;
-    f.SetNow(TestStart() + Seconds(3600));
-    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
-    EXPECT_FLOAT_EQ(value.Rate, SmoothSingle(5, 10.0f, 6.0f));
+    // Growth within the same instant divides by zero.
+    total(30, 10800);
+    EXPECT_FLOAT_EQ(value.Rate, rate);
+    EXPECT_EQ(LogLines(), std::vector<std::string>{"Input_Calc_Total, Error 11/ Division by zero"});
 }
 
-TEST(InputCalcTotal, GrowthWithinTheSameInstantIsADivisionByZero) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(6, ScanTotalTag);
-    TagValue& value = f.Value(6);
-    value.Previous = 100;
-    value.Current = 110;
-    value.Rate = 3;
-    value.LastReadTime = ScanFixture::Now();
-
-    Input_Calc_Total(f.Scan(), 6, ScanFixture::Now());
-    EXPECT_FLOAT_EQ(value.Rate, 3.0f);
-    EXPECT_EQ(f.LogLines(), std::vector<std::string>{"Input_Calc_Total, Error 11/ Division by zero"});
-}
-
-TEST(InputCalcPulse, IncrementAllowsForRolloverAndReset) {
-    REQUIRE_HOST_LIBRARIES();
+TEST_F(InputCalc, PulseIncrementAllowsForRolloverAndReset) {
     struct Case {
         float rollover, previous, current, unitsPerPulse, increment;
     };
-    for (const Case& c : std::vector<Case>{
-             {9999, 9990, 5, 1, 14},    // 9999 − 9990 + 5: wraps to 0 at the rollover value
-             {0, 9990, 5, 1, 5},        // no rollover value: the counter was reset
-             {9999, 100, 160, 0.5f, 30},
-             {1000, 990, 10, 2, 40}}) {
-        ScanFixture f;
-        ASSERT_TRUE(f.Installed());
-        f.settings.AverageScans = 0;
-        TagRecord& record = f.Measured(7, ScanPulseTag);
+    settings.AverageScans = 0;
+    for (const Case& c : std::vector<Case>{{9999, 9990, 5, 1, 14},  // 9999 − 9990 + 5: wraps to 0 at the rollover
+                                           {0, 9990, 5, 1, 5},      // no rollover value: the counter was reset
+                                           {9999, 100, 160, 0.5f, 30},
+                                           {1000, 990, 10, 2, 40}}) {
+        TagRecord& record = Measured(7, 22);
         record.RolloverValue = c.rollover;
         record.UnitsPerPulse = c.unitsPerPulse;
-        TagValue& value = f.Value(7);
-        value.Previous = c.previous;
-        value.Current = c.current;
-        value.PulseTime = TestStart();
-        f.SetNow(TestStart() + Seconds(3600));
-
-        Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+        Value(7) = TagValue{};
+        Value(7).PulseTime = TestStart();
+        const TagValue& value = Pulse(c.previous, c.current, 3600);
         EXPECT_FLOAT_EQ(value.LastGoodDelta, c.increment) << c.previous << " -> " << c.current;
         EXPECT_FLOAT_EQ(value.Integrated, c.increment);
         EXPECT_NEAR(value.Rate, c.increment, 1e-3);  // over one hour, unsmoothed
@@ -173,136 +114,91 @@ TEST(InputCalcPulse, IncrementAllowsForRolloverAndReset) {
     }
 }
 
-TEST(InputCalcPulse, ShortPauseKeepsTheRateLongerPauseDecaysIt) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(7, ScanPulseTag);
-    TagValue& value = f.Value(7);
-    value.Previous = value.Current = 500;
-    value.Rate = 12;
-    value.PulseTime = TestStart();
-
-    f.SetNow(TestStart() + Seconds(20));
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+TEST_F(InputCalc, PulseShortPauseKeepsTheRateLongerPauseDecaysIt) {
+    Measured(7, 22);
+    Value(7).Rate = 12;
+    Value(7).PulseTime = TestStart();
+    const TagValue& value = Pulse(500, 500, 20);
     EXPECT_FLOAT_EQ(value.Rate, 12.0f);
     EXPECT_EQ(value.PulseTime, TestStart());
-    EXPECT_EQ(f.view.Cell(7, 5), "(5) 12.00 (0.00)");
-    EXPECT_EQ(f.view.RowColours[7], ColourBlack);
+    EXPECT_EQ(view.Cell(7, 5), "(5) 12.00 (0.00)");
+    EXPECT_EQ(view.RowColours[7], ColourBlack);
 
-    f.SetNow(TestStart() + Seconds(40));
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+    Pulse(500, 500, 40);
     EXPECT_FLOAT_EQ(value.Rate, 12.0f * 5 / 6);
-    EXPECT_NEAR(value.PulseTime, TestStart() + Seconds(40), Seconds(0.01));
+    EXPECT_DOUBLE_EQ(value.PulseTime, Now());
     EXPECT_FLOAT_EQ(value.Integrated, 0.0f);
 }
 
-TEST(InputCalcPulse, RateLimitAcceptsUpToMaxRateAndSubstitutesAbove) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.settings.AverageScans = 0;
-    TagRecord& record = f.Measured(7, ScanPulseTag);
+TEST_F(InputCalc, PulseRateLimitAcceptsUpToMaxRateAndSubstitutesAbove) {
+    settings.AverageScans = 0;
+    TagRecord& record = Measured(7, 22);
     record.MaxRate = 100;
     record.HostTagNumber = 40;
-    TagValue& value = f.Value(7);
-    value.Previous = 1000;
-    value.Integrated = 50;
-    value.PulseTime = TestStart();
+    Value(7).Integrated = 50;
+    Value(7).PulseTime = TestStart();
 
     // 100 pulses in the hour: exactly the limit.
-    value.Current = 1100;
-    f.SetNow(TestStart() + Seconds(3600));
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+    const TagValue& value = Pulse(1000, 1100, 3600);
     EXPECT_FLOAT_EQ(value.Rate, 100.0f);
     EXPECT_FLOAT_EQ(value.Integrated, 150.0f);
-    EXPECT_EQ(f.view.RowColours[7], ColourBlack);
-    EXPECT_TRUE(f.LogLines().empty());
+    EXPECT_EQ(view.RowColours[7], ColourBlack);
 
     // 100.01 in the next hour: rejected, the last good increment and rate stand in.
-    value.Current = 1200.01f;
-    f.SetNow(TestStart() + Seconds(7200));
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+    Pulse(1100, 1200.01f, 7200);
     EXPECT_FLOAT_EQ(value.Rate, 100.0f);
     EXPECT_FLOAT_EQ(value.Integrated, 250.0f);
     EXPECT_FLOAT_EQ(value.LastGoodDelta, 100.0f);
     EXPECT_FLOAT_EQ(value.LastGoodRate, 100.0f);
-    EXPECT_EQ(f.view.RowColours[7], ColourRed);
-    EXPECT_EQ(f.view.Cell(7, 5), "(0) 100.00 (100.00)");
-    EXPECT_FLOAT_EQ(f.Host().Reading(HostTable::Tags, 39), 100.0f);
-    EXPECT_EQ(f.LogLines(),
-              (std::vector<std::string>{
-                  "Rate Err. Tag7HiRate=100.01:OldRate=100.00:OldValue =1100.00:ThisValue =1200.01",
-                  "                Units/Pulse =1.000000:MaxRate =100.00:OldEnergy=150.00",
-                  "                LastTime=12:00:00:TimeNow=12:00:00:LastUsed=100.00:NewEnergy=250.00"}));
+    EXPECT_EQ(view.RowColours[7], ColourRed);
+    EXPECT_EQ(view.Cell(7, 5), "(0) 100.00 (100.00)");
+    EXPECT_FLOAT_EQ(Host().Reading(HostTable::Tags, 39), 100.0f);
+    EXPECT_EQ(LogLines(), (std::vector<std::string>{
+                              "Rate Err. Tag7HiRate=100.01:OldRate=100.00:OldValue =1100.00:ThisValue =1200.01",
+                              "                Units/Pulse =1.000000:MaxRate =100.00:OldEnergy=150.00",
+                              "                LastTime=12:00:00:TimeNow=12:00:00:LastUsed=100.00:NewEnergy=250.00"}));
 
     // The next plausible increment turns the row black again.
-    value.Current = 1250.01f;
-    f.SetNow(TestStart() + Seconds(10800));
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+    Pulse(1200.01f, 1250.01f, 10800);
     EXPECT_NEAR(value.Rate, 50.0f, 1e-3);
-    EXPECT_EQ(f.view.RowColours[7], ColourBlack);
-    EXPECT_EQ(f.LogLines().size(), 3u);
+    EXPECT_EQ(view.RowColours[7], ColourBlack);
+    EXPECT_EQ(LogLines().size(), 3u);
 }
 
-TEST(InputCalcPulse, FirstReadingAfterStartUpOnlySetsTheBase) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(7, ScanPulseTag).HostTagNumber = 40;
-    f.state.StartingUp = 1;
-    TagValue& value = f.Value(7);
-    value.Current = 42;
-    value.Rate = 3;
-
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+TEST_F(InputCalc, PulseFirstReadingAfterStartUpOnlySetsTheBase) {
+    Measured(7, 22).HostTagNumber = 40;
+    state.StartingUp = 1;
+    Value(7).Rate = 3;
+    const TagValue& value = Pulse(0, 42, 5);
     EXPECT_FLOAT_EQ(value.Previous, 42.0f);
-    EXPECT_NEAR(value.PulseTime, TestStart(), Seconds(0.01));
+    EXPECT_DOUBLE_EQ(value.PulseTime, Now());
     EXPECT_FLOAT_EQ(value.Rate, 3.0f);
-    EXPECT_FALSE(f.view.HasCell(7, 5));
-    EXPECT_EQ(f.Host().WriteCount(HostTable::Tags, 39), 0u);
+    EXPECT_EQ(view.Cell(7, 5), "<unset>");
+    EXPECT_EQ(Host().WriteCount(HostTable::Tags, 39), 0u);
 }
 
-TEST(InputCalcPulse, SmoothingIsSinglePrecision) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(7, ScanPulseTag);
-    TagValue& value = f.Value(7);
-    value.Rate = 0.01f;
-    value.Previous = 0;
-    value.Current = 0.4f;  // 0.4 pulses in the hour
-    value.PulseTime = TestStart();
-    f.SetNow(TestStart() + Seconds(3600));
-
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
-
-    const float increment = 0.4f;
-    const float single = SmoothSingle(5, 0.01f, increment);
-    const auto viaDouble = static_cast<float>((5.0 * 0.01f + increment) / 6.0);
-    ASSERT_NE(single, viaDouble);  // the case only tells the two apart if they differ
+TEST_F(InputCalc, PulseSmoothingIsSinglePrecision) {
+    Measured(7, 22);
+    Value(7).Rate = 0.01f;
+    Value(7).PulseTime = TestStart();
+    const TagValue& value = Pulse(0, 0.4f, 3600);  // 0.4 pulses in the hour
+    const float single = SmoothSingle(5, 0.01f, 0.4f);
+    ASSERT_NE(single, static_cast<float>((5.0 * 0.01f + 0.4f) / 6.0));  // the case tells the two apart
     EXPECT_EQ(value.Rate, single);
-    EXPECT_EQ(f.view.Cell(7, 5), "(5) 0.07 (0.00)");
+    EXPECT_EQ(view.Cell(7, 5), "(5) 0.07 (0.00)");
 }
 
-TEST(InputCalcPulse, PulseTimeEqualToNowIsLoggedAndLeavesTheTag) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f;
-    ASSERT_TRUE(f.Installed());
-    f.Measured(7, ScanPulseTag);
-    TagValue& value = f.Value(7);
-    value.PulseTime = ScanFixture::Now();
-    value.Previous = 10;
-    value.Current = 15;
-    value.Rate = 2;
-
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
+TEST_F(InputCalc, PulseTimeEqualToNowIsLoggedAndLeavesTheTag) {
+    Measured(7, 22);
+    Value(7).Rate = 2;
+    Value(7).PulseTime = TestStart();
+    const TagValue& value = Pulse(10, 15, 0);
     EXPECT_FLOAT_EQ(value.Previous, 10.0f);
     EXPECT_FLOAT_EQ(value.Rate, 2.0f);
-
-    value.Current = 10;  // no pulses: zero over zero
-    Input_Calc_Pulse(f.Scan(), 7, ScanFixture::Now());
-    EXPECT_EQ(f.LogLines(), (std::vector<std::string>{"Input_Calc_Pulse, Error 11/ Division by zero",
-                                                       "Input_Calc_Pulse, Error 6/ Overflow"}));
-    EXPECT_FALSE(f.view.HasCell(7, 5));
+    Pulse(10, 10, 0);  // no pulses: zero over zero
+    EXPECT_EQ(LogLines(), (std::vector<std::string>{"Input_Calc_Pulse, Error 11/ Division by zero",
+                                                     "Input_Calc_Pulse, Error 6/ Overflow"}));
+    EXPECT_EQ(view.Cell(7, 5), "<unset>");
 }
+
+}  // namespace

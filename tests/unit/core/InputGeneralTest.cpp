@@ -1,11 +1,6 @@
 // One acquisition pass against the stand-in host: host tags and recorder lines of both generations
 // read into Current, rates and display values written back to host points, the order of the three
 // passes, the grid cells, the scan log line, and a fault that ends the pass.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "ScanFixture.h"
 #include "core/InputGeneral.h"
 #include "support/VbText.h"
@@ -17,14 +12,18 @@ constexpr int16_t ScanRateTag = 24;
 constexpr int16_t ScanPulseTag = 22;
 constexpr int16_t ScanTotalRecorder = 21;
 
-TagRecord& Display(ScanFixture& f, int n, int16_t isTag, int16_t source) {
-    TagRecord& record = f.Tag(n);
-    record.Online = 1;
-    record.TagType = TagTypeDisplay;
-    record.DisplaySourceIsTag = isTag;
-    record.DisplaySource = source;
-    return record;
-}
+class InputGeneral : public ScanTest {
+protected:
+    TagRecord& Display(int n, int16_t isTag, int16_t source) {
+        TagRecord& record = Tag(n);
+        record.Online = 1;
+        record.TagType = TagTypeDisplay;
+        record.DisplaySourceIsTag = isTag;
+        record.DisplaySource = source;
+        return record;
+    }
+};
+class InputGeneralV4 : public ScanTestV4 {};
 
 void LineFields(TagRecord& record, int16_t recorder, int16_t page, int16_t line) {
     record.RecorderNo = recorder;
@@ -34,93 +33,84 @@ void LineFields(TagRecord& record, int16_t recorder, int16_t page, int16_t line)
 
 }  // namespace
 
-TEST(InputGeneral, ReadsHostTagsAndLinesOfAV5Host) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f(5);
-    ASSERT_TRUE(f.Installed());
-    TagRecord& tag = f.Measured(1, ScanRateTag);
+TEST_F(InputGeneral, ReadsHostTagsAndLinesOfAV5Host) {
+    TagRecord& tag = Measured(1, ScanRateTag);
     tag.PageNo = 12;  // the host tag number
     tag.HostTagNumber = 50;
-    LineFields(f.Measured(2, ScanRateRecorder), 1, 2, 3);  // line 13: page 2, line 3
-    f.Host().SetReading(HostTable::Tags, 11, 42.5f);
-    f.Host().SetReading(HostTable::Lines, 12, 7.25f);
-    f.SetNow(TestStart() + Seconds(60));
+    LineFields(Measured(2, ScanRateRecorder), 1, 2, 3);  // line 13: page 2, line 3
+    Host().SetReading(HostTable::Tags, 11, 42.5f);
+    Host().SetReading(HostTable::Lines, 12, 7.25f);
+    At(60);
 
-    Input_General(f.Scan());
+    Input_General(Scan());
 
-    EXPECT_FLOAT_EQ(f.Value(1).Current, 42.5f);
-    EXPECT_FLOAT_EQ(f.Value(2).Current, 7.25f);
-    EXPECT_FLOAT_EQ(f.Host().Reading(HostTable::Tags, 49), 42.5f);  // the rate, back to the host
-    EXPECT_EQ(f.view.Cell(1, 2), "42.50");
-    EXPECT_EQ(f.view.Cell(2, 2), "7.25");
+    EXPECT_FLOAT_EQ(Value(1).Current, 42.5f);
+    EXPECT_FLOAT_EQ(Value(2).Current, 7.25f);
+    EXPECT_FLOAT_EQ(Host().Reading(HostTable::Tags, 49), 42.5f);  // the rate, back to the host
+    EXPECT_EQ(view.Cell(1, 2), "42.50");
+    EXPECT_EQ(view.Cell(2, 2), "7.25");
     // A minute at 42.5 an hour.
-    EXPECT_NEAR(f.Value(1).Integrated, 42.5 / 60, 1e-4);
-    EXPECT_EQ(f.view.Cell(1, 3), "0.71");
-    EXPECT_NEAR(f.Value(1).LastReadTime, TestStart() + Seconds(60), Seconds(0.01));
-    EXPECT_TRUE(f.LogLines().empty());
+    EXPECT_NEAR(Value(1).Integrated, 42.5 / 60, 1e-4);
+    EXPECT_EQ(view.Cell(1, 3), "0.71");
+    EXPECT_NEAR(Value(1).LastReadTime, TestStart() + Seconds(60), Seconds(0.01));
+    EXPECT_TRUE(LogLines().empty());
 }
 
-TEST(InputGeneral, ReadsLinesByRecorderPageAndLineOfAV4Host) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f(4);
-    ASSERT_TRUE(f.Installed());
-    LineFields(f.Measured(1, ScanTotalRecorder), 2, 3, 4);  // line 124
-    f.Measured(2, ScanRateTag).PageNo = 12;
-    f.Host().SetReading(HostTable::Lines, 123, 3.5f);
-    f.Host().SetReading(HostTable::Tags, 11, 9.0f);
+TEST_F(InputGeneralV4, ReadsLinesByRecorderPageAndLineOfAV4Host) {
+    LineFields(Measured(1, ScanTotalRecorder), 2, 3, 4);  // line 124
+    Measured(2, ScanRateTag).PageNo = 12;
+    Host().SetReading(HostTable::Lines, 123, 3.5f);
+    Host().SetReading(HostTable::Tags, 11, 9.0f);
 
-    Input_General(f.Scan());
-    EXPECT_FLOAT_EQ(f.Value(1).Current, 3.5f);
-    EXPECT_FLOAT_EQ(f.Value(1).Integrated, 3.5f);
-    EXPECT_FLOAT_EQ(f.Value(2).Current, 9.0f);
+    Input_General(Scan());
+    EXPECT_FLOAT_EQ(Value(1).Current, 3.5f);
+    EXPECT_FLOAT_EQ(Value(1).Integrated, 3.5f);
+    EXPECT_FLOAT_EQ(Value(2).Current, 9.0f);
 }
 
-TEST(InputGeneral, MeasuredThenMathsThenDisplayTags) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f(5);
-    ASSERT_TRUE(f.Installed());
+TEST_F(InputGeneral, MeasuredThenMathsThenDisplayTags) {
     // Three pulse meters in the site total or not, one in center 2.
     for (int n : {1, 2, 3}) {
-        TagRecord& meter = f.Measured(n, ScanPulseTag);
+        TagRecord& meter = Measured(n, ScanPulseTag);
         meter.PageNo = static_cast<int16_t>(100 + n);
         meter.InTotal = n == 2 ? 0 : 1;
         meter.CenterNo = n == 3 ? 2 : 1;
-        f.Value(n).PulseTime = TestStart();
+        Value(n).PulseTime = TestStart();
     }
-    f.Host().SetReading(HostTable::Tags, 100, 10);
-    f.Host().SetReading(HostTable::Tags, 101, 20);
-    f.Host().SetReading(HostTable::Tags, 102, 40);
+    Host().SetReading(HostTable::Tags, 100, 10);
+    Host().SetReading(HostTable::Tags, 101, 20);
+    Host().SetReading(HostTable::Tags, 102, 40);
     // Tag 5 = tag 1 + tag 3 (this scan's values); display tag 6 shows it, 7 the site, 8 center 2.
-    TagRecord& maths = f.Measured(5, ScanTypeMaths);
+    TagRecord& maths = Measured(5, ScanTypeMaths);
     for (auto& term : maths.MathsTerms) term.TermTag = 200;
     maths.MathsTerms[0] = {1, 0, 1.0f};
     maths.MathsTerms[1] = {3, 1, 1.0f};
-    LineFields(Display(f, 6, 1, 5), 1, 5, 1);  // line 41
-    Display(f, 7, 0, 0);
-    Display(f, 8, 0, 2);
+    LineFields(Display(6, 1, 5), 1, 5, 1);  // line 41
+    Display(7, 0, 0);
+    Display(8, 0, 2);
     // A log-file tag keeps the imported values; an off-line tag's cells are emptied.
-    f.Measured(9, ScanTypeFromLogFile);
-    f.Value(9).Current = 4;
-    f.Value(9).Integrated = 11;
-    f.view.Cells[{10, 2}] = "old";
-    f.view.Cells[{10, 3}] = "old";
-    f.SetNow(TestStart() + Seconds(60));
+    Measured(9, ScanTypeFromLogFile);
+    Value(9).Current = 4;
+    Value(9).Integrated = 11;
+    view.Cells[{10, 2}] = "old";
+    view.Cells[{10, 3}] = "old";
+    At(60);
 
-    Input_General(f.Scan());
+    Input_General(Scan());
 
-    EXPECT_FLOAT_EQ(f.Value(5).Integrated, 10.0f + 40.0f);
-    EXPECT_EQ(f.view.Cell(5, 3), "50.00");
-    EXPECT_FLOAT_EQ(f.Value(6).Integrated, 50.0f);
-    EXPECT_FLOAT_EQ(f.Value(6).Current, 0.0f);
-    EXPECT_FLOAT_EQ(f.Host().Reading(HostTable::Lines, 40), 50.0f);
-    EXPECT_FLOAT_EQ(f.Value(7).Integrated, 10.0f + 40.0f);  // tag 2 is not in the total; maths never
-    EXPECT_FLOAT_EQ(f.Value(8).Integrated, 40.0f);
-    EXPECT_EQ(f.view.Cell(7, 2), "");
-    EXPECT_EQ(f.view.Cell(7, 3), "50.00");
-    EXPECT_EQ(f.view.Cell(9, 2), "4.00");
-    EXPECT_EQ(f.view.Cell(9, 3), "11.00");
-    EXPECT_EQ(f.view.Cell(10, 2), "");
-    EXPECT_EQ(f.view.Cell(10, 3), "");
+    EXPECT_FLOAT_EQ(Value(5).Integrated, 10.0f + 40.0f);
+    EXPECT_EQ(view.Cell(5, 3), "50.00");
+    EXPECT_FLOAT_EQ(Value(6).Integrated, 50.0f);
+    EXPECT_FLOAT_EQ(Value(6).Current, 0.0f);
+    EXPECT_FLOAT_EQ(Host().Reading(HostTable::Lines, 40), 50.0f);
+    EXPECT_FLOAT_EQ(Value(7).Integrated, 10.0f + 40.0f);  // tag 2 is not in the total; maths never
+    EXPECT_FLOAT_EQ(Value(8).Integrated, 40.0f);
+    EXPECT_EQ(view.Cell(7, 2), "");
+    EXPECT_EQ(view.Cell(7, 3), "50.00");
+    EXPECT_EQ(view.Cell(9, 2), "4.00");
+    EXPECT_EQ(view.Cell(9, 3), "11.00");
+    EXPECT_EQ(view.Cell(10, 2), "");
+    EXPECT_EQ(view.Cell(10, 3), "");
 
     // Each text shown between two rounds of pending events; off-line tags 4 and 10 show none.
     const std::vector<int> online{1, 2, 3, 5, 6, 7, 8, 9};
@@ -128,43 +118,37 @@ TEST(InputGeneral, MeasuredThenMathsThenDisplayTags) {
     for (int n : online) expected.push_back("Get Data for Tag " + std::to_string(n));
     for (int n : online) expected.push_back("Calc Maths for Tag " + std::to_string(n));
     for (int n = 6; n <= 8; ++n) expected.push_back("Display Data for Tag " + std::to_string(n));
-    EXPECT_EQ(f.view.StatusTexts, expected);
-    EXPECT_EQ(f.view.DoEventsCalls, 2 * static_cast<int>(expected.size()));
+    EXPECT_EQ(view.StatusTexts, expected);
+    EXPECT_EQ(view.DoEventsCalls, 2 * static_cast<int>(expected.size()));
 }
 
-TEST(InputGeneral, ScanLogLineHoldsEveryOnlineMeasuredTag) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f(5);
-    ASSERT_TRUE(f.Installed());
-    f.settings.ScanLogging = 1;
-    f.Measured(2, ScanRateTag).PageNo = 1;
-    f.Measured(3, ScanRateTag).PageNo = 2;
-    Display(f, 4, 1, 2);
-    f.Tag(5).TagType = TagTypeMeasured;  // off line
-    f.Host().SetReading(HostTable::Tags, 0, 12.5f);
-    f.Host().SetReading(HostTable::Tags, 1, -3.0f);
-    f.Value(2).Integrated = 1043.2f;
-    f.SetNow(TestStart() + Seconds(3600));
+TEST_F(InputGeneral, ScanLogLineHoldsEveryOnlineMeasuredTag) {
+    settings.ScanLogging = 1;
+    Measured(2, ScanRateTag).PageNo = 1;
+    Measured(3, ScanRateTag).PageNo = 2;
+    Display(4, 1, 2);
+    Tag(5).TagType = TagTypeMeasured;  // off line
+    Host().SetReading(HostTable::Tags, 0, 12.5f);
+    Host().SetReading(HostTable::Tags, 1, -3.0f);
+    Value(2).Integrated = 1043.2f;
+    At(3600);
 
-    Input_General(f.Scan());
-    EXPECT_EQ(f.LogLines(), std::vector<std::string>{"M2,12.50,1055.70,12.50;M3,-3.00,-3.00,-3.00;"});
+    Input_General(Scan());
+    EXPECT_EQ(LogLines(), std::vector<std::string>{"M2,12.50,1055.70,12.50;M3,-3.00,-3.00,-3.00;"});
 
-    f.settings.ScanLogging = 0;
-    Input_General(f.Scan());
-    EXPECT_EQ(f.LogLines().size(), 1u);
+    settings.ScanLogging = 0;
+    Input_General(Scan());
+    EXPECT_EQ(LogLines().size(), 1u);
 }
 
-TEST(InputGeneral, ATableShorterThanTagCountEndsThePass) {
-    REQUIRE_HOST_LIBRARIES();
-    ScanFixture f(5);
-    ASSERT_TRUE(f.Installed());
-    f.Measured(1, ScanRateTag).PageNo = 1;
-    f.Measured(7, ScanRateTag).PageNo = 1;
-    f.Host().SetReading(HostTable::Tags, 0, 5);
-    f.values.resize(5);
+TEST_F(InputGeneral, ATableShorterThanTagCountEndsThePass) {
+    Measured(1, ScanRateTag).PageNo = 1;
+    Measured(7, ScanRateTag).PageNo = 1;
+    Host().SetReading(HostTable::Tags, 0, 5);
+    values.resize(5);
 
-    Input_General(f.Scan());
-    EXPECT_FLOAT_EQ(f.Value(1).Current, 5.0f);
-    EXPECT_EQ(f.LogLines(), std::vector<std::string>{"Input_General, Error 9/ Subscript out of range"});
-    EXPECT_TRUE(f.view.StatusTexts.size() == 1u && f.view.StatusTexts[0] == "Get Data for Tag 1");
+    Input_General(Scan());
+    EXPECT_FLOAT_EQ(Value(1).Current, 5.0f);
+    EXPECT_EQ(LogLines(), std::vector<std::string>{"Input_General, Error 9/ Subscript out of range"});
+    EXPECT_TRUE(view.StatusTexts.size() == 1u && view.StatusTexts[0] == "Get Data for Tag 1");
 }

@@ -10,25 +10,23 @@
 #include <unistd.h>
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "../host/HostFixture.h"
 #include "RecordingView.h"
+#include "common/TempPrefix.h"
 #include "core/Monitor.h"
 #include "net/HostSocketServer.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
 #include "platform/Clock.h"
-#include "platform/Paths.h"
 #include "platform/Programs.h"
 #include "platform/SingleInstance.h"
 #include "platform/WindowRegistry.h"
-#include "support/Log.h"
 
 // 19 November 2026, 10:05:00: well inside a demand period.
 inline DateTime MonitorTestStart() { return MakeDateTime(2026, 11, 19, 10, 5, 0); }
@@ -126,10 +124,7 @@ protected:
     static void WriteText(const std::string& pathText, const std::string& text) {
         HostFixture::WriteFile(LocalPath(pathText), text);
     }
-    static std::string ReadText(const std::string& pathText) {
-        std::ifstream in(LocalPath(pathText), std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
+    static std::string ReadText(const std::string& pathText) { return TempPrefix::Read(LocalPath(pathText)); }
     void WriteSettings(const std::string& text) { WriteText(SetupFolderText + std::string("\\VoltarisSetup.ini"), text); }
     void WriteTagSetup(const std::string& description) {
         const SetupDescriptionResult parsed = ReadSetupDescription(description);
@@ -163,29 +158,12 @@ protected:
         monitor->Timer1_Timer();
     }
     bool Scanned() const {
-        for (const std::string& text : view.StatusTexts)
-            if (text == "Checking Setup File") return true;
-        return false;
+        return std::count(view.StatusTexts.begin(), view.StatusTexts.end(), "Checking Setup File") != 0;
     }
 
-    std::vector<std::string> LogLines() const {
-        const std::string text = ReadText(MainLogPath());
-        std::vector<std::string> lines;
-        std::size_t start = 0;
-        while (start < text.size()) {
-            std::size_t end = text.find("\r\n", start);
-            if (end == std::string::npos) end = text.size();
-            const std::string line = text.substr(start, end - start);
-            const std::size_t dash = line.find(" - ");
-            lines.push_back(dash == std::string::npos ? line : line.substr(dash + 3));
-            start = end + 2;
-        }
-        return lines;
-    }
-    bool Logged(const std::string& line) const {
-        for (const std::string& l : LogLines())
-            if (l == line) return true;
-        return false;
+    static bool Logged(const std::string& line) {
+        const std::vector<std::string> lines = MainLogLines();
+        return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 
     HostFixture host;
