@@ -1,6 +1,9 @@
 // The host's scenario format, point references and meter simulation, without a process.
 #include <gtest/gtest.h>
 
+#include <tuple>
+#include <utility>
+
 #include "MeterSim.h"
 #include "PointRef.h"
 #include "Scenario.h"
@@ -20,43 +23,33 @@ MeterSpec Meter(MeterKind kind, double low, double high) {
 
 }  // namespace
 
-TEST(HostPointRef, FormsAndNumbering) {
+TEST(HostPointRef, FormsNumberingAndWhereEachGenerationKeepsThePoint) {
     PointRef p;
-    ASSERT_TRUE(ParsePointRef("[T12]", p));
-    EXPECT_EQ(p.Kind, PointKind::Tag);
-    EXPECT_EQ(p.Number, 12);
-    ASSERT_TRUE(ParsePointRef("[R2P3L4]", p));
-    EXPECT_EQ(p.Kind, PointKind::Line);
-    EXPECT_EQ(p.Number, 124);
-    ASSERT_TRUE(ParsePointRef("p13l4", p));
-    EXPECT_EQ(p.Number, 124);
-    ASSERT_TRUE(ParsePointRef("R1P10L10", p));
-    EXPECT_EQ(p.Number, 100);
-    ASSERT_TRUE(ParsePointRef("L124", p));
-    EXPECT_EQ(p.Number, 124);
+    for (auto [text, kind, number] : {std::tuple{"[T12]", PointKind::Tag, 12}, {"[R2P3L4]", PointKind::Line, 124},
+                                      {"p13l4", PointKind::Line, 124}, {"R1P10L10", PointKind::Line, 100},
+                                      {"L124", PointKind::Line, 124}}) {
+        ASSERT_TRUE(ParsePointRef(text, p)) << text;
+        EXPECT_EQ(p.Kind, kind) << text;
+        EXPECT_EQ(p.Number, number) << text;
+    }
     EXPECT_EQ(PointRefText(p, 4), "[R2P3L4]");
     EXPECT_EQ(PointRefText(p, 5), "[P13L4]");
     // A page or line beyond ten would name another point; zero, blanks and junk are no point.
-    for (const char* bad : {"", "T", "T0", "R1P11L1", "P1L11", "R0P1L1", "[T12", "T 12", "T12x", "Q3", "R1L2", "P3"}) {
+    for (const char* bad : {"", "T", "T0", "R1P11L1", "P1L11", "R0P1L1", "[T12", "T 12", "T12x", "Q3", "R1L2", "P3"})
         EXPECT_FALSE(ParsePointRef(bad, p)) << bad;
-    }
-}
 
-TEST(HostPointRef, WhereEachGenerationKeepsThePoint) {
+    // {point, generation, table, index}; V4 tags between the input and output ranges are nowhere.
     HostTable table;
     int index = -1;
-    EXPECT_TRUE(PointLocation({PointKind::Tag, 2005}, 4, table, index));
-    EXPECT_EQ(table, HostTable::OutputTags);
-    EXPECT_EQ(index, 4);
-    EXPECT_TRUE(PointLocation({PointKind::Tag, 2005}, 5, table, index));
-    EXPECT_EQ(table, HostTable::Tags);
-    EXPECT_EQ(index, 2004);
-    EXPECT_FALSE(PointLocation({PointKind::Tag, 1500}, 4, table, index));
-    EXPECT_FALSE(PointLocation({PointKind::Tag, 4049}, 4, table, index));
-    EXPECT_FALSE(PointLocation({PointKind::Tag, 5001}, 5, table, index));
-    EXPECT_TRUE(PointLocation({PointKind::Line, 1000}, 5, table, index));
-    EXPECT_EQ(index, 999);
-    EXPECT_FALSE(PointLocation({PointKind::Line, 501}, 4, table, index));
+    for (auto [point, generation, wantTable, wantIndex] :
+         {std::tuple{PointRef{PointKind::Tag, 2005}, 4, HostTable::OutputTags, 4}, {{PointKind::Tag, 2005}, 5, HostTable::Tags, 2004},
+          {{PointKind::Line, 1000}, 5, HostTable::Lines, 999}}) {
+        ASSERT_TRUE(PointLocation(point, generation, table, index)) << point.Number;
+        EXPECT_EQ(std::make_pair(table, index), std::make_pair(wantTable, wantIndex)) << point.Number;
+    }
+    for (auto [point, generation] : {std::pair{PointRef{PointKind::Tag, 1500}, 4}, {{PointKind::Tag, 4049}, 4},
+                                     {{PointKind::Tag, 5001}, 5}, {{PointKind::Line, 501}, 4}})
+        EXPECT_FALSE(PointLocation(point, generation, table, index)) << point.Number;
 }
 
 TEST(HostScenario, FullExampleParses) {
@@ -100,9 +93,7 @@ Gas = 12.5 m3
     EXPECT_EQ(s.Libraries, (std::vector<std::string>{"hostpts32.dll", "hostarc.dll"}));
     ASSERT_EQ(s.Meters.size(), 2u);
     EXPECT_EQ(s.Meters[0].Kind, MeterKind::Pulse);
-    EXPECT_EQ(s.Meters[0].RateLow, 50);
-    EXPECT_EQ(s.Meters[0].RateHigh, 150);
-    EXPECT_EQ(s.Meters[0].UnitsPerPulse, 0.5);
+    EXPECT_EQ(std::make_tuple(s.Meters[0].RateLow, s.Meters[0].RateHigh, s.Meters[0].UnitsPerPulse), std::make_tuple(50.0, 150.0, 0.5));
     EXPECT_EQ(s.Meters[1].Kind, MeterKind::HourPulse);
     EXPECT_EQ(s.Meters[1].ClockOffsetSeconds, -200);
     ASSERT_EQ(s.Points.size(), 1u);
@@ -111,8 +102,7 @@ Gas = 12.5 m3
     ASSERT_EQ(s.Pages.size(), 1u);
     EXPECT_EQ(s.Pages[0].Files, (std::vector<std::string>{"a.dat", "b.dat"}));
     ASSERT_EQ(s.DdeItems.size(), 1u);
-    EXPECT_EQ(s.DdeItems[0].Topic, "MeterSrv|Meters");
-    EXPECT_EQ(s.DdeItems[0].Text, "12.5 m3");
+    EXPECT_EQ(std::make_pair(s.DdeItems[0].Topic, s.DdeItems[0].Text), std::make_pair(std::string("MeterSrv|Meters"), std::string("12.5 m3")));
 }
 
 TEST(HostScenario, ErrorsNameTheLine) {

@@ -17,6 +17,13 @@ using namespace std::chrono_literals;
 
 std::map<std::string, std::string> Status(const TestPrefix& prefix) { return StatusLines(RunTool(prefix, {"status"}).Out); }
 
+// A set-up value of the cursor's point: its getter, its setter and a value to write.
+struct Param {
+    float (TelvaneIO::*get)();
+    void (TelvaneIO::*set)(float);
+    float value;
+};
+
 double GetValue(const TestPrefix& prefix, const std::string& point) {
     ToolResult r = RunTool(prefix, {"get", point});
     EXPECT_EQ(r.ExitCode, 0) << r.Err;
@@ -103,22 +110,19 @@ TEST(HostObject, V5LineSetupAndStatisticsGoOverDdeToRecorder1) {
     DdeLinkLabel label(link);
     telvane.DdeLabel(&label);
 
-    // Page 13 lies beyond a V4 recorder's ten pages; relay 40 beyond its 32 relays.
+    // Page 13 lies beyond a V4 recorder's ten pages; relay 40 beyond its 32 relays. Each value is
+    // written through the host's DDE and read back through the recorder library or DDE.
     TelvaneIO& io = telvane.IO;
     io.IndexReference("[P13L4]");
     ASSERT_TRUE(io.V5Line());
-    io.Calibration(1.5f);
-    io.Alarm1SetPoint(90.0f);
-    io.Alarm2SetPoint(10.0f);
-    io.DayMax(77.25f);
-    io.GrandMin(-3.0f);
+    const Param params[] = {{&TelvaneIO::Calibration, &TelvaneIO::Calibration, 1.5f},
+                            {&TelvaneIO::Alarm1SetPoint, &TelvaneIO::Alarm1SetPoint, 90.0f},
+                            {&TelvaneIO::Alarm2SetPoint, &TelvaneIO::Alarm2SetPoint, 10.0f},
+                            {&TelvaneIO::DayMax, &TelvaneIO::DayMax, 77.25f},
+                            {&TelvaneIO::GrandMin, &TelvaneIO::GrandMin, -3.0f}};
+    for (const Param& p : params) (io.*p.set)(p.value);
     io.AlarmSetRelayState(40, 1.0f);
-    // Each written through the host's DDE and read back through the recorder library or DDE.
-    EXPECT_FLOAT_EQ(io.Calibration(), 1.5f);
-    EXPECT_FLOAT_EQ(io.Alarm1SetPoint(), 90.0f);
-    EXPECT_FLOAT_EQ(io.Alarm2SetPoint(), 10.0f);
-    EXPECT_FLOAT_EQ(io.DayMax(), 77.25f);
-    EXPECT_FLOAT_EQ(io.GrandMin(), -3.0f);
+    for (const Param& p : params) EXPECT_FLOAT_EQ((io.*p.get)(), p.value);
     EXPECT_FLOAT_EQ(io.AlarmGetRelayState(40), 1.0f);
     EXPECT_FLOAT_EQ(io.AlarmGetRelayState(39), 0.0f);
 
@@ -138,22 +142,20 @@ TEST(HostObject, V4TagAndLineSetupRoundTripThroughTheHost) {
     TelvaneIO& io = telvane.IO;
 
     io.Index(12);
-    io.Calibration(2.5f);
-    io.Alarm1SetPoint(80.0f);
-    io.Alarm2Differential(0.5f);
-    EXPECT_FLOAT_EQ(io.Calibration(), 2.5f);
-    EXPECT_FLOAT_EQ(io.Alarm1SetPoint(), 80.0f);
-    EXPECT_FLOAT_EQ(io.Alarm2Differential(), 0.5f);
+    const Param tagParams[] = {{&TelvaneIO::Calibration, &TelvaneIO::Calibration, 2.5f},
+                               {&TelvaneIO::Alarm1SetPoint, &TelvaneIO::Alarm1SetPoint, 80.0f},
+                               {&TelvaneIO::Alarm2Differential, &TelvaneIO::Alarm2Differential, 0.5f}};
+    for (const Param& p : tagParams) (io.*p.set)(p.value);
+    for (const Param& p : tagParams) EXPECT_FLOAT_EQ((io.*p.get)(), p.value);
 
     io.IndexReference("[R5P10L10]");
     io.AlarmEnabled(true);
-    io.Alarm1Delay(15.0f);
-    io.grandtotal(1234.0f);
-    io.GrandMax(99.5f);
+    const Param lineParams[] = {{&TelvaneIO::Alarm1Delay, &TelvaneIO::Alarm1Delay, 15.0f},
+                                {&TelvaneIO::grandtotal, &TelvaneIO::grandtotal, 1234.0f},
+                                {&TelvaneIO::GrandMax, &TelvaneIO::GrandMax, 99.5f}};
+    for (const Param& p : lineParams) (io.*p.set)(p.value);
     EXPECT_TRUE(io.AlarmEnabled());
-    EXPECT_FLOAT_EQ(io.Alarm1Delay(), 15.0f);
-    EXPECT_FLOAT_EQ(io.grandtotal(), 1234.0f);
-    EXPECT_FLOAT_EQ(io.GrandMax(), 99.5f);
+    for (const Param& p : lineParams) EXPECT_FLOAT_EQ((io.*p.get)(), p.value);
     io.AlarmSetRelayState(32, 1.0f);
     EXPECT_FLOAT_EQ(io.AlarmGetRelayState(32), 1.0f);
 

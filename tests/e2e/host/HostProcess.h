@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -45,23 +46,18 @@ private:
 
 inline std::string ReadAll(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // Starts telvane-host with args; its output goes to files so a chatty host never blocks.
 inline pid_t StartTool(const std::vector<std::string>& args, const std::string& outFile, const std::string& errFile) {
     pid_t pid = ::fork();
     if (pid == 0) {
-        FILE* out = std::freopen(outFile.c_str(), "w", stdout);
-        FILE* err = std::freopen(errFile.c_str(), "w", stderr);
-        (void)out;
-        (void)err;
-        std::vector<char*> argv;
+        (void)!std::freopen(outFile.c_str(), "w", stdout);
+        (void)!std::freopen(errFile.c_str(), "w", stderr);
         std::string program = TELVANE_HOST_PROGRAM;
-        argv.push_back(program.data());
         std::vector<std::string> copy = args;
+        std::vector<char*> argv{program.data()};
         for (std::string& a : copy) argv.push_back(a.data());
         argv.push_back(nullptr);
         ::execv(program.c_str(), argv.data());

@@ -59,10 +59,8 @@ files = R1P2.dat
 )";
 
 bool HasWindow(const std::string& windowClass) {
-    for (const WindowInfo& w : OpenWindows()) {
-        if (w.ClassName == windowClass) return true;
-    }
-    return false;
+    const std::vector<WindowInfo> open = OpenWindows();
+    return std::any_of(open.begin(), open.end(), [&](const WindowInfo& w) { return w.ClassName == windowClass; });
 }
 
 std::map<std::string, std::string> Status(const TestPrefix& prefix) {
@@ -73,6 +71,12 @@ double GetValue(const TestPrefix& prefix, const std::string& point) {
     ToolResult r = RunTool(prefix, {"get", point});
     EXPECT_EQ(r.ExitCode, 0) << r.Err;
     return Val(r.Out);
+}
+
+VbError OpenLink(DdeLink& link, const std::string& topic, const std::string& item, DdeLinkMode mode = DdeLinkMode::Manual) {
+    link.SetTopic(topic);
+    link.SetItem(item);
+    return link.SetMode(mode);
 }
 
 }  // namespace
@@ -169,9 +173,7 @@ TEST(HostProgram, V4InstallDdeWritesAndCloseRequest) {
 
     // A V4 line write is a poke to "Recorder N|SetData" with item "page,line".
     DdeLink link;
-    link.SetTopic("Recorder 2|SetData");
-    link.SetItem("3,4");
-    ASSERT_FALSE(link.SetMode(DdeLinkMode::Manual));
+    ASSERT_FALSE(OpenLink(link, "Recorder 2|SetData", "3,4"));
     link.SetText("42.5");
     ASSERT_FALSE(link.Poke());
     EXPECT_EQ(GetValue(prefix, "[R2P3L4]"), 42.5);
@@ -180,9 +182,7 @@ TEST(HostProgram, V4InstallDdeWritesAndCloseRequest) {
     EXPECT_EQ(link.Poke().Number, ErrDdeRefused);
 
     // Statistics poked then requested; set-up pokes and "Save" on the tag server.
-    link.SetTopic("Recorder 2|SetDayMax");
-    link.SetItem("3,4");
-    ASSERT_FALSE(link.SetMode(DdeLinkMode::Manual));
+    ASSERT_FALSE(OpenLink(link, "Recorder 2|SetDayMax", "3,4"));
     link.SetText("99.5");
     ASSERT_FALSE(link.Poke());
     link.SetTopic("Recorder 2|GetDayMax");
@@ -193,9 +193,7 @@ TEST(HostProgram, V4InstallDdeWritesAndCloseRequest) {
     EXPECT_EQ(link.SetMode(DdeLinkMode::Manual).Number, ErrDdeNoServer);
 
     DdeLink tags;
-    tags.SetTopic("TagServer|Tags");
-    tags.SetItem("2005,AL1Setpoint");
-    ASSERT_FALSE(tags.SetMode(DdeLinkMode::Manual));
+    ASSERT_FALSE(OpenLink(tags, "TagServer|Tags", "2005,AL1Setpoint"));
     tags.SetText("17.5");
     ASSERT_FALSE(tags.Poke());
     ASSERT_FALSE(tags.Execute("Save"));
@@ -283,9 +281,9 @@ TEST(HostProgram, ClockSetPrintAndMetersFollowIt) {
 
     ASSERT_EQ(RunTool(prefix, {"clock", "real"}).ExitCode, 0);
     EXPECT_FALSE(ClockIsSimulated());
-    EXPECT_EQ(RunTool(prefix, {"clock", "yesterday"}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"clock", "2026-02-30T00:00:00"}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"clock", "2026-03-02T00:00:00", "0"}).ExitCode, 2);
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {"clock", "yesterday"}, {"clock", "2026-02-30T00:00:00"}, {"clock", "2026-03-02T00:00:00", "0"}})
+        EXPECT_EQ(RunTool(prefix, args).ExitCode, 2) << args[1];
     EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
     EXPECT_EQ(host.Wait(5s), 0);
 }
@@ -311,9 +309,7 @@ Temp = 11.0 C
     DdeLink gas;
     std::vector<std::string> seen;
     gas.SetOnChange([&seen](const std::string& text) { seen.push_back(text); });
-    gas.SetTopic("MeterSrv|Meters");
-    gas.SetItem("gas");
-    ASSERT_FALSE(gas.SetMode(DdeLinkMode::Automatic));
+    ASSERT_FALSE(OpenLink(gas, "MeterSrv|Meters", "gas", DdeLinkMode::Automatic));
     auto deadline = std::chrono::steady_clock::now() + 5s;
     while (seen.size() < 3 && std::chrono::steady_clock::now() < deadline) DdePump(50);
     ASSERT_GE(seen.size(), 3u);
@@ -322,9 +318,7 @@ Temp = 11.0 C
     EXPECT_EQ(seen.back().substr(seen.back().size() - 3), " m3");
 
     DdeLink temp;
-    temp.SetTopic("Weather|Now");
-    temp.SetItem("Temp");
-    ASSERT_FALSE(temp.SetMode(DdeLinkMode::Automatic));
+    ASSERT_FALSE(OpenLink(temp, "Weather|Now", "Temp", DdeLinkMode::Automatic));
     EXPECT_EQ(temp.Text(), "11.0 C");
     ToolResult set = RunTool(prefix, {"dde-set", "Weather|Now", "Temp", "12.5 C"});
     ASSERT_EQ(set.ExitCode, 0) << set.Err;
@@ -335,9 +329,7 @@ Temp = 11.0 C
     // A new application is served from the first dde-set on.
     ASSERT_EQ(RunTool(prefix, {"dde-set", "Steam|Flow", "Header 1", "3.25"}).ExitCode, 0);
     DdeLink steam;
-    steam.SetTopic("Steam|Flow");
-    steam.SetItem("Header 1");
-    ASSERT_FALSE(steam.SetMode(DdeLinkMode::Manual));
+    ASSERT_FALSE(OpenLink(steam, "Steam|Flow", "Header 1"));
     ASSERT_FALSE(steam.Request());
     EXPECT_EQ(steam.Text(), "3.25");
     // The host's own applications are not generic topics.
@@ -351,12 +343,9 @@ Temp = 11.0 C
 
 TEST(HostProgram, BadArgumentsAndMissingHost) {
     TestPrefix prefix;
-    EXPECT_EQ(RunTool(prefix, {}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"frobnicate"}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"run"}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"run", "--generation", "6"}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"set"}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"dde-set", "Weather|Now", "Temp"}).ExitCode, 2);
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {}, {"frobnicate"}, {"run"}, {"run", "--generation", "6"}, {"set"}, {"dde-set", "Weather|Now", "Temp"}})
+        EXPECT_EQ(RunTool(prefix, args).ExitCode, 2) << args.size();
     ToolResult help = RunTool(prefix, {"--help"});
     EXPECT_EQ(help.ExitCode, 0);
     EXPECT_NE(help.Out.find("dde-set"), std::string::npos);
