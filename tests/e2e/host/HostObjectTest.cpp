@@ -15,20 +15,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-std::map<std::string, std::string> Status(const TestPrefix& prefix) { return StatusLines(RunTool(prefix, {"status"}).Out); }
-
 // A set-up value of the cursor's point: its getter, its setter and a value to write.
 struct Param {
     float (TelvaneIO::*get)();
     void (TelvaneIO::*set)(float);
     float value;
 };
-
-double GetValue(const TestPrefix& prefix, const std::string& point) {
-    ToolResult r = RunTool(prefix, {"get", point});
-    EXPECT_EQ(r.ExitCode, 0) << r.Err;
-    return Val(r.Out);
-}
 
 }  // namespace
 

@@ -16,6 +16,10 @@
 #include <thread>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "support/VbConvert.h"
+
 struct ToolResult {
     int ExitCode = -1;
     std::string Out;
@@ -108,6 +112,17 @@ inline std::map<std::string, std::string> StatusLines(const std::string& text) {
         lines[line.substr(0, colon)] = line.substr(colon + 2);
     }
     return lines;
+}
+
+inline std::map<std::string, std::string> Status(const TestPrefix& prefix) {
+    return StatusLines(RunTool(prefix, {"status"}).Out);
+}
+
+// A point's value as `telvane-host get` prints it.
+inline double GetValue(const TestPrefix& prefix, const std::string& point) {
+    ToolResult r = RunTool(prefix, {"get", point});
+    EXPECT_EQ(r.ExitCode, 0) << r.Err;
+    return Val(r.Out);
 }
 
 inline bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {

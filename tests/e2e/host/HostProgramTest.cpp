@@ -63,16 +63,6 @@ bool HasWindow(const std::string& windowClass) {
     return std::any_of(open.begin(), open.end(), [&](const WindowInfo& w) { return w.ClassName == windowClass; });
 }
 
-std::map<std::string, std::string> Status(const TestPrefix& prefix) {
-    return StatusLines(RunTool(prefix, {"status"}).Out);
-}
-
-double GetValue(const TestPrefix& prefix, const std::string& point) {
-    ToolResult r = RunTool(prefix, {"get", point});
-    EXPECT_EQ(r.ExitCode, 0) << r.Err;
-    return Val(r.Out);
-}
-
 VbError OpenLink(DdeLink& link, const std::string& topic, const std::string& item, DdeLinkMode mode = DdeLinkMode::Manual) {
     link.SetTopic(topic);
     link.SetItem(item);
