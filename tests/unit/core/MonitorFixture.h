@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -97,6 +98,7 @@ protected:
         ASSERT_TRUE(host.Install(5));
         host.State().SetJobRunning(1);
         RegisterWindow("TelvaneV5", "Telvane", true);
+        RegisterWindow("Tray32WndClass", "tray", false);
         ClockSimulate(MonitorTestStart(), 1e-9);
         WriteText(SetupFolderText + std::string("\\WinSockets.ini"),
                   "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(FreePort()) + "\r\n");
@@ -132,6 +134,11 @@ protected:
         const VbResult<std::string> bytes = EncodeSetupFile(parsed.Image);
         ASSERT_TRUE(bytes.Ok()) << bytes.Error.Description;
         WriteText(MtgPathText(), bytes.Value);
+    }
+    // Saved again by the setup program.
+    static void TouchTagSetup() {
+        std::filesystem::last_write_time(LocalPath(MtgPathText()),
+                                         std::filesystem::file_time_type::clock::now() + std::chrono::seconds(5));
     }
     static std::string MtgPathText() { return SetupFolderText + std::string("\\VoltarisMonitor.mtg"); }
 

@@ -1,5 +1,4 @@
 // Start-up: the two stages, the switches, the single-instance refusal and the AutoRun programs.
-#include <poll.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -30,7 +29,6 @@ TEST(CommandLineSwitchesTest, FoundAnywhereWithoutRegardToCase) {
 }
 
 TEST_F(MonitorTest, StageOneSetsFlagsPathsAndShowsPleaseWait) {
-    WriteText(SetupFolderText + std::string("\\VoltarisSetup.ini"), DefaultSettings);
     Load();
     EXPECT_EQ(monitor->State.StartingUp, 1);
     EXPECT_EQ(monitor->State.DataOkFlag, 0);
@@ -131,27 +129,22 @@ TEST_F(MonitorTest, LogSwitchOutlivesTheSettings) {
 
 TEST_F(MonitorTest, SecondInstanceIsRefusedAndNeverTouchesTheHost) {
     WriteSettings(std::string(DefaultSettings) + "errorlog=yes\r\nDiagFile=C:\\diag.txt\r\n");
-    RegisterWindow("Tray32WndClass", "tray", false);
+    // Another process holds the instance until its pipe closes.
     int ready[2], release[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    ASSERT_EQ(::pipe(release), 0);
+    ASSERT_TRUE(::pipe(ready) == 0 && ::pipe(release) == 0);
     const pid_t first = ::fork();
     if (first == 0) {
         const char answer = AcquireSingleInstance(Monitor::InstanceName) ? 'y' : 'n';
         (void)!::write(ready[1], &answer, 1);
-        char c;
-        (void)!::read(release[0], &c, 1);
+        (void)!::read(release[0], ready, 1);
         ::_exit(0);
     }
     char answer = 0;
-    ASSERT_EQ(::read(ready[0], &answer, 1), 1);
-    ASSERT_EQ(answer, 'y');
-
+    ASSERT_TRUE(::read(ready[0], &answer, 1) == 1 && answer == 'y');
     Load();
     monitor->Timer1_Timer();
     (void)!::write(release[1], "x", 1);
-    int status = 0;
-    ::waitpid(first, &status, 0);
+    ::waitpid(first, nullptr, 0);
     for (int fd : {ready[0], ready[1], release[0], release[1]}) ::close(fd);
 
     ASSERT_EQ(view.Messages.size(), 1u);
@@ -170,46 +163,35 @@ TEST_F(MonitorTest, SecondInstanceIsRefusedAndNeverTouchesTheHost) {
     EXPECT_TRUE(view.Calls.empty());
 }
 
-// A program for the AutoRun list that leaves a mark when it runs.
-void WriteMarkerProgram(const std::filesystem::path& folder, const std::string& name) {
-    const std::filesystem::path script = folder / name;
-    HostFixture::WriteFile(script, "#!/bin/sh\ntouch \"$0.ran\"\n");
-    ::chmod(script.c_str(), 0755);
-}
-
-bool Ran(const std::filesystem::path& folder, const std::string& name) {
-    for (int i = 0; i < 100; ++i) {
-        if (std::filesystem::exists(folder / (name + ".ran"))) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
-    return false;
-}
-
 TEST_F(MonitorTest, AutoRunStartsTheListUpToTheFirstEmptyKey) {
+    // Programs that leave a mark when they run.
     const std::filesystem::path programs = host.ProgramDir();
-    for (const char* name : {"one.sh", "two.sh", "three.sh", "four.sh", "five.sh", "six.sh"})
-        WriteMarkerProgram(programs, name);
+    for (const char* name : {"one", "two", "three", "four", "five", "six"}) {
+        HostFixture::WriteFile(programs / name, "#!/bin/sh\ntouch \"$0.ran\"\n");
+        ::chmod((programs / name).c_str(), 0755);
+    }
+    const auto ran = [&](const std::string& name) {
+        for (int i = 0; i < 100 && !std::filesystem::exists(programs / (name + ".ran")); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        return std::filesystem::exists(programs / (name + ".ran"));
+    };
+    const auto autoRun = [&](const std::string& keys) { WriteSettings(std::string(DefaultSettings) + "[AutoRun]\r\n" + keys); };
 
     // File1 and File2 set, File3 empty: two programs; File4 is never reached.
-    WriteSettings(std::string(DefaultSettings) + "[AutoRun]\r\nFile1=one.sh\r\nFile2=two.sh\r\nFile3=\r\nFile4=four.sh\r\n");
+    autoRun("File1=one\r\nFile2=two\r\nFile3=\r\nFile4=four\r\n");
     Start();
-    EXPECT_TRUE(Ran(programs, "one.sh"));
-    EXPECT_TRUE(Ran(programs, "two.sh"));
-
+    EXPECT_TRUE(ran("one") && ran("two"));
     // An empty File2 ends the list even with File3 set.
-    WriteSettings(std::string(DefaultSettings) + "[AutoRun]\r\nFile1=five.sh\r\nFile2=\r\nFile3=three.sh\r\n");
+    autoRun("File1=five\r\nFile2=\r\nFile3=three\r\n");
     monitor->AutoRun();
-    EXPECT_TRUE(Ran(programs, "five.sh"));
-
+    EXPECT_TRUE(ran("five"));
     // A missing program fails only itself.
-    WriteSettings(std::string(DefaultSettings) + "[AutoRun]\r\nFile1=missing.exe\r\nFile2=six.sh\r\n");
+    autoRun("File1=missing.exe\r\nFile2=six\r\n");
     monitor->AutoRun();
-    EXPECT_TRUE(Ran(programs, "six.sh"));
+    EXPECT_TRUE(ran("six"));
     EXPECT_TRUE(Logged("AutoRun, Error 53/ File not found"));
-
     std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    EXPECT_FALSE(std::filesystem::exists(programs / "three.sh.ran"));
-    EXPECT_FALSE(std::filesystem::exists(programs / "four.sh.ran"));
+    EXPECT_FALSE(std::filesystem::exists(programs / "three.ran") || std::filesystem::exists(programs / "four.ran"));
 }
 
 }  // namespace
