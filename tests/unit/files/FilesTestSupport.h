@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -21,6 +22,20 @@
 namespace filestest {
 
 namespace fs = std::filesystem;
+
+inline void WriteBytes(const fs::path& path, const std::string& bytes)
+{
+    fs::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+}
+
+inline std::string ReadBytes(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
 
 // A fresh prefix and program folder per test.
 class TempPrefixTest : public ::testing::Test {
@@ -48,41 +63,17 @@ protected:
     // Lines of the main log containing text.
     int LogLinesWith(const std::string& text) const
     {
-        std::ifstream in(root / "program" / "voltamon.log", std::ios::binary);
-        std::string line;
+        std::istringstream in(LogText());
         int n = 0;
-        while (std::getline(in, line))
-            if (line.find(text) != std::string::npos)
-                ++n;
+        for (std::string line; std::getline(in, line);)
+            n += line.find(text) != std::string::npos;
         return n;
     }
     int LogLines() const { return LogLinesWith(""); }
-    std::string LogText() const { return ReadBytesAt(root / "program" / "voltamon.log"); }
-
-    static std::string ReadBytesAt(const fs::path& path)
-    {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream s;
-        s << in.rdbuf();
-        return s.str();
-    }
+    std::string LogText() const { return ReadBytes(root / "program" / "voltamon.log"); }
 
     fs::path root;
 };
-
-inline void WriteBytes(const fs::path& path, const std::string& bytes)
-{
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-inline std::string ReadBytes(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 // Little-endian values at absolute offsets, growing the buffer when needed.
 inline void Put(std::string& b, std::size_t off, uint64_t v, int n)
@@ -117,20 +108,14 @@ inline uint64_t Get(const std::string& b, std::size_t off, int n)
 }
 inline int16_t Get16(const std::string& b, std::size_t off) { return static_cast<int16_t>(Get(b, off, 2)); }
 inline int32_t Get32(const std::string& b, std::size_t off) { return static_cast<int32_t>(Get(b, off, 4)); }
-inline float GetF32(const std::string& b, std::size_t off)
+template <typename T> T GetAs(const std::string& b, std::size_t off)
 {
-    const uint32_t u = static_cast<uint32_t>(Get(b, off, 4));
-    float f;
-    std::memcpy(&f, &u, 4);
-    return f;
+    const uint64_t u = Get(b, off, sizeof(T));
+    T value;
+    std::memcpy(&value, &u, sizeof(T));  // little-endian host
+    return value;
 }
-inline double GetF64(const std::string& b, std::size_t off)
-{
-    const uint64_t u = Get(b, off, 8);
-    double d;
-    std::memcpy(&d, &u, 8);
-    return d;
-}
+inline float GetF32(const std::string& b, std::size_t off) { return GetAs<float>(b, off); }
 
 class RecordingView : public StoreFileView, public SettingsView {
 public:
@@ -143,10 +128,7 @@ public:
         messages.push_back({text, title, icon});
     }
     void EndProgram() override { ended = true; }
-    void StartProgram(const std::string& program, const std::string& arguments) override
-    {
-        started.push_back(program + " " + arguments);
-    }
+    void StartProgram(const std::string& program, const std::string& args) override { started.push_back(program + " " + args); }
     void CloseWait() override { ++waitsClosed; }
     void SetStatusText(const std::string& text) override { status.push_back(text); }
     void ShowWaitMessage(const std::string& text) override { waitMessages.push_back(text); }
@@ -165,10 +147,8 @@ public:
     std::vector<std::string> waits, progress, started, status, waitMessages;
     std::map<std::pair<int, int>, std::string> grid;
     std::vector<Message> messages;
-    int doEvents = 0;
-    int waitsClosed = 0;
-    bool ended = false;
-    bool viewLog = false;
+    int doEvents = 0, waitsClosed = 0;
+    bool ended = false, viewLog = false;
 };
 
 class FixedHost : public HostFolders {
@@ -187,12 +167,8 @@ struct MtgImage {
     MtgImage(int tariffs, int entries, int centers, int version = 250, int periods = 48)
         : n(tariffs), m(entries), k(centers), bytes(112196 + 67 * 30, '\0')
     {
-        Put16(bytes, 0, version);
-        Put16(bytes, 2, 7);
-        Put16(bytes, 4, periods);
-        Put16(bytes, 6, n);
-        Put16(bytes, 8, m);
-        Put16(bytes, 10, k);
+        for (int i = 0; i < 6; ++i)
+            Put16(bytes, 2 * static_cast<std::size_t>(i), std::array<int, 6>{version, 7, periods, n, m, k}[i]);
     }
     std::size_t Tariff(int i) const { return 12 + static_cast<std::size_t>(i) * (206 + 66 * m); }
     std::size_t Entry(int i, int e) const { return Tariff(i) + 64 + 66 * static_cast<std::size_t>(e); }

@@ -43,21 +43,16 @@ TEST_F(GetIniDataTest, NoFileGivesEveryDefaultAndWritesNothing)
     EXPECT_EQ(settings.StoreFilePrefix, "Vtrs");
     EXPECT_EQ(settings.StoreFilePath, "C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2403.lum");
     EXPECT_TRUE(fs::is_directory(root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data" / "Voltaris"));
-    EXPECT_EQ(settings.ScanLogging, 0);
     EXPECT_FALSE(view.viewLog);
     EXPECT_EQ(settings.headertext, std::string(50, '\0'));
     EXPECT_EQ(settings.SCADArun, "yes");
-    EXPECT_EQ(settings.currencychr, 36);
-    EXPECT_EQ(settings.ScanSeconds, 30);
-    EXPECT_EQ(settings.AverageScans, 5);
-    EXPECT_EQ(settings.Demo, 0);
-    EXPECT_EQ(clockSync.Offset(), 0);
-    EXPECT_EQ(clockSync.InputTag(), 0);
-    EXPECT_EQ(watchdog.ToggleSecs(), 0);
-    EXPECT_EQ(watchdog.OutputTag(), 0);
     EXPECT_EQ(settings.BackupDir, "");
-    EXPECT_EQ(settings.ShedMeter, 0);
-    EXPECT_EQ(settings.UnShedMeter, 0);
+    // ScanLogging, currencychr, ScanSeconds, AverageScans, Demo, ShedMeter, UnShedMeter, then the
+    // clock sync's offset and input tag and the watchdog's seconds and output tag.
+    EXPECT_EQ(std::vector<int>({settings.ScanLogging, settings.currencychr, settings.ScanSeconds, settings.AverageScans,
+                                settings.Demo, settings.ShedMeter, settings.UnShedMeter, clockSync.Offset(),
+                                clockSync.InputTag(), watchdog.ToggleSecs(), watchdog.OutputTag()}),
+              std::vector<int>({0, 36, 30, 5, 0, 0, 0, 0, 0, 0, 0}));
     EXPECT_FALSE(fs::exists(IniPath()));
     EXPECT_EQ(LogLines(), 0);
 }
@@ -119,15 +114,11 @@ TEST_F(GetIniDataTest, NumbersAreRoundedHalvesToEven)
              "[Monitor_PC_Clock_Sync]\r\nOffset=500\r\nInputTag=12.5\r\n"
              "[Monitor_WatchDog]\r\nSeconds=-4\r\nOutputTag=2005\r\n");
     Read();
-    EXPECT_EQ(settings.AverageScans, 2);
-    EXPECT_EQ(settings.ShedMeter, 8);
-    EXPECT_EQ(settings.UnShedMeter, 0);
-    EXPECT_EQ(settings.Demo, 3);
-    EXPECT_EQ(settings.currencychr, 163);
-    EXPECT_EQ(clockSync.Offset(), 120);
-    EXPECT_EQ(clockSync.InputTag(), 12);
-    EXPECT_EQ(watchdog.ToggleSecs(), 0);
-    EXPECT_EQ(watchdog.OutputTag(), 2005);
+    // AverageScans, ShedMeter, UnShedMeter, Demo, currencychr, then clock sync and watchdog.
+    EXPECT_EQ(std::vector<int>({settings.AverageScans, settings.ShedMeter, settings.UnShedMeter, settings.Demo,
+                                settings.currencychr, clockSync.Offset(), clockSync.InputTag(), watchdog.ToggleSecs(),
+                                watchdog.OutputTag()}),
+              std::vector<int>({2, 8, 0, 3, 163, 120, 12, 0, 2005}));
 
     WriteIni("AverageScans=3.5\r\nShedMeter=99999\r\n");
     settings.ShedMeter = 4;

@@ -56,6 +56,16 @@ protected:
         StoreContext c = Context();
         HalfHourSave(c, now);
     }
+    // The save in the scan at h:m:s on 3 March.
+    void SaveAt(int h, int m, int sec) { Save(MakeDateTime(2024, 3, 3, h, m, sec)); }
+    // A standard tag setup and a start at 09:40 on 3 March.
+    void StartMarch()
+    {
+        WriteMtg(StandardMtg(48));
+        ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    }
+    // Place of a tag's slot (0 for the flag) in record r, with 200 tags.
+    std::size_t Slot(int r, int tag = 0) const { return static_cast<std::size_t>(setup.DataStart - 1 + r * 804 + (tag ? 2 + 4 * (tag - 1) : 0)); }
 
     // An MTG with 200 tags, K centers and a few tags of each kind.
     MtgImage StandardMtg(int periods, int k = 20, int n = 1, int m = 2)
@@ -113,16 +123,9 @@ TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
 
     EXPECT_EQ(b.substr(0, 9), "Site head");
     EXPECT_EQ(b.substr(9, 41), std::string(41, '\0'));
-    EXPECT_EQ(Get16(b, 60), 200);
-    EXPECT_EQ(Get16(b, 62), 7);
-    EXPECT_EQ(Get16(b, 64), 250);
-    EXPECT_EQ(Get16(b, 66), 48);
-    EXPECT_EQ(Get16(b, 68), 1);
-    EXPECT_EQ(Get16(b, 70), 2);
-    EXPECT_EQ(Get16(b, 72), 163);
-    EXPECT_EQ(Get16(b, 74), 20);
-    EXPECT_EQ(Get16(b, 113), 11);
-    EXPECT_EQ(Get16(b, 115), 12);
+    for (auto [at, want] : {std::pair{60, 200}, {62, 7}, {64, 250}, {66, 48}, {68, 1}, {70, 2}, {72, 163}, {74, 20},
+                            {113, 11}, {115, 12}})
+        EXPECT_EQ(Get16(b, at), want) << "at " << at;
 
     // The setup copy: tariffs, pair tables and centers byte for byte as in the tag setup file.
     const std::size_t copyLength = mtg.CenterAt(21) - 12;
@@ -130,27 +133,21 @@ TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
     const std::size_t summaries = 199 + copyLength;
     const std::size_t s5 = summaries + 4 * 62;
     EXPECT_EQ(b.substr(s5, 24), "Boiler                  ");
-    EXPECT_EQ(Get16(b, s5 + 24), 1);
-    EXPECT_EQ(Get16(b, s5 + 26), 1);
-    EXPECT_EQ(Get16(b, s5 + 28), 24);
-    EXPECT_EQ(Get32(b, s5 + 30), 0x05050505);
-    EXPECT_EQ(Get16(b, s5 + 34), 16);
-    EXPECT_EQ(Get16(b, s5 + 38), 7);
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(Get32(b, s5 + 40 + 4 * static_cast<std::size_t>(i)), 0x32323232);
-    EXPECT_EQ(Get16(b, s5 + 56), 31);
-    EXPECT_EQ(Get32(b, s5 + 58), 0x32323232);
+    for (auto [at, want] : {std::pair{24, 1}, {26, 1}, {28, 24}, {34, 16}, {38, 7}, {56, 31}})
+        EXPECT_EQ(Get16(b, s5 + at), want) << "at " << at;
+    for (std::size_t at : {30, 40, 44, 48, 52, 58})
+        EXPECT_EQ(Get32(b, s5 + at), at == 30 ? 0x05050505 : 0x32323232) << "at " << at;
     const std::size_t fixed = summaries + 200 * 62 + 200 * 6;
     EXPECT_EQ(b.substr(fixed, 67 * 30), mtg.bytes.substr(112196, 67 * 30));
     EXPECT_EQ(static_cast<int64_t>(fixed + 67 * 30 + 1), tagDataStart);
-    EXPECT_EQ(GetF64(b, static_cast<std::size_t>(tagDataStart - 1 + 4 * 728)), 45000.75);
+    EXPECT_EQ(GetAs<double>(b, static_cast<std::size_t>(tagDataStart - 1 + 4 * 728)), 45000.75);
 
     // The save at 10:00:20 on the 3rd writes record 115, 804 bytes per record after record 0.
     values[1].Integrated = 12.5F;
     values[5].Integrated = -3.25F;
     values[4].Integrated = 99;
     state.DataOkFlag = 1;
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(10, 0, 20);
     const std::string a = ReadBytes(StorePath("2403"));
     ASSERT_EQ(a.size(), b.size());
     const std::size_t r115 = static_cast<std::size_t>(dataStart - 1 + 115 * 804);
@@ -194,62 +191,52 @@ TEST_F(StoreFileTest, DataStartWith24And96Periods)
 
 TEST_F(StoreFileTest, WhatEachTagLeavesInItsSlot)
 {
-    WriteMtg(StandardMtg(48));
-    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
-    const std::size_t r115 = static_cast<std::size_t>(setup.DataStart - 1 + 115 * 804);
-
+    StartMarch();
     // What the CSV import put into the logged tag's slot, and a stray value in the off-line tag's slot.
     std::string b = ReadBytes(StorePath("2403"));
-    PutF32(b, r115 + 2 + 4, 777.0F);
-    PutF32(b, r115 + 2 + 8, 555.0F);
-    PutF32(b, r115 + 2 + 4 * 190, 42.0F);  // beyond TagCount: never written
+    PutF32(b, Slot(115, 2), 777.0F);
+    PutF32(b, Slot(115, 3), 555.0F);
+    PutF32(b, Slot(115, 191), 42.0F);  // beyond TagCount: never written
     WriteBytes(StorePath("2403"), b);
 
     values[2].Integrated = 5;
     values[3].Integrated = 6;
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(10, 0, 20);
     const std::string a = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(Get16(a, r115), 0) << "the first period after start-up";
-    EXPECT_EQ(GetF32(a, r115 + 2 + 4), 777.0F);
-    EXPECT_EQ(GetF32(a, r115 + 2 + 8), 0.0F);
-    EXPECT_EQ(GetF32(a, r115 + 2 + 4 * 190), 42.0F);
+    EXPECT_EQ(Get16(a, Slot(115)), 0) << "the first period after start-up";
+    EXPECT_EQ(GetF32(a, Slot(115, 2)), 777.0F);
+    EXPECT_EQ(GetF32(a, Slot(115, 3)), 0.0F);
+    EXPECT_EQ(GetF32(a, Slot(115, 191)), 42.0F);
     EXPECT_EQ(state.DataOkFlag, 1);
 
     // A later scan in the same period writes nothing.
-    const std::string before = ReadBytes(StorePath("2403"));
     values[1].Integrated = 8;
-    Save(MakeDateTime(2024, 3, 3, 10, 29, 50));
-    EXPECT_EQ(ReadBytes(StorePath("2403")), before);
+    SaveAt(10, 29, 50);
+    EXPECT_EQ(ReadBytes(StorePath("2403")), a);
     EXPECT_EQ(values[1].Integrated, 8.0F);
 
     // The next period carries flag 1.
-    Save(MakeDateTime(2024, 3, 3, 10, 30, 5));
+    SaveAt(10, 30, 5);
     const std::string c = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(Get16(c, r115 + 804), 1);
-    EXPECT_EQ(GetF32(c, r115 + 804 + 2), 8.0F);
+    EXPECT_EQ(Get16(c, Slot(116)), 1);
+    EXPECT_EQ(GetF32(c, Slot(116, 1)), 8.0F);
     EXPECT_EQ(LogLines(), 0);
-}
 
-TEST_F(StoreFileTest, StartingUpFlagsTheSavedPeriod)
-{
-    WriteMtg(StandardMtg(48));
+    // A save while the monitor is starting up flags the period as not whole.
     state.StartingUp = 1;
-    state.DataOkFlag = 1;
-    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(11, 0, 5);
     EXPECT_EQ(state.DataOkFlag, 0);
 }
 
 TEST_F(StoreFileTest, DemoTouchesNoFileButKeepsPeaksAndResets)
 {
-    WriteMtg(StandardMtg(48));
-    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    StartMarch();
     fs::remove(StorePath("2403"));
     settings.Demo = 1;
     values[1].Integrated = 40;
     values[2].Integrated = 2;
     values[5].Integrated = 1000;  // not in the site total
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(10, 0, 20);
     EXPECT_FALSE(fs::exists(StorePath("2403")));
     EXPECT_EQ(values[1].Integrated, 0.0F);
     EXPECT_EQ(values[5].Integrated, 0.0F);
@@ -269,9 +256,8 @@ TEST_F(StoreFileTest, PeriodOfTheLastDayGoesIntoItsOwnMonth)
     ASSERT_TRUE(fs::exists(StorePath("2403")));
     ASSERT_TRUE(fs::exists(StorePath("2404")));
     const std::string march = ReadBytes(StorePath("2403"));
-    const std::size_t last = static_cast<std::size_t>(setup.DataStart - 1 + (30 * 48 + 47) * 804);
-    EXPECT_EQ(Get16(march, last), 1);
-    EXPECT_EQ(GetF32(march, last + 2), 31.5F);
+    EXPECT_EQ(Get16(march, Slot(31 * 48 - 1)), 1);
+    EXPECT_EQ(GetF32(march, Slot(31 * 48 - 1, 1)), 31.5F);
     const std::string april = ReadBytes(StorePath("2404"));
     EXPECT_EQ(Get16(april, 66), 48);
     EXPECT_EQ(april.size(), march.size());
@@ -283,20 +269,19 @@ TEST_F(StoreFileTest, PeriodOfTheLastDayGoesIntoItsOwnMonth)
 
 TEST_F(StoreFileTest, BackupIsAWholeCopyOrNone)
 {
-    WriteMtg(StandardMtg(48));
-    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    StartMarch();
     fs::create_directories(Drive() / "Backup");
     settings.BackupDir = "C:\\Backup";
     values[1].Integrated = 3;
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(10, 0, 20);
     EXPECT_EQ(ReadBytes(Drive() / "Backup" / "Vtrs2403.lum"), ReadBytes(StorePath("2403")));
     EXPECT_EQ(std::distance(fs::directory_iterator(Drive() / "Backup"), fs::directory_iterator{}), 1);
 
     // The backup folder vanishes: the store file is still saved, one line says the copy failed.
     fs::remove_all(Drive() / "Backup");
     values[1].Integrated = 4;
-    Save(MakeDateTime(2024, 3, 3, 10, 30, 20));
-    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), static_cast<std::size_t>(setup.DataStart - 1 + 116 * 804 + 2)), 4.0F);
+    SaveAt(10, 30, 20);
+    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), Slot(116, 1)), 4.0F);
     EXPECT_EQ(LogLines(), 1);
     EXPECT_EQ(LogLinesWith("BackupStoreFile, Error 76/ Path not found"), 1) << LogText();
 
@@ -304,47 +289,32 @@ TEST_F(StoreFileTest, BackupIsAWholeCopyOrNone)
     EXPECT_FALSE(BackupStoreFile(settings.StoreFilePath, "").Failed());
 }
 
-TEST_F(StoreFileTest, UnwritableDataFolderLosesNothingAndLogsOnce)
+// The file cannot be opened for writing: nothing saved is lost, one line is logged, the scan goes on.
+TEST_F(StoreFileTest, UnwritableStoreFileIsLeftAsItWas)
 {
-    WriteMtg(StandardMtg(48));
-    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
+    StartMarch();
     values[1].Integrated = 9;
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(10, 0, 20);
     const std::string saved = ReadBytes(StorePath("2403"));
-
     // The "\Voltaris" folder replaced by a file: nothing can be opened there.
     fs::rename(DataFolder() / "Voltaris", DataFolder() / "Voltaris.moved");
     WriteBytes(DataFolder() / "Voltaris", "not a folder");
     values[1].Integrated = 10;
-    Save(MakeDateTime(2024, 3, 3, 10, 30, 20));
+    SaveAt(10, 30, 20);
     EXPECT_EQ(LogLinesWith("HalfHourSave, Error"), 1);
-    EXPECT_EQ(LogLines(), 1);
     EXPECT_EQ(ReadBytes(DataFolder() / "Voltaris.moved" / "Vtrs2403.lum"), saved);
     EXPECT_EQ(state.LastSavedPeriod, 22) << "the scan carries on";
-}
 
-TEST_F(StoreFileTest, ReadOnlyStoreFileIsLeftAsItWas)
-{
-    WriteMtg(StandardMtg(48));
-    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
-    const std::string before = ReadBytes(StorePath("2403"));
-    if (::geteuid() == 0) {
-        // Root writes through any mode bits; a folder where the file should be stands in for it.
-        fs::rename(StorePath("2403"), DataFolder() / "kept.lum");
-        fs::create_directories(StorePath("2403"));
-        values[1].Integrated = 1;
-        Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
-        EXPECT_EQ(LogLinesWith("HalfHourSave, Error"), 1);
-        EXPECT_EQ(LogLines(), 1);
-        EXPECT_EQ(ReadBytes(DataFolder() / "kept.lum"), before);
-        GTEST_SKIP() << "running as root: the read-only mode bits cannot be tested, the folder stand-in was";
-    }
+    // A read-only file (root writes through mode bits, so there the test is skipped).
+    fs::remove(DataFolder() / "Voltaris");
+    fs::rename(DataFolder() / "Voltaris.moved", DataFolder() / "Voltaris");
+    if (::geteuid() == 0)
+        GTEST_SKIP() << "running as root: read-only mode bits cannot be tested";
     fs::permissions(StorePath("2403"), fs::perms::owner_read | fs::perms::group_read);
-    values[1].Integrated = 1;
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(11, 0, 20);
     EXPECT_EQ(LogLinesWith("HalfHourSave, Error 70/ Permission denied"), 1);
-    EXPECT_EQ(LogLines(), 1);
-    EXPECT_EQ(ReadBytes(StorePath("2403")), before);
+    EXPECT_EQ(LogLines(), 2);
+    EXPECT_EQ(ReadBytes(StorePath("2403")), saved);
 }
 
 TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)
@@ -374,14 +344,14 @@ TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)
         UpdateSetupData(c, file);  // dimensions differ: nothing written
     }
     EXPECT_EQ(ReadBytes(StorePath("2403")), before);
-    Save(MakeDateTime(2024, 3, 3, 10, 0, 20));
+    SaveAt(10, 0, 20);
     const std::string after = ReadBytes(StorePath("2403"));
     EXPECT_EQ(GetF32(after, static_cast<std::size_t>(dataStart10 - 1 + 115 * 804 + 2)), 2.0F);
 
     // A file with other periods per day than memory is refused, not scribbled over.
     setup.PeriodsPerDay = 96;
     state.LastSavedPeriod = 0;
-    Save(MakeDateTime(2024, 3, 3, 11, 0, 20));
+    SaveAt(11, 0, 20);
     EXPECT_EQ(ReadBytes(StorePath("2403")), after);
     EXPECT_EQ(LogLinesWith("HalfHourSave, Error 59/ Bad record length"), 1);
     EXPECT_EQ(LogLines(), 1);
@@ -444,8 +414,7 @@ TEST_F(StoreFileTest, RecordsReadAndWrittenInABatch)
     EXPECT_EQ(file.ReadRecord(layout.Value, 31 * 96, flag, got, 3).Number, ErrBadRecordNumber);
     EXPECT_EQ(file.ReadRecord(layout.Value, -1, flag, got, 3).Number, ErrBadRecordNumber);
     EXPECT_EQ(file.ReadRecord(layout.Value, 0, flag, got, 201).Number, ErrBadRecordLength);
-    const std::string b = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(GetF32(b, static_cast<std::size_t>(setup.DataStart - 1 + 2975 * 804 + 2)), 2975.0F);
+    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), Slot(2975, 1)), 2975.0F);
 }
 
 } // namespace

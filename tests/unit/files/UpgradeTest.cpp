@@ -27,16 +27,12 @@ protected:
     fs::path Windows() const { return root / "prefix" / "windows"; }
     fs::path BackupList() const { return Drive() / "Telvane" / "VbBackup.txt"; }
     fs::path Ini() const { return SetupDir() / "VoltarisSetup.ini"; }
-
+    static constexpr const char* IniText = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
     std::string Setting(const char* section, const char* key) const
     {
-        return GetPrivateProfileString(section, key, "<none>", 256, "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
+        return GetPrivateProfileString(section, key, "<none>", 256, IniText);
     }
-    void Run()
-    {
-        clsVoltarisUpgrade upgrade(&host);
-        upgrade.Update();
-    }
+    void Run() { clsVoltarisUpgrade(&host).Update(); }
 
     TestHost host;
 };
@@ -67,14 +63,13 @@ TEST_F(UpgradeTest, OldSettingsFileMovesOnceAndLosesObsoleteSections)
     EXPECT_FALSE(fs::exists(Windows() / "Voltaris.ini"));
     ASSERT_TRUE(fs::exists(Ini()));
     EXPECT_EQ(Setting("general", "ScanSeconds"), "10");
-    EXPECT_EQ(Setting("passwords", "a"), "<none>");
-    EXPECT_EQ(Setting("ControllerPassword", "b"), "<none>");
-    EXPECT_EQ(Setting("ControllerSetupPassword", "c"), "<none>");
+    for (auto [section, key] : {std::pair{"passwords", "a"}, {"ControllerPassword", "b"}, {"ControllerSetupPassword", "c"}})
+        EXPECT_EQ(Setting(section, key), "<none>") << section;
     EXPECT_EQ(ReadBytes(BackupList()), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini\r\n");
 
     // A second start leaves a later old file alone, but the sections go again.
     WriteBytes(Windows() / "Voltaris.ini", "[general]\r\nScanSeconds=30\r\n");
-    WritePrivateProfileString("passwords", "a", "1", "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
+    WritePrivateProfileString("passwords", "a", "1", IniText);
     Run();
     EXPECT_TRUE(fs::exists(Windows() / "Voltaris.ini"));
     EXPECT_EQ(Setting("general", "ScanSeconds"), "10");
@@ -117,7 +112,7 @@ TEST_F(UpgradeTest, OldTagFileElsewhereReplacesTheCurrentOne)
 
     // The old name gone, a file of that name beside the current one is the next candidate.
     WriteBytes(SetupDir() / "Site.MTG", "beside");
-    WritePrivateProfileString("TagSetup", "TagFile", "D:\\Old\\Site.MTG", "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
+    WritePrivateProfileString("TagSetup", "TagFile", "D:\\Old\\Site.MTG", IniText);
     Run();
     EXPECT_EQ(ReadBytes(SetupDir() / "VoltarisMonitor.mtg"), "beside");
 }
