@@ -114,20 +114,25 @@ TEST_F(InputCalc, PulseIncrementAllowsForRolloverAndReset) {
     }
 }
 
-TEST_F(InputCalc, PulseShortPauseKeepsTheRateLongerPauseDecaysIt) {
+TEST_F(InputCalc, PulseSmoothingIsSinglePrecisionAndAShortPauseKeepsTheRate) {
     Measured(7, 22);
-    Value(7).Rate = 12;
+    Value(7).Rate = 0.01f;
     Value(7).PulseTime = TestStart();
-    const TagValue& value = Pulse(500, 500, 20);
-    EXPECT_FLOAT_EQ(value.Rate, 12.0f);
-    EXPECT_EQ(value.PulseTime, TestStart());
-    EXPECT_EQ(view.Cell(7, 5), "(5) 12.00 (0.00)");
-    EXPECT_EQ(view.RowColours[7], ColourBlack);
+    const TagValue& value = Pulse(0, 0.4f, 3600);  // 0.4 pulses in the hour
+    const float rate = SmoothSingle(5, 0.01f, 0.4f);
+    ASSERT_NE(rate, static_cast<float>((5.0 * 0.01f + 0.4f) / 6.0));  // the case tells the two apart
+    EXPECT_EQ(value.Rate, rate);
+    EXPECT_EQ(view.Cell(7, 5), "(5) 0.07 (0.00)");
 
-    Pulse(500, 500, 40);
-    EXPECT_FLOAT_EQ(value.Rate, 12.0f * 5 / 6);
+    // No pulses for 20 seconds: nothing changes; for 40: the rate decays and the pulse time moves.
+    Pulse(0.4f, 0.4f, 3620);
+    EXPECT_EQ(value.Rate, rate);
+    EXPECT_DOUBLE_EQ(value.PulseTime, TestStart() + Seconds(3600));
+    EXPECT_EQ(view.RowColours[7], ColourBlack);
+    Pulse(0.4f, 0.4f, 3640);
+    EXPECT_FLOAT_EQ(value.Rate, rate * 5 / 6);
     EXPECT_DOUBLE_EQ(value.PulseTime, Now());
-    EXPECT_FLOAT_EQ(value.Integrated, 0.0f);
+    EXPECT_FLOAT_EQ(value.Integrated, 0.4f);
 }
 
 TEST_F(InputCalc, PulseRateLimitAcceptsUpToMaxRateAndSubstitutesAbove) {
@@ -173,29 +178,14 @@ TEST_F(InputCalc, PulseFirstReadingAfterStartUpOnlySetsTheBase) {
     EXPECT_FLOAT_EQ(value.Previous, 42.0f);
     EXPECT_DOUBLE_EQ(value.PulseTime, Now());
     EXPECT_FLOAT_EQ(value.Rate, 3.0f);
-    EXPECT_EQ(view.Cell(7, 5), "<unset>");
     EXPECT_EQ(Host().WriteCount(HostTable::Tags, 39), 0u);
-}
 
-TEST_F(InputCalc, PulseSmoothingIsSinglePrecision) {
-    Measured(7, 22);
-    Value(7).Rate = 0.01f;
-    Value(7).PulseTime = TestStart();
-    const TagValue& value = Pulse(0, 0.4f, 3600);  // 0.4 pulses in the hour
-    const float single = SmoothSingle(5, 0.01f, 0.4f);
-    ASSERT_NE(single, static_cast<float>((5.0 * 0.01f + 0.4f) / 6.0));  // the case tells the two apart
-    EXPECT_EQ(value.Rate, single);
-    EXPECT_EQ(view.Cell(7, 5), "(5) 0.07 (0.00)");
-}
-
-TEST_F(InputCalc, PulseTimeEqualToNowIsLoggedAndLeavesTheTag) {
-    Measured(7, 22);
-    Value(7).Rate = 2;
-    Value(7).PulseTime = TestStart();
-    const TagValue& value = Pulse(10, 15, 0);
-    EXPECT_FLOAT_EQ(value.Previous, 10.0f);
-    EXPECT_FLOAT_EQ(value.Rate, 2.0f);
-    Pulse(10, 10, 0);  // no pulses: zero over zero
+    // Read again within the same instant: pulses over no time, then zero over zero, leave the tag.
+    state.StartingUp = 0;
+    Pulse(42, 47, 5);
+    EXPECT_FLOAT_EQ(value.Previous, 42.0f);
+    EXPECT_FLOAT_EQ(value.Rate, 3.0f);
+    Pulse(42, 42, 5);
     EXPECT_EQ(LogLines(), (std::vector<std::string>{"Input_Calc_Pulse, Error 11/ Division by zero",
                                                      "Input_Calc_Pulse, Error 6/ Overflow"}));
     EXPECT_EQ(view.Cell(7, 5), "<unset>");

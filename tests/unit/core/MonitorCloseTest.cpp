@@ -15,9 +15,18 @@ TEST_F(MonitorCloseTest, ExitWhileTheHostJobRunsAsksTheHostToCloseAndKeepsRunnin
     EXPECT_FALSE(monitor->Ended());
     EXPECT_EQ(TakeWindowMessages("Tray32WndClass"), std::vector<std::string>{"APPCLOSE"});
 
-    At(30);
-    Tick();
+    TickAt(30);
     EXPECT_TRUE(Scanned());
+
+    // The host job stops: the next tick ends the monitor, and nothing runs after that.
+    host.State().SetJobRunning(0);
+    TickAt(31);
+    EXPECT_TRUE(view.Closed);
+    EXPECT_TRUE(monitor->Ended());
+    EXPECT_TRUE(view.CountdownTexts.empty());
+    EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
+    TickAt(60);
+    EXPECT_TRUE(view.Calls.empty());
 }
 
 TEST_F(MonitorCloseTest, LogExitEndsWhateverTheHostDoes) {

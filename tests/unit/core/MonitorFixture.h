@@ -3,13 +3,10 @@
 // running and its main window open, a settings file and a tag setup file in the job's setup
 // folder, a simulated PC clock that stands still unless a test moves it, and the monitor itself
 // on a recording view.
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <QCoreApplication>
+#include <QTcpServer>
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
@@ -64,17 +61,8 @@ PageNo = 3
 
 // A port nobody listens on just now, so tests running side by side never share one.
 inline int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    int port = 0;
-    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    if (fd >= 0) ::close(fd);
-    return port;
+    QTcpServer probe;
+    return probe.listen(QHostAddress::LocalHost, 0) ? probe.serverPort() : 0;
 }
 
 // The monitor lets events run and its socket server lives on the event loop.
@@ -163,6 +151,10 @@ protected:
     void Tick() {
         view.Clear();
         monitor->Timer1_Timer();
+    }
+    void TickAt(double seconds) {
+        At(seconds);
+        Tick();
     }
     bool Scanned() const {
         return std::count(view.StatusTexts.begin(), view.StatusTexts.end(), "Checking Setup File") != 0;

@@ -15,17 +15,16 @@
 namespace {
 
 TEST(CommandLineSwitchesTest, FoundAnywhereWithoutRegardToCase) {
-    const CommandLineSwitches none = ReadCommandLineSwitches("--headless");
-    EXPECT_FALSE(none.DebugMode || none.CsvOnlyMode || none.ScanLogging);
-
-    const CommandLineSwitches upper = ReadCommandLineSwitches("/CSV /Log");
-    EXPECT_TRUE(upper.CsvOnlyMode);
-    EXPECT_TRUE(upper.ScanLogging);
-    EXPECT_FALSE(upper.DebugMode);
-
+    struct Case {
+        const char* line;
+        bool debug, csv, log;
+    };
     // Inside a longer word still counts.
-    EXPECT_TRUE(ReadCommandLineSwitches("x/dummy").DebugMode);
-    EXPECT_FALSE(ReadCommandLineSwitches("\\d csv log").DebugMode);
+    for (const Case& c : {Case{"--headless", false, false, false}, Case{"/CSV /Log", false, true, true},
+                          Case{"x/dummy", true, false, false}, Case{"\\d csv log", false, false, false}}) {
+        const CommandLineSwitches s = ReadCommandLineSwitches(c.line);
+        EXPECT_EQ(std::vector<bool>({s.DebugMode, s.CsvOnlyMode, s.ScanLogging}), std::vector<bool>({c.debug, c.csv, c.log})) << c.line;
+    }
 }
 
 TEST_F(MonitorTest, StageOneSetsFlagsPathsAndShowsPleaseWait) {
@@ -98,8 +97,7 @@ TEST_F(MonitorTest, CsvModeFillsTheGridWithCsvOnlyAndNeverAcquires) {
 
     // The CSV import runs in every scan, "/csv" or not.
     HostFixture::WriteFile(host.ProgramDir() / "vtcsvlog" / "meter.csv", "2026,11,19,20,1,12.5\r\n");
-    At(30);
-    Tick();
+    TickAt(30);
     ASSERT_TRUE(Scanned());
     EXPECT_FALSE(std::filesystem::exists(host.ProgramDir() / "vtcsvlog" / "meter.csv"));
     EXPECT_NE(ReadText(host.ProgramDir().string() + "/vtcsvlog/vtcsvlog.log").find("Total = 1, Error = 0"),

@@ -23,8 +23,7 @@ std::vector<std::string> Only(const std::vector<std::string>& list, const std::v
 
 TEST_F(MonitorTest, ScanShowsItsStepsInOrder) {
     Start();
-    At(30);
-    Tick();
+    TickAt(30);
     const std::vector<std::string> steps = {"Scanning Now" + NL(1) + StorePathText,
                                             "Checking Setup File",
                                             "Checking Auto Close",
@@ -42,8 +41,7 @@ TEST_F(MonitorTest, ScanShowsItsStepsInOrder) {
     EXPECT_EQ(view.PanelColours[StatusPanel::Panel3D2], ColourRed);
 
     monitor->Settings.Demo = 1;
-    At(61);
-    Tick();
+    TickAt(61);
     EXPECT_EQ(view.StatusTexts.front(), "Scanning Now - Demo Random Data" + NL(1) + "Demo Mode - No File Storage");
 }
 
@@ -55,38 +53,31 @@ TEST_F(MonitorTest, CountdownRoundsHalvesToEvenAndScansOnlyAtZero) {
     };
     for (const Case& c : {Case{1, " Scan in 29 secs"}, Case{25.2, " Scan in 5 secs"}, Case{29.4, " Scan in 1 secs"},
                           Case{29.6, " Scan in 0 secs"}, Case{29.9, " Scan in 0 secs"}}) {
-        At(c.seconds);
-        Tick();
+        TickAt(c.seconds);
         EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{c.shown}) << c.seconds;
         EXPECT_FALSE(Scanned()) << c.seconds;
         EXPECT_EQ(view.StatusTexts, std::vector<std::string>{"Voltaris Monitor" + NL(1) + StorePathText});
     }
-    At(30);
-    Tick();
+    TickAt(30);
     EXPECT_TRUE(Scanned());
 
     monitor->Settings.ScanSeconds = 0;
-    At(90);
-    Tick();
+    TickAt(90);
     EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{"Off Line"});
     EXPECT_FALSE(Scanned());
 }
 
 TEST_F(MonitorTest, ClockSetBackRestartsTheCountdownFromNow) {
     Start();
-    At(20);
-    Tick();
-    At(20 - 3600);
-    Tick();
+    TickAt(20);
+    TickAt(20 - 3600);
     EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 0 secs"});
     EXPECT_FALSE(Scanned());
     EXPECT_DOUBLE_EQ(monitor->LastScanTime, Now());
 
-    At(20 - 3600 + 29);
-    Tick();
+    TickAt(20 - 3600 + 29);
     EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 1 secs"});
-    At(20 - 3600 + 30);
-    Tick();
+    TickAt(20 - 3600 + 30);
     EXPECT_TRUE(Scanned());
 }
 
@@ -120,36 +111,17 @@ TEST_F(MonitorTest, WatchdogTogglesEveryTick) {
     Start();
     std::vector<float> written;
     for (int i = 1; i <= 3; ++i) {
-        At(i);
-        Tick();
+        TickAt(i);
         written.push_back(host.State().Reading(HostTable::OutputTags, 4));
         EXPECT_EQ(view.CountCalls(i % 2 == 1 ? "WatchDog on" : "WatchDog off"), 1) << i;
     }
     EXPECT_EQ(written, (std::vector<float>{1, 0, 1}));
 }
 
-TEST_F(MonitorTest, HostJobStoppingEndsTheMonitorWithinOneTick) {
-    Start();
-    At(1);
-    Tick();
-    EXPECT_FALSE(monitor->Ended());
-    host.State().SetJobRunning(0);
-    At(2);
-    Tick();
-    EXPECT_TRUE(view.Closed);
-    EXPECT_TRUE(monitor->Ended());
-    EXPECT_TRUE(view.CountdownTexts.empty());
-
-    At(30);
-    Tick();
-    EXPECT_TRUE(view.Calls.empty());
-}
-
 TEST_F(MonitorTest, HostWindowGoneAsksTheHostToCloseAndScansOn) {
     Start();
     UnregisterWindow("TelvaneV5");
-    At(30);
-    Tick();
+    TickAt(30);
     EXPECT_EQ(view.CountCalls("CloseMainWindow cancelled"), 1);
     EXPECT_EQ(TakeWindowMessages("Tray32WndClass"), std::vector<std::string>{"APPCLOSE"});
     EXPECT_FALSE(monitor->Ended());
@@ -158,8 +130,7 @@ TEST_F(MonitorTest, HostWindowGoneAsksTheHostToCloseAndScansOn) {
     // With SCADArun other than "yes" the monitor does not care.
     WriteSettings(std::string(DefaultSettings) + "SCADArun=YES\r\n");
     TouchTagSetup();
-    At(61);
-    Tick();
+    TickAt(61);
     ASSERT_TRUE(Scanned());
     EXPECT_EQ(view.CountCalls("CloseMainWindow cancelled"), 0);
     EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
@@ -167,8 +138,7 @@ TEST_F(MonitorTest, HostWindowGoneAsksTheHostToCloseAndScansOn) {
 
 TEST_F(MonitorTest, SetupFileSavedBetweenScansReloadsWithinTheSameScan) {
     Start();
-    At(30);
-    Tick();
+    TickAt(30);
     ASSERT_EQ(view.CountCalls("ShowWait Please wait while loading"), 0);
 
     WriteSettings("[general]\r\nStoreFilePrefix=Test\r\ntimer1scan=10\r\n");
@@ -176,8 +146,7 @@ TEST_F(MonitorTest, SetupFileSavedBetweenScansReloadsWithinTheSameScan) {
     TouchTagSetup();
     host.State().SetReading(HostTable::Tags, 3, 7.0f);
     // A second past the interval: exactly 30 s of day fractions may fall a hair short.
-    At(61);
-    Tick();
+    TickAt(61);
 
     // The reload between "Checking Setup File" and acquisition, in the please-wait window.
     const std::vector<std::string> steps{"Panel3D2 Checking Setup File", "ShowWait Please wait while loading",
@@ -189,20 +158,17 @@ TEST_F(MonitorTest, SetupFileSavedBetweenScansReloadsWithinTheSameScan) {
     EXPECT_FLOAT_EQ(monitor->Values[4].Current, 7.0f);
 
     // Unchanged since: no reload, and the new interval counts.
-    At(72);
-    Tick();
+    TickAt(72);
     EXPECT_TRUE(Scanned());
     EXPECT_EQ(view.CountCalls("ShowWait Please wait while loading"), 0);
 }
 
 TEST_F(MonitorTest, PanelsTurnDarkBlueOnceAPeriodIsSavedNormally) {
     Start();
-    At(30);
-    Tick();
+    TickAt(30);
     EXPECT_EQ(view.PanelColours[StatusPanel::Panel3D4], ColourRed);
     // 10:30 ends the period: the save after start-up sets the flag.
-    At(25 * 60 + 30);
-    Tick();
+    TickAt(25 * 60 + 30);
     ASSERT_TRUE(Scanned());
     EXPECT_EQ(monitor->State.DataOkFlag, 1);
     for (StatusPanel panel : {StatusPanel::Panel3D1, StatusPanel::Panel3D2, StatusPanel::Panel3D4})
