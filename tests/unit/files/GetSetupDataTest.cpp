@@ -98,8 +98,7 @@ TEST_F(GetSetupDataTest, VersionRules)
         int version;
         bool editorPresent;
         SetupLoadResult result;
-        int messages;
-        int started;
+        std::size_t messages, started;
     };
     const Case cases[] = {
         {219, true, SetupLoadResult::ProgramEnds, 1, 0},
@@ -113,14 +112,12 @@ TEST_F(GetSetupDataTest, VersionRules)
         SCOPED_TRACE(c.version);
         view = RecordingView{};
         const fs::path editor = root / "prefix" / "drives" / "c" / "Telvane" / "vt-setup.exe";
-        if (c.editorPresent) {
+        fs::remove(editor);
+        if (c.editorPresent)
             WriteBytes(editor, "#!/bin/sh\n");
-        } else {
-            fs::remove(editor);
-        }
         EXPECT_EQ(Load(MtgImage(0, 0, 0, c.version).bytes), c.result);
         EXPECT_EQ(view.ended, c.result == SetupLoadResult::ProgramEnds);
-        ASSERT_EQ(static_cast<int>(view.messages.size()), c.messages);
+        ASSERT_EQ(view.messages.size(), c.messages);
         if (c.messages) {
             EXPECT_EQ(view.messages[0].title, "Setup error");
             EXPECT_EQ(view.messages[0].icon, MessageIcon::Information);
@@ -129,7 +126,7 @@ TEST_F(GetSetupDataTest, VersionRules)
                       "Voltaris Setup and save the file. After this update the Voltaris Monitor program will load "
                       "successfully.");
         }
-        ASSERT_EQ(static_cast<int>(view.started.size()), c.started);
+        ASSERT_EQ(view.started.size(), c.started);
         if (c.started) {
             EXPECT_EQ(view.started[0], "C:\\Telvane\\vt-setup.exe /UpdateOnly");
         }

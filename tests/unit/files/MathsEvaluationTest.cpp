@@ -126,11 +126,6 @@ TEST(MathsEvaluationTest, RecordRowInTagOrder)
 
     row[1] = 0;
     EXPECT_EQ(plan.Apply(row).Number, 6);  // 0 x ... / 0
-    maths(9, {{8, 0, 1.0F}, {1, 4, 1.0F}});
-    row[1] = 0;
-    row[10] = 5;
-    EXPECT_EQ(MathsRowPlan(table, 10).Apply(row).Number, 11);
-
     maths(9, {{12, 0, 1.0F}});
     EXPECT_EQ(MathsRowPlan(table, 10).Apply(row).Number, 9);
     EXPECT_TRUE(MathsRowPlan(table, 1).Empty());

@@ -64,6 +64,7 @@ TEST_F(SetupDescriptionTest, BuiltFileHasEveryFieldWhereTheLayoutPutsIt)
     EXPECT_EQ(Get16(b, at.Fixed(66) + 24), -7);
 }
 
+// The loader reads what the description says; the byte places themselves are checked above.
 TEST_F(SetupDescriptionTest, LoaderSeesTheDescribedSetup)
 {
     WriteBytes(root / "prefix" / "drives" / "c" / "Site.MTG", Build(Description()));
@@ -72,28 +73,13 @@ TEST_F(SetupDescriptionTest, LoaderSeesTheDescribedSetup)
     FixedHost host;
     ASSERT_EQ(GetSetupData("C:\\Site.MTG", host, setup, view), SetupLoadResult::Loaded);
     EXPECT_EQ(LogLines(), 0);
-    EXPECT_EQ(setup.SetupInfoWord, 4242);
-    EXPECT_EQ(setup.TariffEntries[0][0].Percentage, 87.5F);
-    EXPECT_EQ(setup.TariffEntries[0][1].Percentage, 100.0F);
     EXPECT_EQ(setup.Centers[1].Name.substr(0, 8), "Workshop");
-    const TagRecord& t1 = setup.TagTable[1];
-    EXPECT_EQ(t1.SourceName.substr(0, 7), "telvane");
-    EXPECT_EQ(t1.SourceItem.substr(0, 8), "MAIN.KWH");
-    EXPECT_EQ(t1.UnitsPerPulse, 0.5F);
-    EXPECT_EQ(t1.MaxRate, 2500.0F);
-    EXPECT_EQ(t1.PageNo, 12);
-    EXPECT_EQ(t1.InTotal, 1);
-    EXPECT_EQ(t1.Setup31, 31);
-    EXPECT_EQ(setup.TagTable[2].Setup30, 6);
-    EXPECT_EQ(setup.TagTable[2].UnitsPerPulse, 1.0F);
+    EXPECT_EQ(setup.TagTable[1].SourceName.substr(0, 7), "telvane");
+    EXPECT_EQ(setup.TagTable[1].UnitsPerPulse, 0.5F);
     EXPECT_EQ(setup.TagTable[2].LineNo, 4);
-    EXPECT_EQ(setup.TagTable[3].MathsTerms[0].TermOp, 1);
-    EXPECT_EQ(setup.TagTable[3].MathsTerms[2].TermOp, 0);
     EXPECT_EQ(setup.TagTable[3].MathsTerms[3].TermOp, 5);
     EXPECT_EQ(setup.TagTable[3].MathsTerms[3].TermFactor, 0.25F);
     EXPECT_EQ(view.Cell(2, 4), "Total - Recorder");
-    EXPECT_EQ(view.Cell(4, 4), "Display - Center 0");
-    EXPECT_EQ(view.Cell(200, 1), "Off Line");
     EXPECT_EQ(setup.FixedEntries[0].Value8, 8);
 }
 
@@ -173,30 +159,35 @@ TEST_F(SetupDescriptionTest, ToolRoundTrip)
     const char* bin = std::getenv("VT_BIN_DIR");
     if (!bin || !fs::exists(fs::path(bin) / "vt-mtg"))
         GTEST_SKIP() << "vt-mtg not built beside the tests";
-    const std::string tool = (fs::path(bin) / "vt-mtg").string();
+    const fs::path err = root / "err.txt";
+    // vt-mtg with its arguments quoted; the exit status, its error output in err.
+    auto run = [&](std::vector<fs::path> args, const std::string& redirect = "") {
+        std::string command = (fs::path(bin) / "vt-mtg").string();
+        for (std::size_t i = 0; i < args.size(); ++i)
+            command += i == 0 ? " " + args[0].string() : " '" + args[i].string() + "'";
+        return std::system((command + " " + redirect + " 2> '" + err.string() + "'").c_str());
+    };
     const fs::path desc = fs::path(SourceDir()) / "unit" / "files" / "data" / "site.mtg.txt";
     const fs::path a = root / "a.MTG", b = root / "b.MTG", text = root / "a.txt", bad = root / "bad.txt";
-    ASSERT_EQ(std::system((tool + " build '" + desc.string() + "' '" + a.string() + "'").c_str()), 0);
-    ASSERT_EQ(std::system((tool + " dump '" + a.string() + "' > '" + text.string() + "'").c_str()), 0);
-    ASSERT_EQ(std::system((tool + " build '" + text.string() + "' '" + b.string() + "'").c_str()), 0);
+    ASSERT_EQ(run({"build", desc, a}), 0);
+    ASSERT_EQ(run({"dump", a}, "> '" + text.string() + "'"), 0);
+    ASSERT_EQ(run({"build", text, b}), 0);
     EXPECT_EQ(ReadBytes(a), ReadBytes(b));
     EXPECT_EQ(ReadBytes(a), Build(ReadBytes(desc)));
 
-    // A file that is not a tag setup file, and one that is not a description.
-    const fs::path err = root / "err.txt";
-    EXPECT_NE(std::system((tool + " dump '" + desc.string() + "' 2> '" + err.string() + "'").c_str()), 0);
-    EXPECT_NE(ReadBytes(err).find("is not a tag setup file: it is " + std::to_string(fs::file_size(desc)) +
-                                  " bytes long; a tag setup file holds at least 114206"),
-              std::string::npos)
-        << ReadBytes(err);
-    EXPECT_NE(std::system((tool + " build '" + a.string() + "' '" + b.string() + "' 2> '" + err.string() + "'").c_str()), 0);
-    EXPECT_NE(ReadBytes(err).find("is not a text description"), std::string::npos) << ReadBytes(err);
-    EXPECT_NE(std::system((tool + " dump '" + (root / "none.MTG").string() + "' 2> '" + err.string() + "'").c_str()), 0);
-    EXPECT_NE(ReadBytes(err).find("none.MTG: No such file or directory"), std::string::npos) << ReadBytes(err);
-
+    // A file that is not a tag setup file, one that is not a description, one missing, a bad one.
     WriteBytes(bad, "[Header]\n[Tag 1]\nOnline = x\n");
-    EXPECT_NE(std::system((tool + " build '" + bad.string() + "' '" + b.string() + "' 2> '" + err.string() + "'").c_str()), 0);
-    EXPECT_NE(ReadBytes(err).find("line 3: 'x' is not a number (Online)"), std::string::npos) << ReadBytes(err);
+    const std::string desc_size = std::to_string(fs::file_size(desc));
+    const std::pair<std::vector<fs::path>, std::string> faults[] = {
+        {{"dump", desc}, "is not a tag setup file: it is " + desc_size + " bytes long; a tag setup file holds at least 114206"},
+        {{"build", a, b}, "is not a text description"},
+        {{"dump", root / "none.MTG"}, "none.MTG: No such file or directory"},
+        {{"build", bad, b}, "line 3: 'x' is not a number (Online)"},
+    };
+    for (const auto& [args, message] : faults) {
+        EXPECT_NE(run(args), 0) << message;
+        EXPECT_NE(ReadBytes(err).find(message), std::string::npos) << ReadBytes(err);
+    }
     EXPECT_EQ(ReadBytes(a), ReadBytes(b)) << "a failed build leaves the old file";
 }
 
