@@ -1,6 +1,6 @@
 #pragma once
-// The one QApplication of the ui tests (offscreen), a recording MonitorCommands, and a helper that
-// answers the next modal box.
+// The one offscreen QApplication of the ui tests, a recording MonitorCommands, and a helper that
+// answers the next modal window.
 #include <cstdlib>
 #include <functional>
 #include <string>
@@ -17,19 +17,13 @@ inline QApplication& UiApp() {
     static int argc = 1;
     static char name[] = "test_ui";
     static char* argv[] = {name, nullptr};
-    static QApplication* app = [] {
-        setenv("QT_QPA_PLATFORM", "offscreen", 1);
-        return new QApplication(argc, argv);
-    }();
+    static QApplication* app = (setenv("QT_QPA_PLATFORM", "offscreen", 1), new QApplication(argc, argv));
     return *app;
 }
 
 class FakeCommands : public MonitorCommands {
 public:
-    bool QueryClose() override {
-        Calls.push_back("QueryClose");
-        return AllowClose;
-    }
+    bool QueryClose() override { return Calls.push_back("QueryClose"), AllowClose; }
     void RequestExit() override { Calls.push_back("RequestExit"); }
     void ReloadSetup() override { Calls.push_back("ReloadSetup"); }
     void StartSetupProgram() override { Calls.push_back("StartSetupProgram"); }
@@ -42,24 +36,22 @@ public:
     std::vector<std::string> Calls;
 };
 
-// Runs the event loop for ms milliseconds.
 inline void Pump(int ms) {
     QEventLoop loop;
     QTimer::singleShot(ms, &loop, &QEventLoop::quit);
     loop.exec();
 }
 
-// Once a modal window appears, hands it to act (which should close it). Polls, since the
-// window only appears inside the exec() that the test then calls.
+// Hands the next modal window to act (which closes it). Polls, since the window appears only
+// inside the exec() the test calls next.
 inline void WhenModalAppears(std::function<void(QWidget*)> act) {
     auto* poll = new QTimer;
-    poll->setInterval(10);
     QObject::connect(poll, &QTimer::timeout, [poll, act] {
         if (QWidget* modal = QApplication::activeModalWidget()) {
-            poll->stop();
             poll->deleteLater();
+            poll->stop();
             act(modal);
         }
     });
-    poll->start();
+    poll->start(10);
 }

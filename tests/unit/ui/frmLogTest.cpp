@@ -32,42 +32,34 @@ protected:
     TempPrefix prefix;
 };
 
-TEST_F(frmLogTest, ListKeepsTheNewestThousandLinesAndTheFileKeepsAll) {
+TEST_F(frmLogTest, ListKeepsTheNewestThousandLinesTheFileKeepsAllClearAndExitEmptyTheList) {
     frmLog log;
+    EXPECT_EQ(log.windowTitle(), "Log");
+    EXPECT_EQ(log.mnuFClear()->text(), "&Clear");
+    EXPECT_EQ(log.mnuFExit()->text(), "E&xit");
     EXPECT_EQ(frmLog::LogFile(), prefix.ProgramDir().string() + "\\test_ui_LogForm.txt");
     for (int i = 1; i <= 1001; ++i) log.AddLog("line " + std::to_string(i));
+    EXPECT_FALSE(log.isVisible());
 
     QListWidget* list = log.lstLog();
     ASSERT_EQ(list->count(), 1000);
     const std::regex general(R"(\d\d/\d\d/\d{4} \d\d:\d\d:\d\d\. line 1001)");
     EXPECT_TRUE(std::regex_match(list->item(0)->text().toStdString(), general)) << list->item(0)->text().toStdString();
     EXPECT_TRUE(list->item(999)->text().endsWith(". line 2"));
-
-    const std::vector<std::string> lines = FileLines();
+    std::vector<std::string> lines = FileLines();
     ASSERT_EQ(lines.size(), 1001u);
-    const std::regex stamped(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - line 1\r)");
-    EXPECT_TRUE(std::regex_match(lines.front(), stamped)) << lines.front();
+    EXPECT_TRUE(std::regex_match(lines.front(), std::regex(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - line 1\r)"))) << lines[0];
     EXPECT_EQ(lines.back().substr(17), " - line 1001\r");
-    EXPECT_FALSE(log.isVisible());
-}
 
-TEST_F(frmLogTest, ClearKeepsTheFileAndExitStartsAfresh) {
-    frmLog log;
-    EXPECT_EQ(log.windowTitle(), "Log");
-    EXPECT_EQ(log.mnuFClear()->text(), "&Clear");
-    EXPECT_EQ(log.mnuFExit()->text(), "E&xit");
-    log.AddLog("one");
-    log.AddLog("two");
     log.mnuFClear()->trigger();
-    EXPECT_EQ(log.lstLog()->count(), 0);
-
+    EXPECT_EQ(list->count(), 0);
     log.show();
     log.mnuFExit()->trigger();
     EXPECT_FALSE(log.isVisible());
     EXPECT_FALSE(log.Loaded());
-    log.AddLog("three");
-    EXPECT_EQ(log.lstLog()->count(), 1);
-    EXPECT_EQ(FileLines().size(), 3u);
+    log.AddLog("after exit");
+    EXPECT_EQ(list->count(), 1);
+    EXPECT_EQ(FileLines().size(), 1002u);
 }
 
 TEST_F(frmLogTest, ListFillsTheWindowFromItsFirstShowDownToTheMinimumSize) {
