@@ -27,22 +27,6 @@ TEST(CommandLineSwitchesTest, FoundAnywhereWithoutRegardToCase) {
     }
 }
 
-TEST_F(MonitorTest, StageOneSetsFlagsPathsAndShowsPleaseWait) {
-    Load();
-    EXPECT_EQ(monitor->State.StartingUp, 1);
-    EXPECT_EQ(monitor->State.DataOkFlag, 0);
-    EXPECT_EQ(monitor->ExitRequested, 0);
-    EXPECT_DOUBLE_EQ(monitor->LastScanTime, MonitorTestStart());
-    EXPECT_EQ(monitor->SetupIniFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
-    EXPECT_EQ(monitor->SetupMtgFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
-    EXPECT_EQ(view.Visible[MenuItem::mnuLog], false);
-    EXPECT_EQ(view.Checked[MenuItem::mnuLWindowsSocket], false);
-    EXPECT_EQ(view.Calls.front(), "CloseLogWindow");
-    EXPECT_EQ(view.Calls.back(), "ShowWait Please wait while loading");
-    // Nothing of stage 2 yet.
-    EXPECT_EQ(view.GridRows, -1);
-}
-
 TEST_F(MonitorTest, SettingsFileOfAnOlderInstallationIsMovedBeforeItIsRead) {
     std::filesystem::remove(LocalPath(SetupFolderText + std::string("\\VoltarisSetup.ini")));
     HostFixture::WriteFile(host.PrefixDir() / "windows" / "Voltaris.ini", "[general]\r\ntimer1scan=10\r\n");
@@ -52,11 +36,21 @@ TEST_F(MonitorTest, SettingsFileOfAnOlderInstallationIsMovedBeforeItIsRead) {
     EXPECT_FALSE(std::filesystem::exists(host.PrefixDir() / "windows" / "Voltaris.ini"));
 }
 
-TEST_F(MonitorTest, FirstTickRunsStageTwoOnceAndNothingElse) {
+TEST_F(MonitorTest, StageOneThenTheFirstTickRunsStageTwoOnceAndNothingElse) {
     WriteSettings(std::string(DefaultSettings) + "errorlog=yes\r\nDiagFile=C:\\diag.txt\r\n");
     host.State().SetReading(HostTable::Tags, 0, 42.5f);
     const uint32_t refreshesBefore = host.State().ReadInputModuleCount();
     Load();
+    EXPECT_EQ(monitor->State.StartingUp, 1);
+    EXPECT_EQ(monitor->State.DataOkFlag, 0);
+    EXPECT_EQ(monitor->ExitRequested, 0);
+    EXPECT_DOUBLE_EQ(monitor->LastScanTime, MonitorTestStart());
+    EXPECT_EQ(monitor->SetupIniFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
+    EXPECT_EQ(monitor->SetupMtgFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
+    // The Log menu hidden and its socket item unchecked, not merely never shown.
+    ASSERT_TRUE(view.Visible.count(MenuItem::mnuLog) && view.Checked.count(MenuItem::mnuLWindowsSocket));
+    EXPECT_FALSE(view.Visible[MenuItem::mnuLog] || view.Checked[MenuItem::mnuLWindowsSocket]);
+    EXPECT_EQ(view.Calls, (std::vector<std::string>{"CloseLogWindow", "ShowWait Please wait while loading"}));
     int stage2Hooks = 0;
     monitor->SetStage2Hook([&] { ++stage2Hooks; });
     // A tick that arrives while stage 2 lets events run must not start it again.
