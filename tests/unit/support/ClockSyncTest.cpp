@@ -148,3 +148,17 @@ TEST_F(ClockSyncTest, RefusedClockChangeIsLoggedAndReportsNoMove) {
     const std::string errors = TempPrefix::Read(LocalPath(clsLog().ErrFile()));
     EXPECT_NE(errors.find("clsClockSync,Update,,70,Permission denied"), std::string::npos) << errors;
 }
+
+TEST_F(ClockSyncTest, WindowIsFiveMinutesEitherSideOfTheHour) {
+    sync.InputTag(1);
+    struct Case {
+        int minute, second;
+        double moved;
+    };
+    float reading = 1;
+    for (const Case& c : {Case{5, 59, -(5 * 60 + 59)}, Case{6, 0, 0}, Case{54, 59, 0}, Case{55, 0, 5 * 60}}) {
+        At(2026, 11, 19, 10, c.minute, c.second);
+        EXPECT_EQ(Pulse(reading, reading + 1), c.moved) << c.minute << ":" << c.second;
+        reading += 1;  // arming with the last reading is no pulse
+    }
+}
