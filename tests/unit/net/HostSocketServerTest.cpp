@@ -21,6 +21,8 @@
 
 namespace {
 
+using Lines = std::vector<std::string>;
+
 // Runs the server's events until pred holds or the time is up.
 bool PumpUntil(const std::function<bool()>& pred, int timeoutMs = 3000) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
@@ -32,10 +34,6 @@ bool PumpUntil(const std::function<bool()>& pred, int timeoutMs = 3000) {
     return true;
 }
 
-void Pump(int ms) {
-    PumpUntil([] { return false; }, ms);
-}
-
 // A port nobody listens on right now.
 int FreePort() {
     QTcpServer probe;
@@ -43,12 +41,10 @@ int FreePort() {
     return probe.serverPort();
 }
 
-// A plain blocking-connect loopback client that reads without blocking, so the test thread can
-// keep the server's event loop running while it waits.
+// A loopback client that reads without blocking, so the test keeps the server's event loop running.
 class Client {
 public:
-    explicit Client(int port) {
-        fd_ = ::socket(AF_INET, SOCK_STREAM, 0);
+    explicit Client(int port) : fd_(::socket(AF_INET, SOCK_STREAM, 0)) {
         sockaddr_in addr{};
         addr.sin_family = AF_INET;
         addr.sin_port = htons(static_cast<uint16_t>(port));
@@ -56,93 +52,70 @@ public:
         connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
         fcntl(fd_, F_SETFL, fcntl(fd_, F_GETFL) | O_NONBLOCK);
     }
-    ~Client() { Close(); }
+    ~Client() { ::close(fd_); }
     Client(const Client&) = delete;
-    Client& operator=(const Client&) = delete;
 
     bool Connected() const { return connected_; }
-    void Send(std::string_view text) { ASSERT_EQ(::send(fd_, text.data(), text.size(), MSG_NOSIGNAL), static_cast<ssize_t>(text.size())); }
-    // Takes whatever has arrived so far.
+    void Send(std::string_view text) { ASSERT_EQ(::send(fd_, text.data(), text.size(), MSG_NOSIGNAL), ssize_t(text.size())); }
+    // What has arrived so far; notes the end of the connection.
     std::string Drain() {
-        char buf[4096];
-        while (true) {
-            const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
-            if (n > 0) {
-                received_.append(buf, static_cast<size_t>(n));
-            } else {
-                if (n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) eof_ = true;
-                break;
-            }
-        }
         std::string out;
-        out.swap(received_);
+        char buf[4096];
+        ssize_t n;
+        while ((n = ::recv(fd_, buf, sizeof buf, 0)) > 0) out.append(buf, static_cast<size_t>(n));
+        if (n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) eof_ = true;
         return out;
     }
-    // Waits for at least `bytes` bytes (or the end of the connection).
-    std::string Receive(size_t bytes, int timeoutMs = 3000) {
+    // Waits for `bytes` bytes or the end of the connection.
+    std::string Receive(size_t bytes) {
         std::string got;
-        PumpUntil([&] { got += Drain(); return got.size() >= bytes || eof_; }, timeoutMs);
+        PumpUntil([&] { return (got += Drain()).size() >= bytes || eof_; });
         return got;
     }
-    bool WaitClosedByServer(int timeoutMs = 3000) {
-        return PumpUntil([&] { Drain(); return eof_; }, timeoutMs);
-    }
-    void Close() {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = -1;
-    }
+    std::string Ask(std::string_view request, size_t replyBytes) { return Send(request), Receive(replyBytes); }
+    bool WaitClosedByServer() { return PumpUntil([&] { return Drain(), eof_; }); }
     // Closes with a reset instead of an orderly shutdown.
     void Reset() {
         linger l{1, 0};
         setsockopt(fd_, SOL_SOCKET, SO_LINGER, &l, sizeof l);
-        Close();
     }
 
 private:
-    int fd_ = -1;
+    int fd_;
     bool connected_ = false;
     bool eof_ = false;
-    std::string received_;
 };
 
 class HostSocketServerTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        if (!QCoreApplication::instance()) {
-            static int argc = 1;
-            static char name[] = "test_net";
-            static char* argv[] = {name, nullptr};
-            new QCoreApplication(argc, argv);  // lives for the whole test program
-        }
+        static int argc = 1;
+        static char name[] = "test_net";
+        static char* argv[] = {name, nullptr};
+        if (!QCoreApplication::instance()) new QCoreApplication(argc, argv);  // lives for the whole program
     }
-
     HostSocketServerTest() : tags(200) {
         std::filesystem::create_directories(JobSetup());
         tags.values[3] = {1234.567f, 12.25f, 99.0f};
     }
     std::filesystem::path JobSetup() const { return prefix.Root() / "Job1" / "Setup"; }
-    std::filesystem::path IniFile() const { return JobSetup() / "WinSockets.ini"; }
-    void WriteSettings(int port, const std::string& extra = "") {
-        TempPrefix::Write(IniFile(), "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(port) + "\r\n" + extra);
+    void WriteSettings(int p, const std::string& extra = "") {
+        TempPrefix::Write(JobSetup() / "WinSockets.ini",
+                          "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(p) + "\r\n" + extra);
     }
+    void Open(HostSocketServer& s) { s.OpenHostSocket(JobSetup().string()); }
     HostSocketServer& Start(SocketLimits limits = {}) {
-        port = FreePort();
-        WriteSettings(port);
+        WriteSettings(port = FreePort());
         server = std::make_unique<HostSocketServer>(tags, trace, limits);
-        server->OpenHostSocket(JobSetup().string());
+        Open(*server);
         EXPECT_TRUE(server->IsListening());
         return *server;
     }
+    bool Connections(size_t n) {
+        return PumpUntil([&] { return server->ConnectionElements().size() == n; });
+    }
     bool HasTrace(const std::string& line) const {
         return std::find(trace.lines.begin(), trace.lines.end(), line) != trace.lines.end();
-    }
-    // The label the server gave the connection that sent this request ("Received: ... (label)").
-    std::string LabelOf(const std::string& request) const {
-        const std::string head = "Received: " + request + " from 127.0.0.1(";
-        for (const std::string& line : trace.lines) {
-            if (line.starts_with(head)) return line.substr(head.size(), line.size() - head.size() - 1);
-        }
-        return "";
     }
     std::string MainLog() const { return TempPrefix::Read(prefix.ProgramDir() / "voltamon.log"); }
 
@@ -155,135 +128,92 @@ protected:
 
 TEST_F(HostSocketServerTest, ServesReadsAndSetsOnOneConnectionAndTracesEachStep) {
     Start();
-    Client client(port);
-    ASSERT_TRUE(client.Connected());
+    auto client = std::make_unique<Client>(port);
+    ASSERT_TRUE(client->Connected());
+    EXPECT_EQ(client->Ask("[M3];Value", 18), "[M3];Value;1234.57");
+    ASSERT_EQ(trace.lines.size(), 4u);
+    // "Connection request id <label> from 127.0.0.1"
+    const std::string label = trace.lines[1].substr(22, trace.lines[1].size() - 22 - 15);
 
-    client.Send("[M3];Value");
-    EXPECT_EQ(client.Receive(18), "[M3];Value;1234.57");
-
-    client.Send("[M3];Value;1.5");
-    ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Integrated == 1.5f; }));
-    Pump(50);
-    EXPECT_EQ(client.Drain(), "");  // a set is not answered
-
-    for (const std::string bad : {"[M3];Value\n", "[M3]", "[M3];Value;1;2"}) {
-        client.Send(bad);
-        ASSERT_TRUE(PumpUntil([&] { return HasTrace("Received: " + bad + " from 127.0.0.1(" + LabelOf("[M3];Value") + ")"); }));
+    const std::string from = " from 127.0.0.1(" + label + ")";
+    // A set, a read with a line feed, one and four fields: only the read is answered.
+    for (const std::string request : {"[M3];Value;1.5", "[M3];Value\n", "[M3]", "[M3];Value;1;2"}) {
+        client->Send(request);
+        ASSERT_TRUE(PumpUntil([&] { return HasTrace("Received: " + request + from); }));
     }
-    client.Send("[M3];Rate");
-    // Only the line-feed read was answered (with an empty value) before this one.
-    EXPECT_EQ(client.Receive(27), "[M3];Value\n;[M3];Rate;12.25");
+    EXPECT_EQ(client->Ask("[M3];Rate", 27), "[M3];Value\n;[M3];Rate;12.25");
     EXPECT_EQ(tags.values[3].Integrated, 1.5f);
     EXPECT_EQ(tags.writes, 1);
-
-    const std::string label = LabelOf("[M3];Value");
-    ASSERT_FALSE(label.empty());
     EXPECT_EQ(server->ConnectionElements(), std::vector<int>{1});
-    client.Close();
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().empty(); }));
+    client.reset();
+    ASSERT_TRUE(Connections(0));
 
-    const std::vector<std::string> expected{
-        "Listening to port: " + std::to_string(port),
-        "Connection request id " + label + " from 127.0.0.1",
-        "Received: [M3];Value from 127.0.0.1(" + label + ")",
-        "Sending: [M3];Value;1234.57 to 127.0.0.1",
-        "Received: [M3];Value;1.5 from 127.0.0.1(" + label + ")",
-        "Set Data: [M3];Value;1.5 from 127.0.0.1",
-        "Received: [M3];Value\n from 127.0.0.1(" + label + ")",
-        "Sending: [M3];Value\n; to 127.0.0.1",
-        "Received: [M3] from 127.0.0.1(" + label + ")",
-        "Received: [M3];Value;1;2 from 127.0.0.1(" + label + ")",
-        "Received: [M3];Rate from 127.0.0.1(" + label + ")",
-        "Sending: [M3];Rate;12.25 to 127.0.0.1",
-        "Connection " + label + " closed: 127.0.0.1",
-    };
-    EXPECT_EQ(trace.lines, expected);
-}
-
-TEST_F(HostSocketServerTest, TracingOffWritesNoTraceLine) {
-    trace.on = false;
-    Start();
-    {
-        Client client(port);
-        client.Send("[M3];Rate;7");
-        ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 7.0f; }));
-        client.Send("[M3];Rate");
-        EXPECT_EQ(client.Receive(14), "[M3];Rate;7.00");
-    }
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().empty(); }));
-    server->OpenHostSocket(JobSetup().string());
-    EXPECT_TRUE(trace.lines.empty());
+    EXPECT_EQ(trace.lines, (Lines{"Listening to port: " + std::to_string(port),
+                                  "Connection request id " + label + " from 127.0.0.1",
+                                  "Received: [M3];Value" + from, "Sending: [M3];Value;1234.57 to 127.0.0.1",
+                                  "Received: [M3];Value;1.5" + from, "Set Data: [M3];Value;1.5 from 127.0.0.1",
+                                  "Received: [M3];Value\n" + from, "Sending: [M3];Value\n; to 127.0.0.1",
+                                  "Received: [M3]" + from, "Received: [M3];Value;1;2" + from,
+                                  "Received: [M3];Rate" + from, "Sending: [M3];Rate;12.25 to 127.0.0.1",
+                                  "Connection " + label + " closed: 127.0.0.1"}));
 }
 
 TEST_F(HostSocketServerTest, FiftyClientsAtOnceEachGetTheirOwnElementAndAnswers) {
     Start();
-    for (int n = 1; n <= 50; ++n) tags.values[static_cast<size_t>(n)].Rate = static_cast<float>(n) + 0.25f;
     std::vector<std::unique_ptr<Client>> clients;
-    for (int i = 0; i < 50; ++i) {
+    for (int n = 1; n <= 50; ++n) {
+        tags.values[static_cast<size_t>(n)].Rate = static_cast<float>(n) + 0.25f;
         clients.push_back(std::make_unique<Client>(port));
         ASSERT_TRUE(clients.back()->Connected());
-        QCoreApplication::processEvents();
     }
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().size() == 50; }));
-    std::vector<int> expectedElements;
-    for (int i = 1; i <= 50; ++i) expectedElements.push_back(i);
-    EXPECT_EQ(server->ConnectionElements(), expectedElements);
-
+    ASSERT_TRUE(Connections(50));
+    EXPECT_EQ(server->ConnectionElements().back(), 50);  // ascending and distinct: 1 .. 50
     for (int round = 0; round < 3; ++round) {
         for (size_t i = 0; i < clients.size(); ++i) clients[i]->Send("[M" + std::to_string(i + 1) + "];Rate");
         for (size_t i = 0; i < clients.size(); ++i) {
-            const std::string ref = "[M" + std::to_string(i + 1) + "];Rate;";
-            const std::string want = ref + std::to_string(i + 1) + ".25";
+            const std::string want = "[M" + std::to_string(i + 1) + "];Rate;" + std::to_string(i + 1) + ".25";
             EXPECT_EQ(clients[i]->Receive(want.size()), want) << "client " << i << " round " << round;
         }
     }
     clients.clear();
-    EXPECT_TRUE(PumpUntil([&] { return server->ConnectionElements().empty(); }));
+    EXPECT_TRUE(Connections(0));
 }
 
 TEST_F(HostSocketServerTest, ElementOfAClosedConnectionIsReusedWithoutTakingALiveOne) {
     Start();
     auto first = std::make_unique<Client>(port);
     Client second(port), third(port);
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().size() == 3; }));
+    ASSERT_TRUE(Connections(3));
     first.reset();
     ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements() == std::vector<int>{2, 3}; }));
-
     Client fourth(port);
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().size() == 3; }));
+    ASSERT_TRUE(Connections(3));
     EXPECT_EQ(server->ConnectionElements(), (std::vector<int>{1, 2, 3}));
-    for (Client* c : {&second, &third, &fourth}) {
-        c->Send("[M3];Input");
-        EXPECT_EQ(c->Receive(16), "[M3];Input;99.00");
-    }
+    for (Client* c : {&second, &third, &fourth}) EXPECT_EQ(c->Ask("[M3];Input", 16), "[M3];Input;99.00");
 }
 
-TEST_F(HostSocketServerTest, ClientGoneBeforeItsReplyLeavesTheOthersServed) {
+TEST_F(HostSocketServerTest, ClientGoneBeforeItsReplyLeavesTheOthersServedAndTracingOffWritesNothing) {
+    trace.on = false;
     Start();
     Client steady(port);
     for (int i = 0; i < 20; ++i) {
         Client leaving(port);
         leaving.Send("[M3];Value");
-        if (i % 2) {
-            leaving.Reset();
-        } else {
-            leaving.Close();
-        }
-        Pump(2);
+        if (i % 2) leaving.Reset();
     }
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().size() == 1; }));
-    steady.Send("[M3];Rate");
-    EXPECT_EQ(steady.Receive(15), "[M3];Rate;12.25");
+    ASSERT_TRUE(Connections(1));
+    steady.Send("[M3];Rate;7");
+    ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 7.0f; }));
+    EXPECT_EQ(steady.Ask("[M3];Rate", 14), "[M3];Rate;7.00");
     EXPECT_TRUE(server->IsListening());
+    Open(*server);
+    EXPECT_TRUE(trace.lines.empty());
 }
 
 TEST_F(HostSocketServerTest, ConnectionsBeyondTheCapAndOversizedRequestsAreCut) {
-    SocketLimits limits;
-    limits.MaxConnections = 2;
-    limits.MaxRequestBytes = 64;
-    Start(limits);
+    Start(SocketLimits{.MaxConnections = 2, .MaxRequestBytes = 64, .MaxPendingReplyBytes = 65536});
     Client a(port), b(port);
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().size() == 2; }));
+    ASSERT_TRUE(Connections(2));
     Client refused(port);
     EXPECT_TRUE(refused.WaitClosedByServer());
     EXPECT_EQ(server->ConnectionElements().size(), 2u);
@@ -291,47 +221,38 @@ TEST_F(HostSocketServerTest, ConnectionsBeyondTheCapAndOversizedRequestsAreCut) 
     a.Send("[M3];Value;" + std::string(100, '1'));
     EXPECT_TRUE(a.WaitClosedByServer());
     EXPECT_EQ(tags.writes, 0);
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().size() == 1; }));
-
-    b.Send("[M3];Rate");
-    EXPECT_EQ(b.Receive(15), "[M3];Rate;12.25");
-    Client later(port);
-    later.Send("[M3];Rate");
-    EXPECT_EQ(later.Receive(15), "[M3];Rate;12.25");
+    ASSERT_TRUE(Connections(1));
+    EXPECT_EQ(b.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+    EXPECT_EQ(Client(port).Ask("[M3];Rate", 15), "[M3];Rate;12.25");
 }
 
-TEST_F(HostSocketServerTest, SecondOpenClosesConnectionsAndListensOnTheNewPort) {
+TEST_F(HostSocketServerTest, SecondOpenClosesConnectionsAndListensAgain) {
     Start();
     const int oldPort = port;
     Client old(oldPort);
-    ASSERT_TRUE(PumpUntil([&] { return server->ConnectionElements().size() == 1; }));
+    ASSERT_TRUE(Connections(1));
     trace.lines.clear();
 
-    const int newPort = FreePort();
-    WriteSettings(newPort);
-    server->OpenHostSocket(JobSetup().string());
+    WriteSettings(port = FreePort());
+    Open(*server);
     EXPECT_TRUE(server->IsListening());
-    EXPECT_EQ(server->LocalPort(), newPort);
+    EXPECT_EQ(server->LocalPort(), port);
     EXPECT_TRUE(server->ConnectionElements().empty());
     EXPECT_TRUE(old.WaitClosedByServer());
     ASSERT_EQ(trace.lines.size(), 2u);
     EXPECT_TRUE(trace.lines[0].starts_with("Connection ") && trace.lines[0].ends_with(" closed: 127.0.0.1"));
-    EXPECT_EQ(trace.lines[1], "Listening to port: " + std::to_string(newPort));
-
+    EXPECT_EQ(trace.lines[1], "Listening to port: " + std::to_string(port));
     EXPECT_FALSE(Client(oldPort).Connected());
-    {
-        Client fresh(newPort);
-        fresh.Send("[M3];Value");
-        EXPECT_EQ(fresh.Receive(18), "[M3];Value;1234.57");
-        // The usual case: settings re-read with the port unchanged, while a client is connected.
-        server->OpenHostSocket(JobSetup().string());
-        EXPECT_TRUE(fresh.WaitClosedByServer());
-    }
-    EXPECT_TRUE(server->IsListening());
-    Client again(newPort);
-    again.Send("[M3];Value");
-    EXPECT_EQ(again.Receive(18), "[M3];Value;1234.57");
 
+    // The usual case: settings re-read with the port unchanged while a client is connected.
+    Client fresh(port);
+    EXPECT_EQ(fresh.Ask("[M3];Value", 18), "[M3];Value;1234.57");
+    Open(*server);
+    EXPECT_TRUE(fresh.WaitClosedByServer());
+    Client again(port);
+    EXPECT_EQ(again.Ask("[M3];Value", 18), "[M3];Value;1234.57");
+
+    // Shutdown closes everything without a trace.
     trace.lines.clear();
     server->CloseHostSocket();
     EXPECT_FALSE(server->IsListening());
@@ -342,47 +263,36 @@ TEST_F(HostSocketServerTest, SecondOpenClosesConnectionsAndListensOnTheNewPort) 
 TEST_F(HostSocketServerTest, PortThatCannotBeOpenedIsOneLogLineAndNotListening) {
     QTcpServer occupant;
     ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost, 0));
-    port = occupant.serverPort();
-    WriteSettings(port);
+    WriteSettings(port = occupant.serverPort());
     HostSocketServer s(tags, trace);
-    s.OpenHostSocket(JobSetup().string());
+    Open(s);
     EXPECT_FALSE(s.IsListening());
     EXPECT_EQ(s.LocalPort(), port);
-    EXPECT_EQ(trace.lines, std::vector<std::string>{"Error Opening port: " + std::to_string(port)});
+    EXPECT_EQ(trace.lines, Lines{"Error Opening port: " + std::to_string(port)});
     const std::string log = MainLog();
     EXPECT_NE(log.find(" - OpenHostSocket, Error 10048. "), std::string::npos) << log;
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1);
 
     WriteSettings(70000);
-    s.OpenHostSocket(JobSetup().string());
+    Open(s);
     EXPECT_FALSE(s.IsListening());
     EXPECT_EQ(s.LocalPort(), 70000);
     EXPECT_NE(MainLog().find(" - OpenHostSocket, Error 380. Invalid property value\r\n"), std::string::npos);
 }
 
 TEST_F(HostSocketServerTest, ListenAddressSettingChoosesTheInterface) {
-    port = FreePort();
-    WriteSettings(port, "ListenAddress=not-an-address\r\n");
     HostSocketServer s(tags, trace);
-    s.OpenHostSocket(JobSetup().string());
-    // A setting that names no address falls back to loopback, reported once.
-    EXPECT_TRUE(s.IsListening());
-    EXPECT_NE(MainLog().find("OpenHostSocket, Error 5. Invalid listen address not-an-address"), std::string::npos);
-    {
-        Client c(port);
-        c.Send("[M3];Rate");
-        EXPECT_EQ(c.Receive(15), "[M3];Rate;12.25");
+    // A setting that names no address falls back to loopback, reported once; "*" is every address,
+    // where the peer is still shown as plain IPv4.
+    for (const char* address : {"not-an-address", "*"}) {
+        trace.lines.clear();
+        WriteSettings(port = FreePort(), "ListenAddress=" + std::string(address) + "\r\n");
+        Open(s);
+        EXPECT_TRUE(s.IsListening());
+        EXPECT_EQ(Client(port).Ask("[M3];Rate", 15), "[M3];Rate;12.25") << address;
+        EXPECT_TRUE(HasTrace("Sending: [M3];Rate;12.25 to 127.0.0.1")) << address;
     }
-
-    port = FreePort();
-    WriteSettings(port, "ListenAddress=*\r\n");
-    s.OpenHostSocket(JobSetup().string());
-    EXPECT_TRUE(s.IsListening());
-    Client c(port);
-    c.Send("[M3];Rate");
-    EXPECT_EQ(c.Receive(15), "[M3];Rate;12.25");
-    // The peer is shown as plain IPv4 even on the dual-stack socket.
-    EXPECT_TRUE(HasTrace("Sending: [M3];Rate;12.25 to 127.0.0.1"));
+    EXPECT_NE(MainLog().find("OpenHostSocket, Error 5. Invalid listen address not-an-address"), std::string::npos);
 }
 
 }  // namespace

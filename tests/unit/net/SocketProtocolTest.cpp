@@ -2,41 +2,23 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "net/ParseMeterRef.h"
 #include "unit/net/NetFakes.h"
 
 namespace {
 
-TEST(ParseMeterRefTest, OnlyUpperCaseBracketMStartsAReference) {
-    EXPECT_EQ(ParseMeterRef("[M3]"), 3);
-    EXPECT_EQ(ParseMeterRef("[m3]"), 0);
-    EXPECT_EQ(ParseMeterRef("M3"), 0);
-    EXPECT_EQ(ParseMeterRef(" [M3]"), 0);
-    EXPECT_EQ(ParseMeterRef(""), 0);
-    EXPECT_EQ(ParseMeterRef("[M0]"), 0);
-    EXPECT_EQ(ParseMeterRef("[M]"), 0);
-    EXPECT_EQ(ParseMeterRef("[Mabc]"), 0);
-}
-
-TEST(ParseMeterRefTest, EveryBracketAndBlankIsIgnoredAndHalvesRoundToEven) {
-    EXPECT_EQ(ParseMeterRef("[M 3]"), 3);
-    EXPECT_EQ(ParseMeterRef("[M\t3\n]"), 3);
-    EXPECT_EQ(ParseMeterRef("[M]3]"), 3);
-    EXPECT_EQ(ParseMeterRef("[M3"), 3);
-    EXPECT_EQ(ParseMeterRef("[M1[M2]"), 12);
-    EXPECT_EQ(ParseMeterRef("[M3.4]"), 3);
-    EXPECT_EQ(ParseMeterRef("[M2.5]"), 2);
-    EXPECT_EQ(ParseMeterRef("[M3.5]"), 4);
-    EXPECT_EQ(ParseMeterRef("[M12x]"), 12);
-    EXPECT_EQ(ParseMeterRef("[M-4]"), -4);
-    // A single pass: "[[MM" keeps the "[M" its removal leaves behind, which stops the number.
-    EXPECT_EQ(ParseMeterRef("[M[[MM5]"), 0);
-}
-
-TEST(ParseMeterRefTest, NumbersBeyondThirtyTwoBitsNameNoTag) {
-    EXPECT_EQ(ParseMeterRef("[M2147483647]"), 2147483647);
-    EXPECT_EQ(ParseMeterRef("[M2147483648]"), 0);
-    EXPECT_EQ(ParseMeterRef("[M1e300]"), 0);
+TEST(ParseMeterRefTest, UpperCaseBracketMThenANumberRoundedHalvesToEven) {
+    const std::vector<std::pair<std::string_view, int32_t>> cases{
+        {"[M3]", 3}, {"[m3]", 0}, {"M3", 0}, {" [M3]", 0}, {"", 0}, {"[M0]", 0}, {"[M]", 0}, {"[Mabc]", 0},
+        // Every "[M" and "]" is removed, blanks are ignored, the number read as far as it goes.
+        {"[M 3]", 3}, {"[M\t3\n]", 3}, {"[M]3]", 3}, {"[M3", 3}, {"[M1[M2]", 12}, {"[M12x]", 12}, {"[M-4]", -4},
+        {"[M3.4]", 3}, {"[M2.5]", 2}, {"[M3.5]", 4},
+        // A single pass: "[[MM" keeps the "[M" its removal leaves behind, which stops the number.
+        {"[M[[MM5]", 0},
+        {"[M2147483647]", 2147483647}, {"[M2147483648]", 0}, {"[M1e300]", 0}};
+    for (const auto& [field, tagNo] : cases) EXPECT_EQ(ParseMeterRef(field), tagNo) << field;
 }
 
 class SocketProtocolTest : public ::testing::Test {
@@ -46,102 +28,58 @@ protected:
         tags.values[200] = {7, 8, 9};
     }
     RequestOutcome Serve(std::string_view request) { return HandleRequest(request, "10.1.2.3", "17", tags); }
-    std::string Reply(std::string_view request) {
-        const RequestOutcome out = Serve(request);
-        EXPECT_TRUE(out.Reply.has_value()) << request;
-        return out.Reply.value_or("<none>");
-    }
 
     FakeTagValues tags;
 };
 
-TEST_F(SocketProtocolTest, ReadAnswersTheRequestWithTheFieldToTwoDecimals) {
-    EXPECT_EQ(Reply("[M3];Value"), "[M3];Value;1234.57");
-    EXPECT_EQ(Reply("[M3];Rate"), "[M3];Rate;12.25");
-    EXPECT_EQ(Reply("[M3];Input"), "[M3];Input;-0.50");
-    EXPECT_EQ(Reply("[M4];Value"), "[M4];Value;0.00");
-    EXPECT_EQ(Reply("[M200];Input"), "[M200];Input;9.00");
-    // Any reference form that addresses tag 3 is echoed exactly as sent.
-    EXPECT_EQ(Reply("[M]3 ];Rate"), "[M]3 ];Rate;12.25");
+TEST_F(SocketProtocolTest, ReadAnswersTheRequestThenTheFieldToTwoDecimalsOrNothing) {
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"[M3];Value", "1234.57"}, {"[M3];Rate", "12.25"}, {"[M3];Input", "-0.50"}, {"[M4];Value", "0.00"},
+        {"[M200];Input", "9.00"}, {"[M]3 ];Rate", "12.25"}, {"[M3.5];Value", "0.00"},
+        // No tag, or no such keyword (exact case, no blanks, a line end belongs to the keyword).
+        {"[m3];Value", ""}, {"[M0];Rate", ""}, {"[M-3];Rate", ""}, {"[M201];Rate", ""}, {"[M3];value", ""},
+        {"[M3];Volume", ""}, {"[M3]; Value", ""}, {";", ""}, {"[M3];Value\n", ""}, {"[M3];Value\r\n", ""},
+        {"[M3];Valu\xe9", ""}, {std::string("[M3]\0;Rate", 10), "12.25"}};
+    for (const auto& [request, value] : cases) {
+        const RequestOutcome out = Serve(request);
+        EXPECT_EQ(out.Reply, request + ";" + value) << request;
+        EXPECT_EQ(out.Trace, (std::vector<std::string>{"Received: " + request + " from 10.1.2.3(17)",
+                                                       "Sending: " + request + ";" + value + " to 10.1.2.3"}));
+    }
     EXPECT_EQ(tags.writes, 0);
 }
 
-TEST_F(SocketProtocolTest, ReadOfNoTagOrUnknownKeywordEndsWithTheSeparator) {
-    EXPECT_EQ(Reply("[m3];Value"), "[m3];Value;");
-    EXPECT_EQ(Reply("[M0];Rate"), "[M0];Rate;");
-    EXPECT_EQ(Reply("[M-3];Rate"), "[M-3];Rate;");
-    EXPECT_EQ(Reply("[M201];Rate"), "[M201];Rate;");
-    EXPECT_EQ(Reply("[M3];value"), "[M3];value;");
-    EXPECT_EQ(Reply("[M3];Volume"), "[M3];Volume;");
-    EXPECT_EQ(Reply("[M3]; Value"), "[M3]; Value;");
-    EXPECT_EQ(Reply(";"), ";;");
-    // A line end sent by the client belongs to the keyword.
-    EXPECT_EQ(Reply("[M3];Value\n"), "[M3];Value\n;");
-    EXPECT_EQ(Reply("[M3];Value\r\n"), "[M3];Value\r\n;");
-}
-
 TEST_F(SocketProtocolTest, SetStoresTheNumberAsASingleAndSendsNothing) {
-    RequestOutcome out = Serve("[M3];Value;1.5");
-    EXPECT_FALSE(out.Reply);
-    EXPECT_EQ(tags.values[3].Integrated, 1.5f);
-
-    EXPECT_FALSE(Serve("[M3];Rate;12abc").Reply);
-    EXPECT_EQ(tags.values[3].Rate, 12.0f);
-    EXPECT_FALSE(Serve("[M3];Input;abc").Reply);
-    EXPECT_EQ(tags.values[3].Current, 0.0f);
-
-    Serve("[M5];Input; - 2 . 5");
-    EXPECT_EQ(tags.values[5].Current, -2.5f);
-    Serve("[M5];Rate;0.1");
-    EXPECT_EQ(tags.values[5].Rate, 0.1f);
-    Serve("[M3.5];Value;3e2\r\n");
-    EXPECT_EQ(tags.values[4].Integrated, 300.0f);
-    Serve("[M200];Value;-1");
-    EXPECT_EQ(tags.values[200].Integrated, -1.0f);
-
-    // Untouched neighbours.
-    EXPECT_EQ(tags.values[3].Integrated, 1.5f);
-    EXPECT_EQ(tags.values[5].Integrated, 0.0f);
+    using F = TagField;
+    const std::vector<std::tuple<std::string, int, TagField, float>> cases{
+        {"[M3];Value;1.5", 3, F::Integrated, 1.5f}, {"[M3];Rate;12abc", 3, F::Rate, 12.0f},
+        {"[M3];Input;abc", 3, F::Current, 0.0f},     {"[M5];Input; - 2 . 5", 5, F::Current, -2.5f},
+        {"[M5];Rate;0.1", 5, F::Rate, 0.1f},         {"[M3.5];Value;3e2\r\n", 4, F::Integrated, 300.0f},
+        {"[M200];Value;-1", 200, F::Integrated, -1.0f}};
+    for (const auto& [request, tagNo, field, value] : cases) {
+        const int writes = tags.writes;
+        const RequestOutcome out = Serve(request);
+        EXPECT_FALSE(out.Reply) << request;
+        EXPECT_EQ(tags.writes, writes + 1) << request;
+        EXPECT_EQ(tags.ReadField(tagNo, field), value) << request;
+        EXPECT_EQ(out.Trace.back(), "Set Data: " + request + " from 10.1.2.3");
+    }
 }
 
-TEST_F(SocketProtocolTest, SetWithoutTagKeywordOrRepresentableValueChangesNothing) {
-    const std::vector<FakeTagValues::Fields> before = tags.values;
+TEST_F(SocketProtocolTest, SetWithoutTagKeywordOrFloatValueAndOtherFieldCountsChangeNothing) {
+    // A set that changes nothing is still traced as received and set.
     for (std::string_view request : {"[m3];Value;1", "[M0];Value;1", "[M201];Value;1", "[M-1];Value;1",
                                      "[M3];value;1", "[M3];Volume;1", "[M3];Value;1e39", "[M3];Rate;-1e39"}) {
         const RequestOutcome out = Serve(request);
         EXPECT_FALSE(out.Reply) << request;
+        EXPECT_EQ(out.Trace.size(), 2u) << request;
     }
-    EXPECT_EQ(tags.writes, 0);
-    EXPECT_EQ(tags.values[3].Integrated, before[3].Integrated);
-    EXPECT_EQ(tags.values[3].Rate, before[3].Rate);
-}
-
-TEST_F(SocketProtocolTest, OtherFieldCountsAreIgnored) {
     for (std::string_view request : {"", "[M3]", "[M3]Value", "[M3];Value;1;2", "[M3];Value;;", ";;;;", "\n"}) {
         const RequestOutcome out = Serve(request);
         EXPECT_FALSE(out.Reply) << request;
-        ASSERT_EQ(out.Trace.size(), 1u) << request;
-        EXPECT_EQ(out.Trace[0], "Received: " + std::string(request) + " from 10.1.2.3(17)");
+        EXPECT_EQ(out.Trace, std::vector<std::string>{"Received: " + std::string(request) + " from 10.1.2.3(17)"});
     }
     EXPECT_EQ(tags.writes, 0);
-}
-
-TEST_F(SocketProtocolTest, TraceNamesRequestReplyPeerAndLabel) {
-    EXPECT_EQ(Serve("[M3];Rate").Trace,
-              (std::vector<std::string>{"Received: [M3];Rate from 10.1.2.3(17)",
-                                        "Sending: [M3];Rate;12.25 to 10.1.2.3"}));
-    EXPECT_EQ(Serve("[M3];Rate;4").Trace,
-              (std::vector<std::string>{"Received: [M3];Rate;4 from 10.1.2.3(17)",
-                                        "Set Data: [M3];Rate;4 from 10.1.2.3"}));
-    // A set that changes nothing is still traced as received and set.
-    EXPECT_EQ(Serve("[M0];Rate;4").Trace.back(), "Set Data: [M0];Rate;4 from 10.1.2.3");
-}
-
-TEST_F(SocketProtocolTest, BytesAboveAsciiPassThroughUnchanged) {
-    const std::string request = "[M3];Valu\xe9";
-    EXPECT_EQ(Reply(request), request + ";");
-    const std::string withNul("[M3]\0;Rate", 10);
-    EXPECT_EQ(Reply(withNul), withNul + ";12.25");
 }
 
 }  // namespace

@@ -2,62 +2,50 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "common/TempPrefix.h"
 
 namespace {
 
-class clsWindowsSocketsTest : public ::testing::Test {
-protected:
-    void SetUp() override { std::filesystem::create_directories(prefix.Root() / "Job1" / "Setup"); }
-    std::string Folder() const { return (prefix.Root() / "Job1" / "Setup").string(); }
-    std::filesystem::path File() const { return prefix.Root() / "Job1" / "Setup" / "WinSockets.ini"; }
-    void WriteIni(const std::string& text) { TempPrefix::Write(File(), text); }
-
+TEST(clsWindowsSocketsTest, PortBelowOneGives1007WrittenBackOthersAreReadRoundedAndLeft) {
     TempPrefix prefix;
-};
+    const auto folder = prefix.Root() / "Job1" / "Setup";
+    std::filesystem::create_directories(folder);
+    const auto file = folder / "WinSockets.ini";
+    clsWindowsSockets noFile(folder.string());
+    EXPECT_EQ(noFile.FileName(), folder.string() + "\\WinSockets.ini");
+    EXPECT_EQ(noFile.VoltarisMonitorPortNo().Value, 1007);
+    EXPECT_EQ(TempPrefix::Read(file), "[Sockets]\r\nVoltarisMonitorPortNo=1007\r\n");
 
-TEST_F(clsWindowsSocketsTest, MissingZeroNegativeOrNonNumericPortGives1007AndWritesItBack) {
-    {
-        clsWindowsSockets settings(Folder());
-        EXPECT_EQ(settings.FileName(), Folder() + "\\WinSockets.ini");
-        const VbResult<int32_t> port = settings.VoltarisMonitorPortNo();
-        EXPECT_TRUE(port.Ok());
-        EXPECT_EQ(port.Value, 1007);
-    }
-    EXPECT_NE(TempPrefix::Read(File()).find("VoltarisMonitorPortNo=1007"), std::string::npos);
-
-    for (const char* value : {"0", "-5", "abc", "", "0.4", "-0.5"}) {
-        WriteIni("[Sockets]\r\nOtherProgramPort=2001\r\nVoltarisMonitorPortNo=" + std::string(value) + "\r\n");
-        clsWindowsSockets settings(Folder());
-        EXPECT_EQ(settings.VoltarisMonitorPortNo().Value, 1007) << value;
-        const std::string text = TempPrefix::Read(File());
-        EXPECT_NE(text.find("VoltarisMonitorPortNo=1007"), std::string::npos) << value;
-        EXPECT_NE(text.find("OtherProgramPort=2001"), std::string::npos) << value;
-    }
-}
-
-TEST_F(clsWindowsSocketsTest, PositivePortIsReadRoundedAndLeftInPlace) {
-    for (const auto& [value, expected] : std::vector<std::pair<std::string, int>>{
-             {"2500", 2500}, {" 2500 ", 2500}, {"2500.5", 2500}, {"2501.5", 2502}, {"12abc", 12}, {"0.5", 1007},
-             {"0.6", 1}}) {
-        const std::string ini = "[Sockets]\r\nVoltarisMonitorPortNo=" + value + "\r\n";
-        WriteIni(ini);
-        clsWindowsSockets settings(Folder());
-        EXPECT_EQ(settings.VoltarisMonitorPortNo().Value, expected) << value;
-        if (expected != 1007) {
-            EXPECT_EQ(TempPrefix::Read(File()), ini) << value;
+    // nullopt: the key is missing.
+    const std::vector<std::pair<std::optional<std::string>, int>> cases{
+        {std::nullopt, 1007}, {"0", 1007}, {"-5", 1007}, {"abc", 1007}, {"", 1007}, {"0.4", 1007}, {"-0.5", 1007},
+        {"0.5", 1007}, {"2500", 2500}, {" 2500 ", 2500}, {"2500.5", 2500}, {"2501.5", 2502}, {"12abc", 12},
+        {"0.6", 1}};
+    for (const auto& [value, port] : cases) {
+        const std::string ini = "[Sockets]\r\nOtherProgramPort=2001\r\n" +
+                                (value ? "VoltarisMonitorPortNo=" + *value + "\r\n" : std::string());
+        TempPrefix::Write(file, ini);
+        const VbResult<int32_t> read = clsWindowsSockets(folder.string()).VoltarisMonitorPortNo();
+        EXPECT_TRUE(read.Ok());
+        EXPECT_EQ(read.Value, port) << value.value_or("missing");
+        const std::string text = TempPrefix::Read(file);
+        if (port == 1007) {
+            EXPECT_NE(text.find("VoltarisMonitorPortNo=1007\r\n"), std::string::npos) << text;
+            EXPECT_NE(text.find("OtherProgramPort=2001\r\n"), std::string::npos) << text;
+        } else {
+            EXPECT_EQ(text, ini);
         }
     }
-}
 
-TEST_F(clsWindowsSocketsTest, PortBeyondThirtyTwoBitsIsOverflowWithTheDefault) {
+    // Beyond 32 bits: overflow, 1007 for now, the key left as it is.
     const std::string ini = "[sockets]\r\nvoltarismonitorportno=99999999999\r\n";
-    WriteIni(ini);
-    clsWindowsSockets settings(Folder());
-    const VbResult<int32_t> port = settings.VoltarisMonitorPortNo();
+    TempPrefix::Write(file, ini);
+    const VbResult<int32_t> port = clsWindowsSockets(folder.string()).VoltarisMonitorPortNo();
     EXPECT_EQ(port.Error.Number, 6);
     EXPECT_EQ(port.Value, 1007);
-    EXPECT_EQ(TempPrefix::Read(File()), ini);
+    EXPECT_EQ(TempPrefix::Read(file), ini);
 }
 
 }  // namespace
