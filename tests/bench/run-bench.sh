@@ -2,7 +2,8 @@
 # Every benchmark of a build, then one table: figure, our result, the baseline measured in the
 # same run, their ratio, the goal and whether it is met.
 #   run-bench.sh BUILD_DIR
-# The bench_* programs of BUILD_DIR/bin are Google Benchmark programs; bench_memory.sh beside
+# The bench_* programs of BUILD_DIR/bin are Google Benchmark programs (bench_socket is a plain one
+# that ignores the JSON options and prints its own summary lines); bench_memory.sh beside
 # this script measures start-up time and resident memory of the running monitor.
 set -u
 here=$(cd "$(dirname "$0")" && pwd)
@@ -85,6 +86,29 @@ run_benchmark() {
             else
                 summary_rows "$out" || row "$name" "-" "-" "-" "-" "no ratio found in its output"
             fi ;;
+        bench_socket)
+            # "socket: N clients: R round trips/s (echo E), ratio X, ..." and
+            # "socket during scan: N clients: R round trips/s, p50 A ms, p99 B ms (echo p99 C)"
+            local clients line rate echo ratio goal result p99 ep99
+            for clients in 1 10 50; do
+                line=$(grep "^socket: $clients clients: " "$out" | head -n 1)
+                rate=$(sed -n 's/.* clients: \([0-9.]*\) round trips.*/\1/p' <<< "$line")
+                echo=$(sed -n 's/.*round trips\/s (echo \([0-9.]*\)).*/\1/p' <<< "$line")
+                ratio=$(sed -n 's/.*, ratio \([0-9.]*\),.*/\1/p' <<< "$line")
+                goal="-" result="-"
+                if [ "$clients" = 50 ]; then
+                    goal=">= 50000/s"
+                    result=$(awk -v r="$rate" 'BEGIN { if (r == "") print "no result"; else print (r >= 50000 ? "pass" : "FAIL") }')
+                fi
+                row "socket read round trips, $clients client$([ "$clients" = 1 ] || echo s) (vs echo server)" \
+                    "${rate:--} /s" "${echo:--} /s" "${ratio:--}" "$goal" "$result"
+            done
+            line=$(grep "^socket during scan: " "$out" | head -n 1)
+            p99=$(sed -n 's/.*, p99 \([0-9.]*\) ms.*/\1/p' <<< "$line")
+            ep99=$(sed -n 's/.*(echo p99 \([0-9.]*\)).*/\1/p' <<< "$line")
+            row "socket p99 latency during a 200-tag scan, 50 clients (vs echo, no scan)" "${p99:--} ms" "${ep99:--} ms" \
+                "$(awk -v a="$p99" -v b="$ep99" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }')" "< 5 ms" \
+                "$(awk -v r="$p99" 'BEGIN { if (r == "") print "no result"; else print (r < 5 ? "pass" : "FAIL") }')" ;;
         *)
             summary_rows "$out" || row "$name" "-" "-" "-" "-" "no ratio found in its output" ;;
     esac

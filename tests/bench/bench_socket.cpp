@@ -1,0 +1,550 @@
+// Read round trips against the monitor's socket server on loopback, beside an echo server on the same
+// kind of Qt event loop, both measured in this run by one load generator: 1, 10 and 50 clients, each
+// keeping one "[M<n>];Value" request in flight. Then the same 50-client load while 200-tag scans run
+// in the server's thread every 100 ms, letting events run between tags.
+// Each server runs in a child process of its own; the load is bounded in clients and time.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/epoll.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QHostAddress>
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include "../unit/host/HostFixture.h"
+#include "core/DdeInputLinks.h"
+#include "core/InputGeneral.h"
+#include "core/MonitorTagAccess.h"
+#include "core/MonitorView.h"
+#include "core/ScanContext.h"
+#include "host/Telvane.h"
+#include "net/HostSocketServer.h"
+#include "net/SocketTrace.h"
+#include "platform/Clock.h"
+#include "platform/DateSerial.h"
+
+namespace {
+
+constexpr int Tags = 200;
+constexpr int MeasuredTags = 180;
+constexpr int16_t ScanTypes[] = {17, 24, 23, 22, 21, 28};
+constexpr double WarmUpSeconds = 0.3;
+constexpr double MeasureSeconds = 2.0;
+constexpr int ScanEveryMs = 100;
+// A child that is still running this long after it started ends by itself.
+constexpr int ChildLifetimeMs = 20000;
+
+double Now() {
+    timespec t{};
+    ::clock_gettime(CLOCK_MONOTONIC, &t);
+    return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) / 1e9;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Server side (child processes)
+
+// The scan's screen: nothing shown, but pending events run where the monitor lets them run.
+class EventsView : public MonitorView {
+public:
+    void ShowWait(const std::string&) override {}
+    void SetWaitProgress(const std::string&) override {}
+    void DoEvents() override { QCoreApplication::processEvents(); }
+    void SetGridCell(int, int, const std::string&) override {}
+    void ShowMessage(const std::string&, const std::string&, MessageIcon) override {}
+    void EndProgram() override {}
+    void StartProgram(const std::string&, const std::string&) override {}
+    void CloseWait() override {}
+    void SetStatusText(const std::string&) override {}
+    void ShowWaitMessage(const std::string&) override {}
+    void SetViewLogAvailable(bool) override {}
+    void SetupGrid(int) override {}
+    void SetGridRowColour(int, int, int, RgbColour) override {}
+    void SetPanelText(StatusPanel, const std::string&) override {}
+    void SetPanelColour(StatusPanel, RgbColour) override {}
+    void SetWatchdogLabel(bool) override {}
+    MessageAnswer Ask(const std::string&, const std::string&, MessageButtons, MessageIcon) override {
+        return MessageAnswer::No;
+    }
+    void SetMenuVisible(MenuItem, bool) override {}
+    void SetMenuChecked(MenuItem, bool) override {}
+    bool MenuChecked(MenuItem) const override { return false; }
+    void CloseLogWindow() override {}
+    void CloseMainWindow() override {}
+};
+
+class QuietTrace : public SocketTrace {
+public:
+    bool Tracing() const override { return false; }
+    void AddLog(const std::string&) override {}
+};
+
+// 200 online tags on a V5 stand-in host: 180 meters of every host kind, 10 maths tags, 10 display tags.
+struct ScanSite {
+    HostFixture host;
+    bool ready = false;
+    std::unique_ptr<Telvane> telvane;
+    SetupData setup;
+    TagValues values;
+    MonitorSettings settings;
+    MonitorState state;
+    EventsView view;
+    DdeInputLinks dde;
+    int16_t csvOnly = 0;
+    std::unique_ptr<ScanContext> scan;
+    float step = 0;
+    int scans = 0;
+
+    static bool ReadsLine(int16_t scanType) { return scanType == 17 || scanType == 23 || scanType == 21; }
+
+    ScanSite() {
+        if (!HostFixture::LibrariesBuilt() || !host.Install(5)) return;
+        ClockSimulate(MakeDateTime(2026, 11, 19, 10, 0, 0), 1);
+        telvane = std::make_unique<Telvane>();
+        setup.MaxTags = Tags;
+        setup.TagCount = Tags;
+        setup.TagTable.assign(Tags + 1, TagRecord{});
+        values.assign(Tags + 1, TagValue{});
+        settings.AverageScans = 5;
+        state.StartingUp = 0;
+        for (int n = 1; n <= Tags; ++n) {
+            TagRecord& record = setup.TagTable[n];
+            record.Online = 1;
+            record.TagType = TagTypeMeasured;
+            record.UnitsPerPulse = 1;
+            record.InTotal = 1;
+            if (n <= MeasuredTags) {
+                record.ScanType = ScanTypes[n % 6];
+                if (ReadsLine(record.ScanType)) {
+                    record.RecorderNo = 1;
+                    record.PageNo = static_cast<int16_t>((n - 1) / 10 + 1);
+                    record.LineNo = static_cast<int16_t>((n - 1) % 10 + 1);
+                } else {
+                    record.PageNo = static_cast<int16_t>(n);
+                }
+                record.HostTagNumber = static_cast<int16_t>(1000 + n);
+                record.RolloverValue = 1e6f;
+            } else if (n <= MeasuredTags + 10) {
+                record.ScanType = ScanTypeMaths;
+                for (auto& term : record.MathsTerms) term = {static_cast<int16_t>(Tags), 0, 0};
+                record.MathsTerms[0] = {static_cast<int16_t>(n - MeasuredTags), 0, 1.0f};
+                record.MathsTerms[1] = {static_cast<int16_t>(n - MeasuredTags + 20), 2, 0.5f};
+            } else {
+                record.TagType = TagTypeDisplay;
+                record.DisplaySourceIsTag = n % 2;
+                record.DisplaySource = static_cast<int16_t>(n % 2 ? n - 10 : 0);
+                record.RecorderNo = 1;
+                record.PageNo = 50;
+                record.LineNo = static_cast<int16_t>(n - MeasuredTags - 10);
+            }
+            values[n].LastReadTime = ClockNow();
+            values[n].PulseTime = values[n].LastReadTime;
+        }
+        scan = std::make_unique<ScanContext>(ScanContext{setup, values, settings, state, *telvane, view, dde, csvOnly});
+        ready = true;
+    }
+
+    // The meters move on between scans, then one full pass.
+    void ScanOnce() {
+        step += 1;
+        HostState& points = host.State();
+        for (int i = 0; i < MeasuredTags; ++i) {
+            points.SetReading(HostTable::Tags, i, step * 0.5f + static_cast<float>(i));
+            points.SetReading(HostTable::Lines, i, step * 0.5f + static_cast<float>(i));
+        }
+        Input_General(*scan);
+        ++scans;
+    }
+};
+
+enum class ServerKind { Monitor, MonitorScanning, Echo };
+
+// Ends the child's event loop when the parent closes its end of the control pipe (or dies), or
+// when the lifetime is over.
+void QuitWithParent(QCoreApplication& app, int controlFd, QObject* owner) {
+    auto* notifier = new QSocketNotifier(controlFd, QSocketNotifier::Read, owner);
+    QObject::connect(notifier, &QSocketNotifier::activated, &app, [&app, notifier, controlFd] {
+        char c;
+        if (::read(controlFd, &c, 1) <= 0) {
+            notifier->setEnabled(false);
+            app.quit();
+        }
+    });
+    QTimer::singleShot(ChildLifetimeMs, &app, [&app] { app.quit(); });
+}
+
+// Runs in the child: serves until told to stop. Reports its port (0 on failure) on readyFd.
+int ServeChild(ServerKind kind, const std::string& jobSetupFolder, int readyFd, int controlFd) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    static int argc = 1;
+    static char name[] = "bench_socket_server";
+    static char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
+    QObject owner;
+    QuitWithParent(app, controlFd, &owner);
+
+    auto report = [readyFd](int32_t port) { (void)!::write(readyFd, &port, sizeof port); ::close(readyFd); };
+
+    if (kind == ServerKind::Echo) {
+        QTcpServer echo;
+        QObject::connect(&echo, &QTcpServer::newConnection, &echo, [&echo] {
+            while (QTcpSocket* c = echo.nextPendingConnection()) {
+                QObject::connect(c, &QTcpSocket::readyRead, c, [c] { c->write(c->readAll()); });
+                QObject::connect(c, &QTcpSocket::disconnected, c, &QObject::deleteLater);
+            }
+        });
+        report(echo.listen(QHostAddress::LocalHost, 0) ? echo.serverPort() : 0);
+        return app.exec();
+    }
+
+    // A plain table of 200 tags, or the scan's own table while scans run.
+    std::unique_ptr<ScanSite> site;
+    SetupData plainSetup;
+    TagValues plainValues;
+    plainSetup.MaxTags = Tags;
+    plainSetup.TagCount = Tags;
+    plainSetup.TagTable.assign(Tags + 1, TagRecord{});
+    plainValues.assign(Tags + 1, TagValue{});
+    for (int n = 1; n <= Tags; ++n) plainValues[n].Integrated = 1000.0f + static_cast<float>(n) * 1.25f;
+    if (kind == ServerKind::MonitorScanning) {
+        site = std::make_unique<ScanSite>();
+        if (!site->ready) {
+            report(0);
+            return 1;
+        }
+    }
+    MonitorTagAccess tags(site ? site->setup : plainSetup, site ? site->values : plainValues);
+    QuietTrace trace;
+    HostSocketServer server(tags, trace);
+    server.OpenHostSocket(jobSetupFolder);
+    QTimer scanTimer;
+    if (site) {
+        site->ScanOnce();  // the first pass only sets the bases
+        QObject::connect(&scanTimer, &QTimer::timeout, &app, [&site, &scanTimer] {
+            scanTimer.stop();  // a pass lets events run: no second pass inside it
+            site->ScanOnce();
+            scanTimer.start();
+        });
+        scanTimer.start(ScanEveryMs);
+    }
+    report(server.IsListening() ? server.LocalPort() : 0);
+    const int rc = app.exec();
+    server.CloseHostSocket();
+    if (site) std::fprintf(stderr, "  (server child: %d scans of %d tags ran)\n", site->scans, Tags);
+    return rc;
+}
+
+// A server child as the parent sees it; ending it is always closing the control pipe, then waiting,
+// then killing.
+class ServerProcess {
+public:
+    ServerProcess(ServerKind kind, const std::string& jobSetupFolder) {
+        int ready[2], control[2];
+        if (::pipe(ready) != 0) return;
+        if (::pipe(control) != 0) {
+            ::close(ready[0]), ::close(ready[1]);
+            return;
+        }
+        std::fflush(stdout);
+        std::fflush(stderr);
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::close(ready[0]);
+            ::close(control[1]);
+            const int rc = ServeChild(kind, jobSetupFolder, ready[1], control[0]);
+            std::fflush(stderr);
+            ::_exit(rc);
+        }
+        ::close(ready[1]);
+        ::close(control[0]);
+        control_ = control[1];
+        if (pid_ > 0) {
+            pollfd p{ready[0], POLLIN, 0};
+            int32_t got = 0;
+            // Building the scan site takes a moment; a server that is not up in 10 s counts as failed.
+            if (::poll(&p, 1, 10000) == 1 && ::read(ready[0], &got, sizeof got) == sizeof got) port_ = got;
+        }
+        ::close(ready[0]);
+    }
+    ~ServerProcess() { Stop(); }
+    ServerProcess(const ServerProcess&) = delete;
+    ServerProcess& operator=(const ServerProcess&) = delete;
+
+    int Port() const { return port_; }
+
+    void Stop() {
+        if (control_ >= 0) ::close(control_), control_ = -1;
+        if (pid_ <= 0) return;
+        int status = 0;
+        for (int i = 0; i < 300; ++i) {  // up to 3 s to end by itself
+            if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+                pid_ = -1;
+                return;
+            }
+            ::usleep(10000);
+        }
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, &status, 0);
+        pid_ = -1;
+    }
+
+private:
+    pid_t pid_ = -1;
+    int control_ = -1;
+    int port_ = 0;
+};
+
+// ---------------------------------------------------------------------------------------------
+// Load generator (parent)
+
+struct LoadResult {
+    bool ok = false;
+    double perSecond = 0;
+    double p50Ms = 0;
+    double p99Ms = 0;
+    size_t roundTrips = 0;
+};
+
+struct ClientConn {
+    int fd = -1;
+    std::string request;
+    std::string got;
+    double sentAt = 0;
+};
+
+// A reply is complete when it holds the request, ";" and (from the monitor) a value with two decimals.
+bool ReplyComplete(const ClientConn& c, bool echo) {
+    if (echo) return c.got.size() >= c.request.size();
+    const size_t head = c.request.size() + 1;
+    if (c.got.size() < head + 4) return false;
+    const char sep = c.got[c.got.size() - 3];
+    return sep == '.' || sep == ',';
+}
+
+bool ReplyMatches(const ClientConn& c, bool echo) {
+    if (echo) return c.got == c.request;
+    return c.got.compare(0, c.request.size(), c.request) == 0 && c.got[c.request.size()] == ';';
+}
+
+int Connect(int port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    if (fd < 0) return -1;
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_port = htons(static_cast<uint16_t>(port));
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    const int one = 1;
+    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | O_NONBLOCK);
+    return fd;
+}
+
+LoadResult RunLoad(int port, int clients, bool echo) {
+    LoadResult result;
+    std::vector<ClientConn> conns(static_cast<size_t>(clients));
+    const int ep = ::epoll_create1(0);
+    if (ep < 0) return result;
+    auto cleanup = [&] {
+        for (ClientConn& c : conns)
+            if (c.fd >= 0) ::close(c.fd);
+        ::close(ep);
+    };
+    for (int i = 0; i < clients; ++i) {
+        ClientConn& c = conns[static_cast<size_t>(i)];
+        c.fd = Connect(port);
+        if (c.fd < 0) {
+            cleanup();
+            return result;
+        }
+        c.request = "[M" + std::to_string(i * 37 % Tags + 1) + "];Value";
+        epoll_event ev{};
+        ev.events = EPOLLIN;
+        ev.data.u32 = static_cast<uint32_t>(i);
+        ::epoll_ctl(ep, EPOLL_CTL_ADD, c.fd, &ev);
+    }
+    auto send = [](ClientConn& c) {
+        c.got.clear();
+        c.sentAt = Now();
+        return ::send(c.fd, c.request.data(), c.request.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(c.request.size());
+    };
+    for (ClientConn& c : conns)
+        if (!send(c)) {
+            cleanup();
+            return result;
+        }
+
+    std::vector<double> latencies;
+    latencies.reserve(400000);
+    const double start = Now();
+    const double measureFrom = start + WarmUpSeconds;
+    const double end = measureFrom + MeasureSeconds;
+    bool failed = false;
+    std::vector<epoll_event> events(static_cast<size_t>(clients));
+    char buf[4096];
+    while (!failed) {
+        const double now = Now();
+        if (now >= end) break;
+        const int n = ::epoll_wait(ep, events.data(), clients, 100);
+        if (n < 0 && errno != EINTR) failed = true;
+        for (int k = 0; k < n && !failed; ++k) {
+            ClientConn& c = conns[events[static_cast<size_t>(k)].data.u32];
+            const ssize_t r = ::recv(c.fd, buf, sizeof buf, 0);
+            if (r <= 0) {
+                if (r < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) continue;
+                failed = true;
+                break;
+            }
+            c.got.append(buf, static_cast<size_t>(r));
+            if (!ReplyComplete(c, echo)) continue;
+            if (!ReplyMatches(c, echo)) {
+                std::fprintf(stderr, "unexpected reply \"%s\" to \"%s\"\n", c.got.c_str(), c.request.c_str());
+                failed = true;
+                break;
+            }
+            const double done = Now();
+            if (c.sentAt >= measureFrom && done <= end) latencies.push_back(done - c.sentAt);
+            if (!send(c)) failed = true;
+        }
+    }
+    cleanup();
+    if (failed || latencies.empty()) return result;
+    std::sort(latencies.begin(), latencies.end());
+    auto percentile = [&](double p) {
+        const size_t i = std::min(latencies.size() - 1, static_cast<size_t>(p * static_cast<double>(latencies.size())));
+        return latencies[i] * 1e3;
+    };
+    result.ok = true;
+    result.roundTrips = latencies.size();
+    result.perSecond = static_cast<double>(latencies.size()) / MeasureSeconds;
+    result.p50Ms = percentile(0.50);
+    result.p99Ms = percentile(0.99);
+    return result;
+}
+
+// A free loopback port, found by binding port 0 and reading it back.
+int FreePort() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in addr{};
+    addr.sin_family = AF_INET;
+    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof addr;
+    int port = 0;
+    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
+        port = ntohs(addr.sin_port);
+    ::close(fd);
+    return port;
+}
+
+// A temporary prefix and program folder for the whole run, removed at the end.
+struct RunFolders {
+    std::filesystem::path root;
+    RunFolders() {
+        char pattern[] = "/tmp/vt-benchsock-XXXXXX";
+        if (::mkdtemp(pattern) == nullptr) return;
+        root = pattern;
+        std::filesystem::create_directories(root / "prefix");
+        std::filesystem::create_directories(root / "program");
+        std::filesystem::create_directories(root / "Job1" / "Setup");
+        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
+        ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
+    }
+    ~RunFolders() {
+        std::error_code ec;
+        if (!root.empty()) std::filesystem::remove_all(root, ec);
+    }
+    std::string JobSetup() const { return (root / "Job1" / "Setup").string(); }
+    bool WritePort(int port) const {
+        std::ofstream out(root / "Job1" / "Setup" / "WinSockets.ini", std::ios::binary | std::ios::trunc);
+        out << "[Sockets]\r\nVoltarisMonitorPortNo=" << port << "\r\n";
+        return static_cast<bool>(out);
+    }
+};
+
+LoadResult Measure(ServerKind kind, const RunFolders& folders, int clients) {
+    if (kind != ServerKind::Echo && !folders.WritePort(FreePort())) return {};
+    ServerProcess server(kind, folders.JobSetup());
+    if (server.Port() <= 0) {
+        std::fprintf(stderr, "the server did not start\n");
+        return {};
+    }
+    LoadResult r = RunLoad(server.Port(), clients, kind == ServerKind::Echo);
+    server.Stop();
+    return r;
+}
+
+void Show(const char* what, int clients, const LoadResult& r) {
+    if (r.ok)
+        std::printf("  %-34s %2d clients: %8.0f round trips/s  p50 %.3f ms  p99 %.3f ms  (%zu round trips)\n", what, clients,
+                    r.perSecond, r.p50Ms, r.p99Ms, r.roundTrips);
+    else
+        std::printf("  %-34s %2d clients: failed\n", what, clients);
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+int main() {
+    // The stand-in libraries sit beside the benchmark unless told otherwise.
+    if (!std::getenv("VT_BIN_DIR")) {
+        char self[PATH_MAX] = {};
+        const ssize_t n = ::readlink("/proc/self/exe", self, sizeof self - 1);
+        if (n > 0) ::setenv("VT_BIN_DIR", std::filesystem::path(self).parent_path().c_str(), 1);
+    }
+    ::signal(SIGPIPE, SIG_IGN);
+    RunFolders folders;
+    if (folders.root.empty()) return 1;
+
+    std::printf("Read round trips on loopback, %.1f s each after %.1f s warm-up\n", MeasureSeconds, WarmUpSeconds);
+    bool ok = true;
+    for (int clients : {1, 10, 50}) {
+        const LoadResult ours = Measure(ServerKind::Monitor, folders, clients);
+        const LoadResult echo = Measure(ServerKind::Echo, folders, clients);
+        Show("socket server", clients, ours);
+        Show("echo server", clients, echo);
+        ok = ok && ours.ok && echo.ok;
+        if (ours.ok && echo.ok)
+            std::printf("socket: %d clients: %.0f round trips/s (echo %.0f), ratio %.2f, p50 %.3f ms (echo %.3f), "
+                        "p99 %.3f ms (echo %.3f)\n",
+                        clients, ours.perSecond, echo.perSecond, ours.perSecond / echo.perSecond, ours.p50Ms, echo.p50Ms,
+                        ours.p99Ms, echo.p99Ms);
+        if (clients == 50 && ours.ok && echo.ok) {
+            const LoadResult scanning = Measure(ServerKind::MonitorScanning, folders, clients);
+            Show("socket server, 200-tag scans", clients, scanning);
+            ok = ok && scanning.ok;
+            if (scanning.ok)
+                std::printf("socket during scan: %d clients: %.0f round trips/s, p50 %.3f ms, p99 %.3f ms (echo p99 %.3f)\n",
+                            clients, scanning.perSecond, scanning.p50Ms, scanning.p99Ms, echo.p99Ms);
+        }
+    }
+    return ok ? 0 : 1;
+}
