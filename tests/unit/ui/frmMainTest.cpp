@@ -23,6 +23,8 @@
 #include "ui/frmMain.h"
 #include "UiTestSupport.h"
 
+#include <QEvent>
+
 namespace {
 
 using Texts = std::vector<std::string>;
@@ -131,6 +133,25 @@ TEST_F(frmMainTest, PanelsShowTwoLineTextsInTheirColoursAndTheWatchdog) {
     EXPECT_TRUE(dog->isEnabled() && dog->autoFillBackground());
     window->SetWatchdogLabel(false);
     EXPECT_FALSE(dog->isEnabled());
+}
+
+// A scan sets its status texts without letting events run: each must be painted at once.
+TEST_F(frmMainTest, StatusTextsArePaintedBeforeTheScanGoesOn) {
+    struct PaintCounter : QObject {
+        int paints = 0;
+        bool eventFilter(QObject*, QEvent* e) override {
+            if (e->type() == QEvent::Paint) ++paints;
+            return false;
+        }
+    } counter;
+    QLabel* status = Panel(StatusPanel::Panel3D2);
+    status->installEventFilter(&counter);
+    for (const char* text : {"Checking Setup File", "Calling Input_General", "Display if Data is OK"}) {
+        const int before = counter.paints;
+        window->SetPanelText(StatusPanel::Panel3D2, text);
+        EXPECT_GT(counter.paints, before) << text;  // no processEvents in between
+    }
+    status->removeEventFilter(&counter);
 }
 
 TEST_F(frmMainTest, MenusShowOnlyTheOfferedItemsAndReachTheMonitor) {
