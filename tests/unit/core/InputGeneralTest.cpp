@@ -3,6 +3,8 @@
 // passes, the grid cells, the scan log line, and a fault that ends the pass.
 #include "ScanFixture.h"
 #include "core/InputGeneral.h"
+#include "core/MonitorTagAccess.h"
+#include "net/SocketProtocol.h"
 #include "support/VbText.h"
 
 namespace {
@@ -54,6 +56,27 @@ TEST_F(InputGeneral, ReadsHostTagsAndLinesOfAV5Host) {
     EXPECT_EQ(view.Cell(1, 3), "0.71");
     EXPECT_NEAR(Value(1).LastReadTime, TestStart() + Seconds(60), Seconds(0.01));
     EXPECT_TRUE(LogLines().empty());
+}
+
+// A socket request served while the pass lets events run sees the tags done so far with this
+// scan's values and the rest with the previous scan's.
+TEST_F(InputGeneral, RequestsBetweenStepsSeeTheScanAsFarAsItHasGot) {
+    for (int n : {1, 2}) {
+        Measured(n, ScanRateTag).PageNo = static_cast<int16_t>(10 + n);
+        Host().SetReading(HostTable::Tags, 9 + n, 100.0f * n);  // zero-based host tag
+        Value(n).Current = static_cast<float>(n);
+    }
+    MonitorTagAccess access(setup, values);
+    std::vector<std::string> replies;
+    view.OnDoEvents = [&] {
+        if (replies.empty() && view.Panels[StatusPanel::Panel3D2] == "Get Data for Tag 2")
+            for (const char* request : {"[M1];Input", "[M2];Input"})
+                replies.push_back(HandleRequest(request, "127.0.0.1", "1", access).Reply.value_or("none"));
+    };
+    At(10);
+    Input_General(Scan());
+    EXPECT_EQ(replies, (std::vector<std::string>{"[M1];Input;100.00", "[M2];Input;2.00"}));
+    EXPECT_FLOAT_EQ(Value(2).Current, 200.0f);
 }
 
 TEST_F(InputGeneralV4, ReadsLinesByRecorderPageAndLineOfAV4Host) {
