@@ -37,13 +37,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-#include "../unit/host/HostFixture.h"
-#include "core/DdeInputLinks.h"
-#include "core/InputGeneral.h"
+#include "BenchSite.h"
 #include "core/MonitorTagAccess.h"
-#include "core/MonitorView.h"
-#include "core/ScanContext.h"
-#include "host/Telvane.h"
 #include "net/HostSocketServer.h"
 #include "net/SocketTrace.h"
 #include "platform/Clock.h"
@@ -51,9 +46,6 @@
 
 namespace {
 
-constexpr int Tags = 200;
-constexpr int MeasuredTags = 180;
-constexpr int16_t ScanTypes[] = {17, 24, 23, 22, 21, 28};
 constexpr double WarmUpSeconds = 0.3;
 constexpr double MeasureSeconds = 2.0;
 constexpr int ScanEveryMs = 100;
@@ -69,117 +61,10 @@ double Now() {
 // ---------------------------------------------------------------------------------------------
 // Server side (child processes)
 
-// The scan's screen: nothing shown, but pending events run where the monitor lets them run.
-class EventsView : public MonitorView {
-public:
-    void ShowWait(const std::string&) override {}
-    void SetWaitProgress(const std::string&) override {}
-    void DoEvents() override { QCoreApplication::processEvents(); }
-    void SetGridCell(int, int, const std::string&) override {}
-    void ShowMessage(const std::string&, const std::string&, MessageIcon) override {}
-    void EndProgram() override {}
-    void StartProgram(const std::string&, const std::string&) override {}
-    void CloseWait() override {}
-    void SetStatusText(const std::string&) override {}
-    void ShowWaitMessage(const std::string&) override {}
-    void SetViewLogAvailable(bool) override {}
-    void SetupGrid(int) override {}
-    void SetGridRowColour(int, int, int, RgbColour) override {}
-    void SetPanelText(StatusPanel, const std::string&) override {}
-    void SetPanelColour(StatusPanel, RgbColour) override {}
-    void SetWatchdogLabel(bool) override {}
-    MessageAnswer Ask(const std::string&, const std::string&, MessageButtons, MessageIcon) override {
-        return MessageAnswer::No;
-    }
-    void SetMenuVisible(MenuItem, bool) override {}
-    void SetMenuChecked(MenuItem, bool) override {}
-    bool MenuChecked(MenuItem) const override { return false; }
-    void CloseLogWindow() override {}
-    void CloseMainWindow() override {}
-};
-
 class QuietTrace : public SocketTrace {
 public:
     bool Tracing() const override { return false; }
     void AddLog(const std::string&) override {}
-};
-
-// 200 online tags on a V5 stand-in host: 180 meters of every host kind, 10 maths tags, 10 display tags.
-struct ScanSite {
-    HostFixture host;
-    bool ready = false;
-    std::unique_ptr<Telvane> telvane;
-    SetupData setup;
-    TagValues values;
-    MonitorSettings settings;
-    MonitorState state;
-    EventsView view;
-    DdeInputLinks dde;
-    int16_t csvOnly = 0;
-    std::unique_ptr<ScanContext> scan;
-    float step = 0;
-    int scans = 0;
-
-    static bool ReadsLine(int16_t scanType) { return scanType == 17 || scanType == 23 || scanType == 21; }
-
-    ScanSite() {
-        if (!HostFixture::LibrariesBuilt() || !host.Install(5)) return;
-        ClockSimulate(MakeDateTime(2026, 11, 19, 10, 0, 0), 1);
-        telvane = std::make_unique<Telvane>();
-        setup.MaxTags = Tags;
-        setup.TagCount = Tags;
-        setup.TagTable.assign(Tags + 1, TagRecord{});
-        values.assign(Tags + 1, TagValue{});
-        settings.AverageScans = 5;
-        state.StartingUp = 0;
-        for (int n = 1; n <= Tags; ++n) {
-            TagRecord& record = setup.TagTable[n];
-            record.Online = 1;
-            record.TagType = TagTypeMeasured;
-            record.UnitsPerPulse = 1;
-            record.InTotal = 1;
-            if (n <= MeasuredTags) {
-                record.ScanType = ScanTypes[n % 6];
-                if (ReadsLine(record.ScanType)) {
-                    record.RecorderNo = 1;
-                    record.PageNo = static_cast<int16_t>((n - 1) / 10 + 1);
-                    record.LineNo = static_cast<int16_t>((n - 1) % 10 + 1);
-                } else {
-                    record.PageNo = static_cast<int16_t>(n);
-                }
-                record.HostTagNumber = static_cast<int16_t>(1000 + n);
-                record.RolloverValue = 1e6f;
-            } else if (n <= MeasuredTags + 10) {
-                record.ScanType = ScanTypeMaths;
-                for (auto& term : record.MathsTerms) term = {static_cast<int16_t>(Tags), 0, 0};
-                record.MathsTerms[0] = {static_cast<int16_t>(n - MeasuredTags), 0, 1.0f};
-                record.MathsTerms[1] = {static_cast<int16_t>(n - MeasuredTags + 20), 2, 0.5f};
-            } else {
-                record.TagType = TagTypeDisplay;
-                record.DisplaySourceIsTag = n % 2;
-                record.DisplaySource = static_cast<int16_t>(n % 2 ? n - 10 : 0);
-                record.RecorderNo = 1;
-                record.PageNo = 50;
-                record.LineNo = static_cast<int16_t>(n - MeasuredTags - 10);
-            }
-            values[n].LastReadTime = ClockNow();
-            values[n].PulseTime = values[n].LastReadTime;
-        }
-        scan = std::make_unique<ScanContext>(ScanContext{setup, values, settings, state, *telvane, view, dde, csvOnly});
-        ready = true;
-    }
-
-    // The meters move on between scans, then one full pass.
-    void ScanOnce() {
-        step += 1;
-        HostState& points = host.State();
-        for (int i = 0; i < MeasuredTags; ++i) {
-            points.SetReading(HostTable::Tags, i, step * 0.5f + static_cast<float>(i));
-            points.SetReading(HostTable::Lines, i, step * 0.5f + static_cast<float>(i));
-        }
-        Input_General(*scan);
-        ++scans;
-    }
 };
 
 enum class ServerKind { Monitor, MonitorScanning, Echo };
@@ -233,6 +118,8 @@ int ServeChild(ServerKind kind, const std::string& jobSetupFolder, int readyFd, 
     for (int n = 1; n <= Tags; ++n) plainValues[n].Integrated = 1000.0f + static_cast<float>(n) * 1.25f;
     if (kind == ServerKind::MonitorScanning) {
         site = std::make_unique<ScanSite>();
+        // Pending requests are served where the monitor lets events run.
+        site->view.OnDoEvents = [] { QCoreApplication::processEvents(); };
         if (!site->ready) {
             report(0);
             return 1;
