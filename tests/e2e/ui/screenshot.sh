@@ -1,10 +1,10 @@
 #!/bin/bash
-# The monitor's own main window on a virtual X display beside a running stand-in host, photographed
-# once the first acquisition has filled the grid.
-#   screenshot.sh VOLTAMON TELVANE_HOST VT_MTG SITE_DESCRIPTION OUT.png
+# The monitor's own main window on a virtual X display beside a running stand-in host with the demo
+# job, photographed once the first acquisition has filled the grid.
+#   screenshot.sh VOLTAMON TELVANE_HOST VT_MTG SITE_DESCRIPTION OUT.png [SCENARIO SETTINGS]
 # Exit 77 (skipped) when Xvfb or ImageMagick's import is not installed.
 set -u
-voltamon=$1 host=$2 mtg=$3 site=$4 out=$5
+voltamon=$1 host=$2 mtg=$3 site=$4 out=$5 scenario=${6:-} settings=${7:-}
 
 for tool in Xvfb import identify; do
     command -v "$tool" > /dev/null || { echo "skipped: $tool is not installed"; exit 77; }
@@ -24,7 +24,10 @@ finish() {
 trap finish EXIT
 fail() { echo "FAIL: $*"; for f in "$work"/*.out "$VOLTARIS_PROGRAM_DIR"/*.log; do [ -f "$f" ] && { echo "== $f"; tail -20 "$f"; }; done; exit 1; }
 
-"$host" run --generation 5 > "$work/host.out" 2>&1 &
+# A simulated clock: the demo's settings synchronise the PC clock to the host's hour pulse, and a
+# test must never set the machine's own clock.
+"$host" clock 2026-11-22T10:10:00 1 > /dev/null || fail "the simulated clock could not be set"
+"$host" run --generation 5 ${scenario:+--scenario "$scenario"} > "$work/host.out" 2>&1 &
 hostpid=$!
 for _ in $(seq 100); do
     "$host" status 2> /dev/null | grep -q '^job running: yes' && break
@@ -38,6 +41,7 @@ port=$(perl -MIO::Socket::INET -e 'print IO::Socket::INET->new(LocalAddr => "127
     fail "no free port"
 local_setup=$("$host" status | sed -n 's/^job setup folder (local): //p')
 mkdir -p "$local_setup"
+[ -n "$settings" ] && cp "$settings" "$local_setup/VoltarisSetup.ini"
 printf '[Sockets]\r\nVoltarisMonitorPortNo=%d\r\n' "$port" > "$local_setup/WinSockets.ini"
 
 # A free display number: the first without a lock file.
