@@ -8,30 +8,10 @@
 namespace scenario {
 namespace {
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = Backfill
-
-[meter Incomer]
-point = T1
-kind = rate
-rate = 100
-)";
+const std::string Site = OneMeterSite("Backfill", "Incomer", 100);
 
 // Two "From Log File" tags and a maths tag 3 x Boiler + 2 x Chiller.
-const char* const Tags = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Incomer"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-
+const std::string Tags = RateTagSetup("Incomer", R"(
 [Tag 2]
 TagName = "Boiler"
 Online = 1
@@ -51,7 +31,7 @@ TagName = "Chiller"
 Online = 1
 TagType = 1
 ScanType = 25
-)";
+)");
 
 class CsvBackfill : public ScenarioTest {};
 

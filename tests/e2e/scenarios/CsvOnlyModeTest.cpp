@@ -5,30 +5,10 @@
 namespace scenario {
 namespace {
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = CsvOnly
-
-[meter Incomer]
-point = T1
-kind = rate
-rate = 600
-)";
+const std::string Site = OneMeterSite("CsvOnly", "Incomer", 600);
 
 // The incomer would write its rate back to host tag 101 when scanned.
-const char* const Tags = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Incomer"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-HostTagNumber = 101
+const std::string Tags = RateTagSetup("Incomer", R"(HostTagNumber = 101
 InTotal = 1
 
 [Tag 2]
@@ -36,7 +16,7 @@ TagName = "Logged"
 Online = 1
 TagType = 1
 ScanType = 25
-)";
+)");
 
 class CsvOnlyMode : public ScenarioTest {};
 

@@ -11,29 +11,9 @@ constexpr double Speed = 300;
 constexpr int ScanSeconds = 10;
 constexpr double Rate = 240;  // 120 a half hour
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = Month
+const std::string Site = OneMeterSite("Month", "Feeder", 240);
 
-[meter Feeder]
-point = T1
-kind = rate
-rate = 240
-)";
-
-const char* const Tags = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Feeder"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-)";
+const std::string Tags = RateTagSetup("Feeder");
 
 class MonthBoundary : public ScenarioTest {};
 

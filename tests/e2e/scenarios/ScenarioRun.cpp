@@ -432,4 +432,16 @@ std::string ScenarioTest::Diagnostics() const {
     return text;
 }
 
+std::string OneMeterSite(const std::string& job, const std::string& name, double rate) {
+    std::ostringstream text;
+    text << "[host]\ngeneration = 5\njob = " << job << "\n\n[meter " << name << "]\npoint = T1\nkind = rate\nrate = "
+         << rate << "\n";
+    return text.str();
+}
+
+std::string RateTagSetup(const std::string& name, const std::string& more) {
+    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = 48\n\n[Tag 1]\nTagName = \"" + name +
+           "\"\nOnline = 1\nTagType = 1\nScanType = 24\nPageNo = 1\n" + more;
+}
+
 }  // namespace scenario

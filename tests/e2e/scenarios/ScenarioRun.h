@@ -42,6 +42,12 @@ std::vector<std::string> Split(const std::string& text, char separator);
 std::vector<std::string> Lines(const std::string& text);  // without CR
 bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
 
+// A V5 host job whose one meter, named name on host tag T1, runs at a constant rate an hour.
+std::string OneMeterSite(const std::string& job, const std::string& name, double rate);
+// A tag setup of 48 periods a day whose tag 1, named name, reads host tag 1 as a rate; more is
+// appended as it stands (further fields of tag 1, then further [Tag n] sections).
+std::string RateTagSetup(const std::string& name, const std::string& more = "");
+
 // One period record of vt-store records: its flag and one value per column of the tags in use.
 struct Record {
     int Flag = -1;

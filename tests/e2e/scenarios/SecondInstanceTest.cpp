@@ -5,29 +5,9 @@
 namespace scenario {
 namespace {
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = Twice
+const std::string Site = OneMeterSite("Twice", "Incomer", 100);
 
-[meter Incomer]
-point = T1
-kind = rate
-rate = 100
-)";
-
-const char* const Tags = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Incomer"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-)";
+const std::string Tags = RateTagSetup("Incomer");
 
 std::size_t Count(const std::string& text, const std::string& part) {
     std::size_t count = 0;

@@ -9,29 +9,9 @@ namespace {
 
 constexpr double Speed = 10;  // a tick of the monitor every 100 ms
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = Shutdown
+const std::string Site = OneMeterSite("Shutdown", "Incomer", 100);
 
-[meter Incomer]
-point = T1
-kind = rate
-rate = 100
-)";
-
-const char* const Tags = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Incomer"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-)";
+const std::string Tags = RateTagSetup("Incomer");
 
 class Shutdown : public ScenarioTest {
 protected:
