@@ -82,32 +82,24 @@ SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders&
 SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openError, const HostFolders& host,
                                    SetupData& setup, SetupLoadView& view)
 {
-    VbError firstError;
-    auto note = [&firstError](const VbError& e) {
-        if (e.Failed() && !firstError.Failed())
-            firstError = e;
-    };
-    auto report = [&firstError] {
-        if (firstError.Failed())
-            ReportError("GetSetupData", firstError);
-    };
+    FirstErrorReport errors("GetSetupData");
 
     view.ShowWait("Get Setup File Data");
     setup.MaxTags = SetupTagSlots;
 
-    note(openError);
+    errors.Note(openError);
     ByteReader in(bytes);
 
     in.Int16(setup.SetupVersion);
-    note(in.FirstError());
+    errors.Note(in.FirstError());
     if (setup.SetupVersion < OldestUpdatableVersion) {
-        report();
+        errors.Report();
         view.ShowMessage(SetupErrorText, "Setup error", MessageIcon::Information);
         view.EndProgram();
         return SetupLoadResult::ProgramEnds;
     }
     if (setup.SetupVersion < OldestLoadableVersion) {
-        report();
+        errors.Report();
         const std::string editor = host.TelvaneFolder() + "\\vt-setup.exe";
         if (FileExists(editor) || FileExists(editor.substr(0, editor.size() - 4)))
             view.StartProgram(editor, "/UpdateOnly");
@@ -120,7 +112,7 @@ SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openEr
     in.Int16(setup.TariffCount);
     in.Int16(setup.TariffEntryCount);
     in.Int16(setup.CenterCount);
-    note(in.FirstError());
+    errors.Note(in.FirstError());
 
     const int n = setup.TariffCount;
     const int m = setup.TariffEntryCount;
@@ -131,14 +123,14 @@ SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openEr
     auto size1 = [&](auto& table, int count, int64_t elements) {
         table.clear();
         const VbError e = count < 0 ? VbError(ErrSubscript) : CheckExtent(elements);
-        note(e);
+        errors.Note(e);
         if (!e.Failed())
             table.resize(static_cast<std::size_t>(elements));
     };
     auto size2 = [&](auto& table, int rowCount, int64_t rows, int columnCount, int64_t columns) {
         table.clear();
         const VbError e = (rowCount < 0 || columnCount < 0) ? VbError(ErrSubscript) : CheckExtent(rows * columns);
-        note(e);
+        errors.Note(e);
         if (e.Failed())
             return;
         table.resize(static_cast<std::size_t>(rows));
@@ -176,7 +168,7 @@ SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openEr
         else
             in.Skip(CenterSize);
     }
-    note(in.FirstError());
+    errors.Note(in.FirstError());
 
     for (int i = 1; i <= SetupTagSlots; ++i) {
         view.SetWaitProgress(std::to_string(CInt(i / 200.0 * 100.0).Value) + "%");
@@ -201,14 +193,14 @@ SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openEr
         if (tag.ScanType == ScanTypeMaths)
             CorrectMathsOperators(tag);
     }
-    note(in.FirstError());
+    errors.Note(in.FirstError());
 
     ByteReader fixed(bytes);
     fixed.Seek(FixedEntriesOffset);
     for (FixedEntry& entry : setup.FixedEntries)
         ReadFields(fixed, entry, FixedEntryFields());
-    note(fixed.FirstError());
+    errors.Note(fixed.FirstError());
 
-    report();
+    errors.Report();
     return SetupLoadResult::Loaded;
 }

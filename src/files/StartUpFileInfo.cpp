@@ -72,23 +72,15 @@ VbResult<DateTime> ReadSetupFileStamp(const std::string& setupMtgFile)
 SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
 {
     SetupData& s = c.Setup;
-    VbError firstError;
-    auto note = [&firstError](const VbError& e) {
-        if (e.Failed() && !firstError.Failed())
-            firstError = e;
-    };
-    auto report = [&firstError] {
-        if (firstError.Failed())
-            ReportError("StartUpFileInfo", firstError);
-    };
+    FirstErrorReport errors("StartUpFileInfo");
 
     const VbResult<DateTime> stamp = ReadSetupFileStamp(c.State.SetupMtgFile);
-    note(stamp.Error);
+    errors.Note(stamp.Error);
     if (stamp.Ok())
         c.State.SetupFileStamp = stamp.Value;
 
     if (GetSetupData(c.State.SetupMtgFile, c.Host, s, c.View) == SetupLoadResult::ProgramEnds) {
-        report();
+        errors.Report();
         return SetupLoadResult::ProgramEnds;
     }
     if (c.State.LastSavedPeriod == 0)
@@ -100,7 +92,7 @@ SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
     const std::string& path = c.Settings.StoreFilePath;
     StoreFile file;
     const VbError opened = file.Open(path);
-    note(opened);
+    errors.Note(opened);
     VbResult<int64_t> length = file.Length();
     if (opened.Failed() || !length.Ok() || length.Value < StoreNewFileLength) {
         s.MaxTags = SetupTagSlots;
@@ -109,7 +101,7 @@ SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
     } else {
         StoreHeader header;
         const VbError e = file.ReadHeader(header);
-        note(e);
+        errors.Note(e);
         if (!e.Failed()) {
             // The file's dimensions hold for the rest of its month.
             s.MaxTags = header.MaxTags;
@@ -122,14 +114,14 @@ SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
     file.Close();
 
     if (s.PeriodsPerDay != 24 && s.PeriodsPerDay != 48 && s.PeriodsPerDay != 96) {
-        report();
+        errors.Report();
         c.View.ShowMessage(PeriodsMessage(path, s.PeriodsPerDay), "Error in Store File", MessageIcon::Critical);
         c.View.EndProgram();
         return SetupLoadResult::ProgramEnds;
     }
     const int tagCount = s.MaxTags - 2 - s.CenterCount;
     if (tagCount < 1) {
-        report();
+        errors.Report();
         c.View.ShowMessage(NoTagsMessage(), "Error - Voltaris Monitor", MessageIcon::None);
         c.View.EndProgram();
         return SetupLoadResult::ProgramEnds;
@@ -137,13 +129,13 @@ SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
     // A negative center count would put tags beyond the table; its sizing below reports it.
     s.TagCount = static_cast<int16_t>(tagCount < s.MaxTags ? tagCount : s.MaxTags);
 
-    note(Resize(s.Centers, int64_t{s.CenterCount} + 1));
-    note(Resize2(s.TariffEntries, int64_t{s.TariffCount} + 1, int64_t{s.TariffEntryCount} + 1, false));
-    note(Resize(s.Tariffs, int64_t{s.TariffCount} + 1));
-    note(Resize(s.TagTable, int64_t{s.MaxTags} + 1));
-    note(Resize(c.Values, int64_t{s.MaxTags} + 1));
-    note(Resize2(s.TagAuxEntries, int64_t{s.MaxTags} + 1, int64_t{s.TariffEntryCount} + 1, true));
-    report();
+    errors.Note(Resize(s.Centers, int64_t{s.CenterCount} + 1));
+    errors.Note(Resize2(s.TariffEntries, int64_t{s.TariffCount} + 1, int64_t{s.TariffEntryCount} + 1, false));
+    errors.Note(Resize(s.Tariffs, int64_t{s.TariffCount} + 1));
+    errors.Note(Resize(s.TagTable, int64_t{s.MaxTags} + 1));
+    errors.Note(Resize(c.Values, int64_t{s.MaxTags} + 1));
+    errors.Note(Resize2(s.TagAuxEntries, int64_t{s.MaxTags} + 1, int64_t{s.TariffEntryCount} + 1, true));
+    errors.Report();
 
     if (opened.Failed())
         return SetupLoadResult::Loaded;  // already reported; a second try would only say it again

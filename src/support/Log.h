@@ -42,6 +42,22 @@ std::string ErrorReport(std::string_view procedure, const VbError& error);
 // Builds the report, keeps it in LastErrorText and writes it with AddToLog.
 void ReportError(std::string_view procedure, const VbError& error);
 
+// The first error of a procedure that carries on past its failing steps, reported once at the end.
+class FirstErrorReport {
+public:
+    explicit FirstErrorReport(std::string_view procedure) : procedure_(procedure) {}
+    void Note(const VbError& error) {
+        if (error.Failed() && !first_.Failed()) first_ = error;
+    }
+    void Report() const {
+        if (first_.Failed()) ReportError(procedure_, first_);
+    }
+
+private:
+    std::string procedure_;
+    VbError first_;
+};
+
 // "/d": with DebugMode set, a failure of AddToLog asks the user whether to terminate.
 void SetDebugMode(bool on);
 bool DebugMode();
