@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 
+#include "platform/Clock.h"
 #include "platform/Programs.h"
 #include "support/Log.h"
 #include "support/VbText.h"
@@ -34,8 +35,19 @@ void HeadlessView::SetWatchdogLabel(bool) {}
 void HeadlessView::SetMenuVisible(MenuItem, bool) {}
 void HeadlessView::CloseLogWindow() {}
 
-void HeadlessView::DoEvents() {
-    if (QCoreApplication::instance() != nullptr) QCoreApplication::processEvents();
+// The scan lets events in twice per tag. With no window to paint, pending events (socket requests,
+// timers) are let in once per tick of the coarse clock (a few milliseconds) at most, and the clock is
+// looked at on every fourth request only: each look at the events costs a poll of every socket.
+void HeadlessView::DoEvents() { LetEventsIn(); }
+
+bool HeadlessView::LetEventsIn() {
+    if (QCoreApplication::instance() == nullptr) return false;
+    if (++eventRequests_ % 4 != 1) return false;
+    const int64_t now = CoarseMonotonicMs();
+    if (now == lastEventsMs_) return false;
+    lastEventsMs_ = now;
+    QCoreApplication::processEvents();
+    return true;
 }
 
 void HeadlessView::ShowMessage(const std::string& text, const std::string& title, MessageIcon) {
@@ -54,13 +66,21 @@ void HeadlessView::StartProgram(const std::string& program, const std::string& a
     if (VbError e = ::StartProgram(program, arguments, WindowShow::Normal)) ReportError("StartProgram", e);
 }
 
-void HeadlessView::SetStatusText(const std::string& text) { panels_[StatusPanel::Panel3D2] = text; }
+void HeadlessView::SetStatusText(const std::string& text) { SetPanelText(StatusPanel::Panel3D2, text); }
 
-void HeadlessView::SetPanelText(StatusPanel panel, const std::string& text) { panels_[panel] = text; }
+void HeadlessView::SetPanelText(StatusPanel panel, const std::string& text) {
+    if (panel == StatusPanel::Panel3D2) step_ = nullptr;
+    panels_[static_cast<size_t>(panel)] = text;
+}
+
+void HeadlessView::ShowScanStep(const char* step, int tag) {
+    step_ = step;
+    stepTag_ = tag;
+}
 
 std::string HeadlessView::PanelText(StatusPanel panel) const {
-    const auto it = panels_.find(panel);
-    return it == panels_.end() ? std::string() : it->second;
+    if (panel == StatusPanel::Panel3D2 && step_ != nullptr) return step_ + std::to_string(stepTag_);
+    return panels_[static_cast<size_t>(panel)];
 }
 
 void HeadlessView::SetMenuChecked(MenuItem item, bool checked) { checked_[item] = checked; }

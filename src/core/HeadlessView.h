@@ -2,6 +2,8 @@
 // The monitor's screen when there is none: panels and grid go nowhere, message boxes go to the
 // main log and are answered with their default button, and closing the window ends the event
 // loop when the monitor's closing rule lets it.
+#include <array>
+#include <cstdint>
 #include <map>
 #include <string>
 
@@ -30,7 +32,10 @@ public:
     // MonitorView
     void SetupGrid(int rows) override;
     void SetGridRowColour(int row, int columnFrom, int columnTo, RgbColour colour) override;
+    void SetGridNumber(int, int, const GridNumber&) override {}
     void SetPanelText(StatusPanel panel, const std::string& text) override;
+    void ShowScanStep(const char* step, int tag) override;
+    bool LetEventsIn() override;
     void SetPanelColour(StatusPanel panel, RgbColour textColour) override;
     void SetWatchdogLabel(bool on) override;
     MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
@@ -54,7 +59,12 @@ private:
     void Quit(int exitCode);
 
     MonitorCommands* commands_ = nullptr;
-    std::map<StatusPanel, std::string> panels_;
+    std::array<std::string, 3> panels_;  // by StatusPanel
+    // The scan's latest step while it is newer than Panel3D2's text; its text is made when asked for.
+    const char* step_ = nullptr;
+    int stepTag_ = 0;
+    int64_t lastEventsMs_ = -1;  // CoarseMonotonicMs of the last DoEvents that let events in
+    uint32_t eventRequests_ = 0;
     std::map<MenuItem, bool> checked_;
     bool closed_ = false;
     int exitCode_ = 0;

@@ -29,8 +29,6 @@ void HostOutput(ScanContext& scan, const TagRecord& record, float rate) {
     scan.Host.IO.Value(rate);
 }
 
-std::string SmoothedRateCell(int16_t n, float rate) { return "(" + std::to_string(n) + ") " + FormatFixed(rate, 2); }
-
 }  // namespace
 
 void Input_Calc_Direct(ScanContext& scan, int16_t tag, DateTime now) {
@@ -53,7 +51,7 @@ void Input_Calc_Direct(ScanContext& scan, int16_t tag, DateTime now) {
     value.Rate = value.Current;
 
     HostOutput(scan, record, value.Rate);
-    scan.View.SetGridCell(tag, GridColumnRate, FormatFixed(value.Rate, 2));
+    scan.View.SetGridNumber(tag, GridColumnRate, GridNumber::Fixed(value.Rate));
 }
 
 void Input_Calc_Total(ScanContext& scan, int16_t tag, DateTime now) {
@@ -82,7 +80,7 @@ void Input_Calc_Total(ScanContext& scan, int16_t tag, DateTime now) {
     value.Previous = value.Current;
 
     HostOutput(scan, record, value.Rate);
-    scan.View.SetGridCell(tag, GridColumnRate, SmoothedRateCell(n, value.Rate));
+    scan.View.SetGridNumber(tag, GridColumnRate, GridNumber::Smoothed(n, value.Rate));
 }
 
 void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
@@ -145,8 +143,7 @@ void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
     }
 
     HostOutput(scan, record, value.Rate);
-    scan.View.SetGridCell(tag, GridColumnRate,
-                          SmoothedRateCell(n, value.Rate) + " (" + FormatFixed(record.MaxRate, 2) + ")");
+    scan.View.SetGridNumber(tag, GridColumnRate, GridNumber::SmoothedWithLimit(n, value.Rate, record.MaxRate));
     scan.View.SetGridRowColour(tag, 1, GridLastColumn, good ? ColourBlack : ColourRed);
     value.Previous = value.Current;
 }

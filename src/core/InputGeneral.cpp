@@ -1,5 +1,6 @@
 #include "core/InputGeneral.h"
 
+#include <map>
 #include <string>
 
 #include "core/InputAcquire.h"
@@ -36,22 +37,77 @@ ScanKind KindOf(int16_t scanType) {
     }
 }
 
+// "Now" for a pass: read when the pass starts and again after events have run, since a handler
+// may take any time. The tags handled in between share it: they lie microseconds apart.
+class PassClock {
+public:
+    DateTime Now() {
+        if (stale_) {
+            now_ = ClockNow();
+            stale_ = false;
+        }
+        return now_;
+    }
+    void EventsRan() {
+        stale_ = true;
+        ++rounds_;
+    }
+    // Changes whenever events have run: what the pass worked out before may no longer hold.
+    unsigned Rounds() const { return rounds_; }
+
+private:
+    DateTime now_ = 0;
+    bool stale_ = true;
+    unsigned rounds_ = 0;
+};
+
+// The sum of Integrated over a center's measured tags (center 0: every tag in the site total),
+// added left to right in tag order. Display tags of the same center share it until events have
+// run, since a socket request may set a tag in between.
+class CenterSums {
+public:
+    VbError Sum(const ScanContext& scan, const PassClock& clock, int center, float& sum) {
+        if (clock.Rounds() != rounds_) {
+            sums_.clear();
+            rounds_ = clock.Rounds();
+        }
+        if (auto known = sums_.find(center); known != sums_.end()) {
+            sum = known->second;
+            return {};
+        }
+        SingleArithmetic ops;
+        float total = 0;
+        for (int m = 1; m <= scan.Setup.TagCount; ++m) {
+            if (!ScanTagInRange(scan, m)) return VbError(ErrSubscript);
+            const TagRecord& member = scan.Setup.TagTable[m];
+            if (member.Online != 1 || member.TagType != TagTypeMeasured) continue;
+            const bool counts = center == 0 ? member.InTotal == 1 : member.CenterNo == center;
+            if (!counts) continue;
+            total = ops.Add(total, scan.Values[m].Integrated);
+            if (ops.Failed()) return ops.Error();
+        }
+        sums_.emplace(center, total);
+        sum = total;
+        return {};
+    }
+
+private:
+    std::map<int, float> sums_;
+    unsigned rounds_ = 0;
+};
+
 // Status text between two rounds of pending events, so a watcher sees where a slow scan is and
 // socket requests are served as the pass goes.
-void ShowProgress(ScanContext& scan, const char* text, int tag) {
-    scan.View.DoEvents();
-    // Once per tag: keep the text's buffer rather than allocate a new one each time.
-    static std::string status;
-    status.assign(text);
-    status += std::to_string(tag);
-    scan.View.SetPanelText(StatusPanel::Panel3D2, status);
-    scan.View.DoEvents();
+void ShowProgress(ScanContext& scan, PassClock& clock, const char* step, int tag) {
+    if (scan.View.LetEventsIn()) clock.EventsRan();
+    scan.View.ShowScanStep(step, tag);
+    if (scan.View.LetEventsIn()) clock.EventsRan();
 }
 
 void ShowValues(ScanContext& scan, int tag) {
     const TagValue& value = scan.Values[tag];
-    scan.View.SetGridCell(tag, GridColumnCurrent, FormatFixed(value.Current, 2));
-    scan.View.SetGridCell(tag, GridColumnIntegrated, FormatFixed(value.Integrated, 2));
+    scan.View.SetGridNumber(tag, GridColumnCurrent, GridNumber::Fixed(value.Current));
+    scan.View.SetGridNumber(tag, GridColumnIntegrated, GridNumber::Fixed(value.Integrated));
 }
 
 void Acquire(ScanContext& scan, int16_t tag, Source from) {
@@ -73,7 +129,7 @@ void Calculate(ScanContext& scan, int16_t tag, Calculation calc, DateTime now) {
 }
 
 // Pending events may run a setup reload, so every step looks its tag up afresh.
-VbError MeasuredPass(ScanContext& scan) {
+VbError MeasuredPass(ScanContext& scan, PassClock& clock) {
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].Online != 1) {
@@ -81,13 +137,13 @@ VbError MeasuredPass(ScanContext& scan) {
             scan.View.SetGridCell(n, GridColumnIntegrated, "");
             continue;
         }
-        ShowProgress(scan, "Get Data for Tag ", n);
+        ShowProgress(scan, clock, "Get Data for Tag ", n);
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].TagType != TagTypeMeasured) continue;
         const ScanKind kind = KindOf(scan.Setup.TagTable[n].ScanType);
         const auto tag = static_cast<int16_t>(n);
         // One instant for the reading, its calculation and its time stamp.
-        const DateTime now = ClockNow();
+        const DateTime now = clock.Now();
         Acquire(scan, tag, kind.From);
         Calculate(scan, tag, kind.Calc, now);
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
@@ -97,16 +153,16 @@ VbError MeasuredPass(ScanContext& scan) {
     return {};
 }
 
-VbError MathsPass(ScanContext& scan) {
+VbError MathsPass(ScanContext& scan, PassClock& clock) {
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].Online != 1) continue;
-        ShowProgress(scan, "Calc Maths for Tag ", n);
+        ShowProgress(scan, clock, "Calc Maths for Tag ", n);
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         const TagRecord& record = scan.Setup.TagTable[n];
         if (record.TagType != TagTypeMeasured || record.ScanType != ScanTypeMaths) continue;
         Input_MathsGrouping(scan, static_cast<int16_t>(n));
-        scan.Values[n].LastReadTime = ClockNow();
+        scan.Values[n].LastReadTime = clock.Now();
         ShowValues(scan, n);
     }
     return {};
@@ -114,11 +170,12 @@ VbError MathsPass(ScanContext& scan) {
 
 // Display tags show another tag's Integrated, or the sum over a center (center 0: the site total,
 // every tag counted in the total) of the measured tags as they stand after this scan's passes.
-VbError DisplayPass(ScanContext& scan) {
+VbError DisplayPass(ScanContext& scan, PassClock& clock) {
+    CenterSums centers;
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].TagType != TagTypeDisplay || scan.Setup.TagTable[n].Online != 1) continue;
-        ShowProgress(scan, "Display Data for Tag ", n);
+        ShowProgress(scan, clock, "Display Data for Tag ", n);
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         const TagRecord& record = scan.Setup.TagTable[n];
         TagValue& value = scan.Values[n];
@@ -127,25 +184,14 @@ VbError DisplayPass(ScanContext& scan) {
         if (record.DisplaySourceIsTag == 1) {
             if (!ScanTagInRange(scan, record.DisplaySource)) return VbError(ErrSubscript);
             value.Integrated = scan.Values[record.DisplaySource].Integrated;
-        } else {
-            const int center = record.DisplaySource;
-            SingleArithmetic ops;
-            for (int m = 1; m <= scan.Setup.TagCount; ++m) {
-                if (!ScanTagInRange(scan, m)) return VbError(ErrSubscript);
-                const TagRecord& member = scan.Setup.TagTable[m];
-                if (member.Online != 1 || member.TagType != TagTypeMeasured) continue;
-                const bool counts = center == 0 ? member.InTotal == 1 : member.CenterNo == center;
-                if (!counts) continue;
-                const float sum = ops.Add(value.Integrated, scan.Values[m].Integrated);
-                if (ops.Failed()) return ops.Error();
-                value.Integrated = sum;
-            }
+        } else if (VbError error = centers.Sum(scan, clock, record.DisplaySource, value.Integrated)) {
+            return error;
         }
         scan.Host.IO.IndexRecorderLine(record.RecorderNo, record.PageNo, record.LineNo);
         scan.Host.IO.Value(value.Integrated);
-        value.LastReadTime = ClockNow();
+        value.LastReadTime = clock.Now();
         scan.View.SetGridCell(n, GridColumnCurrent, "");
-        scan.View.SetGridCell(n, GridColumnIntegrated, FormatFixed(value.Integrated, 2));
+        scan.View.SetGridNumber(n, GridColumnIntegrated, GridNumber::Fixed(value.Integrated));
     }
     return {};
 }
@@ -165,9 +211,10 @@ VbError ScanLogLine(ScanContext& scan) {
 }
 
 VbError Pass(ScanContext& scan) {
-    if (VbError error = MeasuredPass(scan)) return error;
-    if (VbError error = MathsPass(scan)) return error;
-    if (VbError error = DisplayPass(scan)) return error;
+    PassClock clock;
+    if (VbError error = MeasuredPass(scan, clock)) return error;
+    if (VbError error = MathsPass(scan, clock)) return error;
+    if (VbError error = DisplayPass(scan, clock)) return error;
     if (scan.Settings.ScanLogging != 0) return ScanLogLine(scan);
     return {};
 }

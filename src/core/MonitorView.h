@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "core/GridNumber.h"
 #include "files/SettingsView.h"
 #include "files/StoreFileView.h"
 
@@ -43,8 +44,22 @@ public:
     virtual void SetupGrid(int rows) = 0;
     // Text colour of a block of cells in one row (columns from..to).
     virtual void SetGridRowColour(int row, int columnFrom, int columnTo, RgbColour colour) = 0;
+    // A cell showing a number; a view that shows nothing need not make its text.
+    virtual void SetGridNumber(int row, int column, const GridNumber& number) {
+        SetGridCell(row, column, number.Text());
+    }
 
     virtual void SetPanelText(StatusPanel panel, const std::string& text) = 0;
+    // The scan's step in the status panel (Panel3D2): step text (a literal, which the view may keep)
+    // followed by the tag number. A view that shows nothing need not make the text.
+    virtual void ShowScanStep(const char* step, int tag) {
+        SetPanelText(StatusPanel::Panel3D2, std::string(step) + std::to_string(tag));
+    }
+    // DoEvents, telling whether events may have run: false only when the view let none in.
+    virtual bool LetEventsIn() {
+        DoEvents();
+        return true;
+    }
     virtual void SetPanelColour(StatusPanel panel, RgbColour textColour) = 0;
     // lblWatchDog: on while the watchdog's last written value is 1.
     virtual void SetWatchdogLabel(bool on) = 0;

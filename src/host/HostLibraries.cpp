@@ -51,8 +51,6 @@ void HostLibraries::Release(HostLibrary library) {
     m.BySite.clear();
 }
 
-bool HostLibraries::Loaded(HostLibrary library) const { return modules_[static_cast<int>(library)].Handle != nullptr; }
-
 VbError HostLibraries::Resolve(HostLibrary library, const char* name, void*& address) {
     Module& m = modules_[static_cast<int>(library)];
     address = nullptr;

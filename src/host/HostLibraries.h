@@ -134,3 +134,7 @@ private:
     };
     std::array<Module, 4> modules_{};
 };
+
+inline bool HostLibraries::Loaded(HostLibrary library) const {
+    return modules_[static_cast<int>(library)].Handle != nullptr;
+}

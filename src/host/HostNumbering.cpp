@@ -1,5 +1,8 @@
 #include "host/HostNumbering.h"
 
+#include <climits>
+#include <cstdint>
+
 #include "support/VbConvert.h"
 #include "support/VbText.h"
 
@@ -47,6 +50,12 @@ IOReferenceTarget Line(double number) { return {true, SelectionNumber(number)}; 
 IOReferenceTarget RecorderLineTarget(double recorder, double page, double line) {
     if (recorder <= 0 || page <= 0 || line <= 0) return {true, 0};
     return Line((recorder - 1) * 100 + (page - 1) * 10 + line);
+}
+
+int32_t RecorderLineNumber(int32_t recorder, int32_t page, int32_t line) {
+    if (recorder <= 0 || page <= 0 || line <= 0) return 0;
+    const int64_t number = (int64_t{recorder} - 1) * 100 + (int64_t{page} - 1) * 10 + line;
+    return number > INT32_MAX ? 0 : static_cast<int32_t>(number);  // beyond a Long: no line
 }
 
 IOReferenceTarget ParseIOReference(std::string_view text) {

@@ -29,6 +29,8 @@ IOReferenceTarget ParseIOReference(std::string_view text);
 // The line an "R" reference names, from its three numbers: what ParseIOReference gives for
 // "R" + recorder + "P" + page + "L" + line, without building and reading the text.
 IOReferenceTarget RecorderLineTarget(double recorder, double page, double line);
+// The same line number from whole numbers, without the rounding a parsed reference needs.
+int32_t RecorderLineNumber(int32_t recorder, int32_t page, int32_t line);
 
 // Numeric value of a text as a whole number for a selection; a value that does not fit a 32-bit
 // number gives 0, so a malformed selection selects nothing.

@@ -30,9 +30,18 @@ std::string Number(int32_t n) { return std::to_string(n); }
 
 constexpr const char* TagTopic = "TagServer|Tags";
 
+// The index ranges of the two host generations.
+constexpr int32_t V4LastInputTag = 1024;
+constexpr int32_t V4FirstOutputTag = 2001;
+constexpr int32_t V4LastOutputTag = 4048;
+constexpr int32_t V4LastLine = 500;
+constexpr int32_t V5LastTag = 5000;
+constexpr int32_t V5LastLine = 1000;
+
 }  // namespace
 
 bool TelvaneIO::HostV4() const { return host_ != nullptr && host_->V4(); }
+int TelvaneIO::HostGeneration() const { return host_ != nullptr ? host_->Generation() : 0; }
 bool TelvaneIO::HostV5() const { return host_ != nullptr && host_->V5(); }
 HostLibraries* TelvaneIO::Libs() const { return host_ != nullptr ? &host_->Libraries() : nullptr; }
 
@@ -45,24 +54,27 @@ void TelvaneIO::Clear() {
 
 void TelvaneIO::IndexTag(int32_t value) {
     Clear();
-    if (value >= IndexMinInputTag() && value <= IndexMaxInputTag()) {
-        if (HostV4()) kind_ = Kind::V4InputTag;
-        else if (HostV5()) kind_ = Kind::V5Tag;
+    // The generation is asked once: a scan selects a tag hundreds of times.
+    const int generation = HostGeneration();
+    if (generation == 4) {
+        if (value >= 1 && value <= V4LastInputTag) kind_ = Kind::V4InputTag;
+        else if (value >= V4FirstOutputTag && value <= V4LastOutputTag) kind_ = Kind::V4OutputTag;
+        else return;
         index_ = value;
-    } else if (value >= IndexMinOutputTag() && value <= IndexMaxOutputTag()) {
+    } else if (generation == 5) {
+        if (value < 1 || value > V5LastTag) return;
+        kind_ = Kind::V5Tag;
         index_ = value;
-        if (HostV4()) kind_ = Kind::V4OutputTag;
-        else if (HostV5()) kind_ = Kind::V5Tag;
     }
 }
 
 void TelvaneIO::IndexRecLine(int32_t value) {
     Clear();
-    if (value >= IndexMinRecLine() && value <= IndexMaxRecLine()) {
-        if (HostV4()) kind_ = Kind::V4Line;
-        else if (HostV5()) kind_ = Kind::V5Line;
-        index_ = -value;
-    }
+    const int generation = HostGeneration();
+    if (generation == 4 && value >= 1 && value <= V4LastLine) kind_ = Kind::V4Line;
+    else if (generation == 5 && value >= 1 && value <= V5LastLine) kind_ = Kind::V5Line;
+    else return;
+    index_ = -value;
 }
 
 void TelvaneIO::Index(int32_t value) {
@@ -81,11 +93,11 @@ int32_t TelvaneIO::IndexLineNumberV4() const { return SplitLineV4(IndexRecLine()
 int32_t TelvaneIO::IndexPageNumberV5() const { return SplitLineV5(IndexRecLine()).Page; }
 int32_t TelvaneIO::IndexLineNumberV5() const { return SplitLineV5(IndexRecLine()).LineOnPage; }
 
-int32_t TelvaneIO::IndexMaxRecLine() const { return HostV4() ? 500 : HostV5() ? 1000 : 0; }
-int32_t TelvaneIO::IndexMaxOutputTag() const { return HostV4() ? 4048 : HostV5() ? 5000 : 0; }
-int32_t TelvaneIO::IndexMaxInputTag() const { return HostV4() ? 1024 : HostV5() ? 5000 : 0; }
+int32_t TelvaneIO::IndexMaxRecLine() const { return HostV4() ? V4LastLine : HostV5() ? V5LastLine : 0; }
+int32_t TelvaneIO::IndexMaxOutputTag() const { return HostV4() ? V4LastOutputTag : HostV5() ? V5LastTag : 0; }
+int32_t TelvaneIO::IndexMaxInputTag() const { return HostV4() ? V4LastInputTag : HostV5() ? V5LastTag : 0; }
 int32_t TelvaneIO::IndexMinRecLine() const { return HostV4() || HostV5() ? 1 : 0; }
-int32_t TelvaneIO::IndexMinOutputTag() const { return HostV4() ? 2001 : HostV5() ? 1 : 0; }
+int32_t TelvaneIO::IndexMinOutputTag() const { return HostV4() ? V4FirstOutputTag : HostV5() ? 1 : 0; }
 int32_t TelvaneIO::IndexMinInputTag() const { return HostV4() || HostV5() ? 1 : 0; }
 
 std::string TelvaneIO::IndexReference() const {
@@ -107,7 +119,7 @@ void TelvaneIO::IndexReference(const std::string& reference) {
 }
 
 void TelvaneIO::IndexRecorderLine(int32_t recorder, int32_t page, int32_t line) {
-    IndexRecLine(RecorderLineTarget(recorder, page, line).Number);
+    IndexRecLine(RecorderLineNumber(recorder, page, line));
 }
 
 float TelvaneIO::GetValueByIORef(const std::string& reference) {
@@ -134,11 +146,15 @@ float TelvaneIO::Value() {
         case Kind::V4InputTag:
         case Kind::V5Tag: result = AsSingle(libs->GetTagReading(index_ - 1)); break;
         case Kind::V4OutputTag:
-            libs->ReadTagOutputValue(index_ - 2001, insertStack_, 0);
-            result = AsSingle(libs->GetTagOutputReadValue(index_ - 2001));
+            libs->ReadTagOutputValue(index_ - V4FirstOutputTag, insertStack_, 0);
+            result = AsSingle(libs->GetTagOutputReadValue(index_ - V4FirstOutputTag));
             break;
         case Kind::V4Line: result = AsSingle(libs->GetLineReading(LineRecorder(), LinePage(), LineOnPage())); break;
-        case Kind::V5Line: result = AsSingle(libs->GetLineReadingEx(LinePage(), LineOnPage())); break;
+        case Kind::V5Line: {
+            const LineSplit line = SplitLineV5(IndexRecLine());
+            result = AsSingle(libs->GetLineReadingEx(line.Page, line.LineOnPage));
+            break;
+        }
         case Kind::None: break;
         }
     }
@@ -152,7 +168,7 @@ void TelvaneIO::Value(float value) {
         switch (kind_) {
         case Kind::V4InputTag: libs->SetTagReading(index_ - 1, value); break;
         case Kind::V5Tag: libs->SetTagOutputValueEx(index_ - 1, value, 0, 0); break;
-        case Kind::V4OutputTag: libs->SetTagOutputValue(index_ - 2001, value, insertStack_, 0); break;
+        case Kind::V4OutputTag: libs->SetTagOutputValue(index_ - V4FirstOutputTag, value, insertStack_, 0); break;
         case Kind::V4Line: PokeLine("SetData", FormatSingle(value), false); break;
         case Kind::V5Line: libs->SetLineParamData(IndexRecLine() - 1, 101, value); break;
         case Kind::None: break;
@@ -203,7 +219,7 @@ std::string TelvaneIO::Name() {
     VbResult<std::string> r;
     switch (kind_) {
     case Kind::V4InputTag: r = libs->GetTagName(0, index_ - 1); break;
-    case Kind::V4OutputTag: r = libs->GetTagName(1, index_ - 2001); break;
+    case Kind::V4OutputTag: r = libs->GetTagName(1, index_ - V4FirstOutputTag); break;
     case Kind::V5Tag: r = libs->GetTagNameEx(index_ - 1); break;
     case Kind::V4Line:
     case Kind::V5Line: r = libs->GetLineLabel(IndexRecLine() - 1); break;
@@ -217,7 +233,7 @@ bool TelvaneIO::Enabled() {
     if (libs == nullptr) return false;
     switch (kind_) {
     case Kind::V4InputTag: return IsOne(libs->IsTagActive(0, index_ - 1));
-    case Kind::V4OutputTag: return IsOne(libs->IsTagActive(1, index_ - 2001));
+    case Kind::V4OutputTag: return IsOne(libs->IsTagActive(1, index_ - V4FirstOutputTag));
     case Kind::V5Tag: return IsOne(libs->IsTagActiveEx(index_ - 1));
     case Kind::V4Line:
     case Kind::V5Line: return IsOne(libs->IsLineActive(IndexRecLine() - 1));
@@ -263,7 +279,7 @@ std::string TelvaneIO::SetupText(int32_t tagCode, int32_t lineCode, bool outputs
     switch (kind_) {
     case Kind::V4InputTag: r = libs->GetTagText(index_ - 1, tagCode); break;
     case Kind::V4OutputTag:
-        if (outputsToo) r = libs->GetTagText(index_ - 2001, tagCode);
+        if (outputsToo) r = libs->GetTagText(index_ - V4FirstOutputTag, tagCode);
         break;
     case Kind::V5Tag: r = libs->GetTagTextEx(index_ - 1, tagCode); break;
     case Kind::V4Line:

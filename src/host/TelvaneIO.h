@@ -108,6 +108,7 @@ private:
 
     bool HostV4() const;
     bool HostV5() const;
+    int HostGeneration() const;  // 4, 5, or 0 without a host
     HostLibraries* Libs() const;
     void Clear();
     bool IsLine() const { return kind_ == Kind::V4Line || kind_ == Kind::V5Line; }

@@ -215,22 +215,18 @@ struct StateCache {
     timespec changed{};
     std::optional<SimulatedClock> state;  // nothing: the system clock (also when the file is damaged)
     double checkedAt = -1;                 // monotonic seconds of the last look at the file
-    std::string checkedPrefix;             // $VOLTARIS_PREFIX at that look
+    unsigned checkedGeneration = 0;        // PrefixGeneration() at that look
 };
 
-// How long "now" may rely on the state file as last seen. The scan asks for the time once per
-// tag; another program's change of the clock is still seen within this.
+// How long "now" may rely on the state file as last seen, and on the prefix it lies in. The scan
+// asks for the time once per tag; another program's change of the clock is still seen within this.
 constexpr double kRecheckSeconds = 0.02;
 
+// The coarse clock: the state file is looked at again after tens of milliseconds, far above its tick.
 double MonotonicSeconds() {
     timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-std::string PrefixSetting() {
-    const char* value = std::getenv("VOLTARIS_PREFIX");
-    return value ? value : "";
 }
 
 StateCache& Cache() {
@@ -243,7 +239,7 @@ bool SameTime(const timespec& a, const timespec& b) { return a.tv_sec == b.tv_se
 // The prefix's simulated clock, or nothing for the real clock. Caller holds the cache lock.
 std::optional<SimulatedClock> CurrentState(StateCache& cache) {
     cache.checkedAt = MonotonicSeconds();
-    cache.checkedPrefix = PrefixSetting();
+    cache.checkedGeneration = PrefixGeneration();
     const std::string path = StatePath().string();
     struct stat info {};
     cache.present = ::stat(path.c_str(), &info) == 0;
@@ -344,7 +340,7 @@ DateTime ClockNow() {
     {
         std::lock_guard<std::mutex> guard(cache.lock);
         const bool fresh = cache.checkedAt >= 0 && MonotonicSeconds() - cache.checkedAt < kRecheckSeconds &&
-                           cache.checkedPrefix == PrefixSetting();
+                           cache.checkedGeneration == PrefixGeneration();
         state = fresh ? cache.state : CurrentState(cache);
     }
     return state ? SimulatedNow(*state) : LocalDateTimeFromUnix(RealUnixNow());
@@ -403,6 +399,12 @@ double ClockSpeed() {
     std::lock_guard<std::mutex> guard(cache.lock);
     std::optional<SimulatedClock> state = CurrentState(cache);
     return state ? state->Speed : 1.0;
+}
+
+int64_t CoarseMonotonicMs() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
 int ClockTickMilliseconds() {

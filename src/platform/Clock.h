@@ -2,6 +2,8 @@
 // The PC clock. The real one is the system clock; a simulated one (a start time and a speed
 // factor kept in <prefix>/clock.ini) is shared by every program of the prefix, so demos and
 // tests can run a day in minutes without touching the machine's clock.
+#include <cstdint>
+
 #include "platform/DateSerial.h"
 #include "platform/VbError.h"
 
@@ -18,6 +20,10 @@ bool ClockIsSimulated();
 double ClockSpeed();          // 1 for the real clock
 // Milliseconds between one-second ticks of the monitor: 1000 / speed, at least 1.
 int ClockTickMilliseconds();
+
+// Milliseconds of the machine's monotonic clock as the kernel last noted it: cheap to read
+// many times a scan, exact to the kernel's tick (a few milliseconds). For throttles, not for data.
+int64_t CoarseMonotonicMs();
 
 // Conversions between Unix time and local date-times (the machine's time zone).
 DateTime LocalDateTimeFromUnix(double unixSeconds);

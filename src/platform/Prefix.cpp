@@ -3,11 +3,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <string>
 #include <system_error>
 
 namespace {
+
+std::atomic<unsigned> generation{0};
 
 std::string EnvText(const char* name) {
     const char* value = std::getenv(name);
@@ -33,6 +36,14 @@ bool IsFolder(const std::filesystem::path& path) {
 }
 
 }  // namespace
+
+void UsePrefix(const std::filesystem::path& root) {
+    if (root.empty()) ::unsetenv("VOLTARIS_PREFIX");
+    else ::setenv("VOLTARIS_PREFIX", root.c_str(), 1);
+    generation.fetch_add(1);
+}
+
+unsigned PrefixGeneration() { return generation.load(std::memory_order_relaxed); }
 
 std::filesystem::path PrefixRoot() {
     std::filesystem::path root = ChosenRoot();

@@ -8,8 +8,15 @@
 #include <string>
 
 // The prefix root, created with its standard folders on first use. Read from the
-// environment on every call, so a test may point it elsewhere with setenv.
+// environment on every call, so a test may point it elsewhere.
 std::filesystem::path PrefixRoot();
+
+// Points this process at another prefix ($VOLTARIS_PREFIX; an empty root unsets it). Readers
+// that keep state of the prefix between calls (the clock) see the change at once; a plain
+// setenv is seen within their refresh interval.
+void UsePrefix(const std::filesystem::path& root);
+// Counts UsePrefix calls, for those readers.
+unsigned PrefixGeneration();
 std::filesystem::path PrefixWindowsFolder();   // <prefix>/windows
 std::filesystem::path PrefixRunFolder();       // <prefix>/run
 std::filesystem::path PrefixDriveFolder(char driveLetter); // <prefix>/drives/<lower-case letter>

@@ -8,27 +8,12 @@ void SingleArithmetic::Fault(int number) {
     if (!error_.Failed()) error_ = VbError(number);
 }
 
-float SingleArithmetic::Check(float value) {
-    if (!std::isfinite(value)) Fault(ErrOverflow);
-    return value;
-}
-
 float SingleArithmetic::Div(float a, float b) {
     if (b == 0) {
         Fault(a == 0 || std::isnan(a) ? ErrOverflow : ErrDivisionByZero);
         return 0;
     }
     return Check(a / b);
-}
-
-double SingleArithmetic::Div(double a, double b) {
-    if (b == 0) {
-        Fault(a == 0 || std::isnan(a) ? ErrOverflow : ErrDivisionByZero);
-        return 0;
-    }
-    const double quotient = a / b;
-    if (!std::isfinite(quotient)) Fault(ErrOverflow);
-    return quotient;
 }
 
 float SingleArithmetic::Single(double value) {

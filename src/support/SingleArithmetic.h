@@ -4,6 +4,8 @@
 // by zero), zero divided by zero error 6. Every operation is rounded to single precision on its
 // own, so a chain of them gives the same float as the original's single-precision arithmetic.
 // The first fault is kept; the caller checks Failed() before storing a result.
+#include <cmath>
+
 #include "platform/VbError.h"
 
 class SingleArithmetic {
@@ -13,7 +15,15 @@ public:
     float Mul(float a, float b) { return Check(a * b); }
     float Div(float a, float b);
     // A double quotient (a span in hours, a reading over a span), with the same faults.
-    double Div(double a, double b);
+    double Div(double a, double b) {
+        if (b == 0) [[unlikely]] {
+            Fault(a == 0 || std::isnan(a) ? ErrOverflow : ErrDivisionByZero);
+            return 0;
+        }
+        const double quotient = a / b;
+        if (!std::isfinite(quotient)) [[unlikely]] Fault(ErrOverflow);
+        return quotient;
+    }
     // A double result stored into a float.
     float Single(double value);
 
@@ -21,7 +31,10 @@ public:
     const VbError& Error() const { return error_; }
 
 private:
-    float Check(float value);
+    float Check(float value) {
+        if (!std::isfinite(value)) [[unlikely]] Fault(ErrOverflow);
+        return value;
+    }
     void Fault(int number);
     VbError error_;
 };

@@ -117,6 +117,11 @@ struct ScanSite {
         ready = true;
     }
 
+    // The same site scanned onto another view.
+    std::unique_ptr<ScanContext> ScanOn(MonitorView& screen) {
+        return std::make_unique<ScanContext>(ScanContext{setup, values, settings, state, *telvane, screen, dde, csvOnly});
+    }
+
     // The meters move on between scans, as the host's own scan would move them.
     void Advance() {
         step += 1;

@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string>
 
+#include "platform/Prefix.h"
 #include "files/CsvImport.h"
 #include "files/CsvLine.h"
 #include "files/StoreContext.h"
@@ -77,7 +78,7 @@ struct Site {
         root = ::mkdtemp(pattern);
         fs::create_directories(root / "prefix");
         fs::create_directories(root / "program");
-        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
+        UsePrefix(root / "prefix");
         ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
         ClockSimulate(MakeDateTime(2024, 4, 2, 9, 0, 0), 1.0);
         importFolder = root / "program" / "vtcsvlog";

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <string>
 
+#include "platform/Prefix.h"
 #include "files/HalfHourSave.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
@@ -56,7 +57,7 @@ struct Site {
     {
         char pattern[] = "/tmp/vt-bench-XXXXXX";
         root = ::mkdtemp(pattern);
-        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
+        UsePrefix(root / "prefix");
         ::setenv("VOLTARIS_PROGRAM_DIR", root.c_str(), 1);
         const fs::path c = root / "prefix" / "drives" / "c";
         fs::create_directories(c / "Job" / "Data");

@@ -37,6 +37,7 @@
 #include <QTcpSocket>
 #include <QTimer>
 
+#include "platform/Prefix.h"
 #include "BenchSite.h"
 #include "core/MonitorTagAccess.h"
 #include "net/HostSocketServer.h"
@@ -362,7 +363,7 @@ struct RunFolders {
         std::filesystem::create_directories(root / "prefix");
         std::filesystem::create_directories(root / "program");
         std::filesystem::create_directories(root / "Job1" / "Setup");
-        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
+        UsePrefix(root / "prefix");
         ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
     }
     ~RunFolders() {

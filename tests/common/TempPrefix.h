@@ -7,6 +7,8 @@
 
 #include <unistd.h>
 
+#include "platform/Prefix.h"
+
 class TempPrefix {
 public:
     TempPrefix() {
@@ -14,7 +16,7 @@ public:
         root_ = mkdtemp(pattern);
         std::filesystem::create_directories(root_ / "prefix");
         std::filesystem::create_directories(root_ / "program");
-        setenv("VOLTARIS_PREFIX", (root_ / "prefix").c_str(), 1);
+        UsePrefix(root_ / "prefix");
         setenv("VOLTARIS_PROGRAM_DIR", (root_ / "program").c_str(), 1);
     }
     ~TempPrefix() {

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Prefix.h"
 #include "platform/Files.h"
 #include "support/IniText.h"
 #include "support/Profile.h"
@@ -89,7 +90,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
         std::error_code ec;
         std::filesystem::remove_all(Folder, ec);
     });
-    ::setenv("VOLTARIS_PREFIX", (Folder + "/prefix").c_str(), 1);
+    UsePrefix(Folder + "/prefix");
     return 0;
 }
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <system_error>
 
+#include "platform/Prefix.h"
 #include "host/HostNumbering.h"
 #include "host/Telvane.h"
 #include "host/TelvaneRecAlarmRelays.h"
@@ -104,7 +105,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     std::filesystem::remove_all(dir, ec);
     std::filesystem::create_directories(dir / "prefix", ec);
     std::filesystem::create_directories(dir / "program", ec);
-    ::setenv("VOLTARIS_PREFIX", (dir / "prefix").c_str(), 1);
+    UsePrefix(dir / "prefix");
     ::setenv("VOLTARIS_PROGRAM_DIR", (dir / "program").c_str(), 1);
 
     std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe", ec).parent_path();

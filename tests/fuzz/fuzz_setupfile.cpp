@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/Prefix.h"
 #include "files/GetSetupData.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
@@ -36,7 +37,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     // Error reports go to a log in a throw-away program folder.
     const std::filesystem::path dir = std::filesystem::temp_directory_path() / "vt-fuzz-setupfile";
     std::filesystem::create_directories(dir / "prefix");
-    ::setenv("VOLTARIS_PREFIX", (dir / "prefix").c_str(), 1);
+    UsePrefix(dir / "prefix");
     ::setenv("VOLTARIS_PROGRAM_DIR", dir.c_str(), 1);
     return 0;
 }

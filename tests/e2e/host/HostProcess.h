@@ -18,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/Prefix.h"
 #include "support/VbConvert.h"
 
 struct ToolResult {
@@ -31,7 +32,7 @@ public:
     TestPrefix() {
         char pattern[] = "/tmp/vt-host-XXXXXX";
         root_ = ::mkdtemp(pattern);
-        ::setenv("VOLTARIS_PREFIX", root_.c_str(), 1);
+        UsePrefix(root_);
     }
     ~TestPrefix() {
         std::error_code ec;

@@ -175,3 +175,30 @@ TEST_F(InputGeneral, ATableShorterThanTagCountEndsThePass) {
     EXPECT_EQ(LogLines(), std::vector<std::string>{"Input_General, Error 9/ Subscript out of range"});
     EXPECT_TRUE(view.StatusTexts.size() == 1u && view.StatusTexts[0] == "Get Data for Tag 1");
 }
+
+// Whatever time events take between two tags shows in the later tag's time stamp and rate; and a
+// display total added up before events ran is added up again after them.
+TEST_F(InputGeneral, EventsBetweenTagsMoveTheTimeAndTheTotalsOn) {
+    for (int n : {1, 2}) {
+        TagRecord& meter = Measured(n, ScanRateTag);
+        meter.PageNo = static_cast<int16_t>(10 + n);
+        meter.InTotal = 1;
+        Host().SetReading(HostTable::Tags, 9 + n, 60.0f);
+    }
+    Display(3, 0, 0);
+    Display(4, 0, 0);
+    At(60);
+    view.OnDoEvents = [&] {
+        const std::string& status = view.Panels[StatusPanel::Panel3D2];
+        if (status == "Get Data for Tag 2") At(120);
+        if (status == "Display Data for Tag 4") Value(1).Integrated = 100;
+    };
+
+    Input_General(Scan());
+
+    EXPECT_NEAR(Value(1).LastReadTime, TestStart() + Seconds(60), Seconds(0.01));
+    EXPECT_NEAR(Value(2).LastReadTime, TestStart() + Seconds(120), Seconds(0.01));
+    EXPECT_NEAR(Value(2).Integrated, 2.0, 1e-4);  // two minutes at 60 an hour; tag 1 had one
+    EXPECT_NEAR(Value(3).Integrated, 1.0 + 2.0, 1e-4);
+    EXPECT_NEAR(Value(4).Integrated, 100 + 2.0, 1e-4);
+}

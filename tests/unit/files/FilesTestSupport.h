@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/Prefix.h"
 #include "files/HostFolders.h"
 #include "files/SettingsView.h"
 #include "files/StoreFileView.h"
@@ -47,7 +48,7 @@ protected:
         root = pattern;
         fs::create_directories(root / "prefix");
         fs::create_directories(root / "program");
-        ::setenv("VOLTARIS_PREFIX", (root / "prefix").c_str(), 1);
+        UsePrefix(root / "prefix");
         ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
     }
     void TearDown() override
@@ -56,7 +57,7 @@ protected:
         for (auto& entry : fs::recursive_directory_iterator(root, ec))
             fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ec);
         fs::remove_all(root, ec);
-        ::unsetenv("VOLTARIS_PREFIX");
+        UsePrefix({});
         ::unsetenv("VOLTARIS_PROGRAM_DIR");
     }
 

@@ -2,6 +2,7 @@
 // reads and writes by point kind, the insert stack, status, set-up parameters, totals.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <string>
 #include <vector>
 
@@ -73,14 +74,16 @@ TEST(HostNumbering, MalformedReferencesSelectNothing) {
 }
 
 TEST(HostNumbering, RecorderLineNumbersSelectWhatTheirTextSelects) {
-    for (int recorder : {-1, 0, 1, 2, 9, 32767})
-        for (int page : {-3, 0, 1, 3, 10, 12})
-            for (int line : {-32768, 0, 1, 4, 10, 11}) {
+    // Whole numbers take a path of their own; a number past a Long (21474837 recorders) selects nothing.
+    for (int recorder : {-1, 0, 1, 2, 9, 32767, 21474837, 21474838, INT32_MAX})
+        for (int page : {-3, 0, 1, 3, 10, 12, INT32_MAX})
+            for (int line : {-32768, 0, 1, 4, 10, 11, 47, 48, INT32_MAX}) {
                 const std::string text =
                     "R" + std::to_string(recorder) + "P" + std::to_string(page) + "L" + std::to_string(line);
                 const IOReferenceTarget direct = RecorderLineTarget(recorder, page, line);
                 EXPECT_TRUE(direct.IsLine) << text;
                 EXPECT_EQ(direct.Number, ParseIOReference(text).Number) << text;
+                EXPECT_EQ(RecorderLineNumber(recorder, page, line), direct.Number) << text;
             }
 }
 

@@ -143,6 +143,21 @@ TEST_F(ClockTest, SimulatedClockRunsAtItsSpeed) {
     EXPECT_NEAR(SecondsBetween(start, ClockNow()), 0.0, 0.5);
 }
 
+// "Now" keeps what it read of the prefix for a moment; pointing the process at another prefix
+// must not leave it on the old prefix's clock for that moment.
+TEST_F(ClockTest, AnotherPrefixIsSeenAtOnce) {
+    const std::filesystem::path home = PrefixRoot();
+    const DateTime future = MakeDateTime(2030, 1, 2, 3, 4, 5);
+    ASSERT_FALSE(ClockSimulate(future, 1));
+    EXPECT_NEAR(SecondsBetween(future, ClockNow()), 0.0, 1.0);
+
+    UsePrefix(home.parent_path() / "other-prefix");
+    const DateTime system = LocalDateTimeFromUnix(static_cast<double>(std::time(nullptr)));
+    EXPECT_LT(std::fabs(SecondsBetween(system, ClockNow())), 2.0);
+    UsePrefix(home);
+    EXPECT_NEAR(SecondsBetween(future, ClockNow()), 0.0, 1.0);
+}
+
 TEST_F(ClockTest, InvalidSpeedOrMomentIsRefusedAndChangesNothing) {
     const DateTime start = MakeDateTime(2026, 1, 1, 0, 0, 0);
     for (double speed : {0.0, -2.0, std::nan(""), std::numeric_limits<double>::infinity()}) {

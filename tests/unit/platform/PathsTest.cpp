@@ -44,7 +44,7 @@ TEST_F(PathsTest, PrefixIsCreatedWithStandardFoldersAndFollowsEnvironment) {
     EXPECT_EQ(PrefixRunFolder(), prefix / "run");
     EXPECT_TRUE(fs::is_directory(prefix / "run"));
 
-    ::setenv("VOLTARIS_PREFIX", (root / "other").c_str(), 1);
+    UsePrefix(root / "other");
     EXPECT_EQ(PrefixWindowsFolder(), root / "other" / "windows");
     EXPECT_TRUE(fs::is_directory(root / "other" / "drives" / "c"));
 }
@@ -52,7 +52,7 @@ TEST_F(PathsTest, PrefixIsCreatedWithStandardFoldersAndFollowsEnvironment) {
 TEST_F(PathsTest, PrefixDefaultsToHomeThenTemporaryFolder) {
     const char* savedHome = std::getenv("HOME");
     std::string home = savedHome ? savedHome : "";
-    ::unsetenv("VOLTARIS_PREFIX");
+    UsePrefix({});
     ::setenv("HOME", (root / "home").c_str(), 1);
     EXPECT_EQ(PrefixRoot(), root / "home" / ".voltaris");
     ::unsetenv("HOME");
