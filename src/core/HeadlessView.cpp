@@ -35,14 +35,13 @@ void HeadlessView::SetWatchdogLabel(bool) {}
 void HeadlessView::SetMenuVisible(MenuItem, bool) {}
 void HeadlessView::CloseLogWindow() {}
 
-// The scan lets events in twice per tag. With no window to paint, pending events (socket requests,
+// The scan lets events in at every step. With no window to paint, pending events (socket requests,
 // timers) are let in once per tick of the coarse clock (a few milliseconds) at most, and the clock is
 // looked at on every fourth request only: each look at the events costs a poll of every socket.
 void HeadlessView::DoEvents() { LetEventsIn(); }
 
-bool HeadlessView::LetEventsIn() {
+bool HeadlessView::LookForEvents() {
     if (QCoreApplication::instance() == nullptr) return false;
-    if (++eventRequests_ % 4 != 1) return false;
     const int64_t now = CoarseMonotonicMs();
     if (now == lastEventsMs_) return false;
     lastEventsMs_ = now;
@@ -73,9 +72,11 @@ void HeadlessView::SetPanelText(StatusPanel panel, const std::string& text) {
     panels_[static_cast<size_t>(panel)] = text;
 }
 
-void HeadlessView::ShowScanStep(const char* step, int tag) {
+// The events before and after the step text are one round here: there is no text to paint.
+bool HeadlessView::ScanStep(const char* step, int tag) {
     step_ = step;
     stepTag_ = tag;
+    return LetEventsIn();
 }
 
 std::string HeadlessView::PanelText(StatusPanel panel) const {

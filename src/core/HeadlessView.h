@@ -13,6 +13,7 @@
 
 class HeadlessView : public MonitorView, public SocketTrace {
 public:
+    HeadlessView() : MonitorView(false) {}
     void SetCommands(MonitorCommands& commands) { commands_ = &commands; }
 
     // SetupLoadView
@@ -34,8 +35,9 @@ public:
     void SetGridRowColour(int row, int columnFrom, int columnTo, RgbColour colour) override;
     void SetGridNumber(int, int, const GridNumber&) override {}
     void SetPanelText(StatusPanel panel, const std::string& text) override;
-    void ShowScanStep(const char* step, int tag) override;
-    bool LetEventsIn() override;
+    bool ScanStep(const char* step, int tag) override;
+    // DoEvents, telling whether events ran this time. Only every fourth request looks.
+    bool LetEventsIn() { return ++eventRequests_ % 4 == 1 && LookForEvents(); }
     void SetPanelColour(StatusPanel panel, RgbColour textColour) override;
     void SetWatchdogLabel(bool on) override;
     MessageAnswer Ask(const std::string& text, const std::string& title, MessageButtons buttons,
@@ -56,6 +58,7 @@ public:
     int ExitCode() const { return exitCode_; }
 
 private:
+    bool LookForEvents();
     void Quit(int exitCode);
 
     MonitorCommands* commands_ = nullptr;

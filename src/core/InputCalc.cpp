@@ -51,7 +51,7 @@ void Input_Calc_Direct(ScanContext& scan, int16_t tag, DateTime now) {
     value.Rate = value.Current;
 
     HostOutput(scan, record, value.Rate);
-    scan.View.SetGridNumber(tag, GridColumnRate, GridNumber::Fixed(value.Rate));
+    ShowGridNumber(scan, tag, GridColumnRate, GridNumber::Fixed(value.Rate));
 }
 
 void Input_Calc_Total(ScanContext& scan, int16_t tag, DateTime now) {
@@ -80,7 +80,7 @@ void Input_Calc_Total(ScanContext& scan, int16_t tag, DateTime now) {
     value.Previous = value.Current;
 
     HostOutput(scan, record, value.Rate);
-    scan.View.SetGridNumber(tag, GridColumnRate, GridNumber::Smoothed(n, value.Rate));
+    ShowGridNumber(scan, tag, GridColumnRate, GridNumber::Smoothed(n, value.Rate));
 }
 
 void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
@@ -143,7 +143,7 @@ void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
     }
 
     HostOutput(scan, record, value.Rate);
-    scan.View.SetGridNumber(tag, GridColumnRate, GridNumber::SmoothedWithLimit(n, value.Rate, record.MaxRate));
-    scan.View.SetGridRowColour(tag, 1, GridLastColumn, good ? ColourBlack : ColourRed);
+    ShowGridNumber(scan, tag, GridColumnRate, GridNumber::SmoothedWithLimit(n, value.Rate, record.MaxRate));
+    ShowRowColour(scan, tag, good ? ColourBlack : ColourRed);
     value.Previous = value.Current;
 }

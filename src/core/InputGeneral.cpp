@@ -98,16 +98,21 @@ private:
 
 // Status text between two rounds of pending events, so a watcher sees where a slow scan is and
 // socket requests are served as the pass goes.
-void ShowProgress(ScanContext& scan, PassClock& clock, const char* step, int tag) {
-    if (scan.View.LetEventsIn()) clock.EventsRan();
-    scan.View.ShowScanStep(step, tag);
-    if (scan.View.LetEventsIn()) clock.EventsRan();
+// True when events may have run, and so the tables may have been reloaded.
+bool ShowProgress(ScanContext& scan, PassClock& clock, const char* step, int tag) {
+    if (!scan.View.ScanStep(step, tag)) return false;
+    clock.EventsRan();
+    return true;
 }
 
-void ShowValues(ScanContext& scan, int tag) {
+void SetValueCells(ScanContext& scan, int tag) {
     const TagValue& value = scan.Values[tag];
     scan.View.SetGridNumber(tag, GridColumnCurrent, GridNumber::Fixed(value.Current));
     scan.View.SetGridNumber(tag, GridColumnIntegrated, GridNumber::Fixed(value.Integrated));
+}
+
+inline void ShowValues(ScanContext& scan, int tag) {
+    if (scan.View.ShowsGrid()) SetValueCells(scan, tag);
 }
 
 void Acquire(ScanContext& scan, int16_t tag, Source from) {
@@ -128,17 +133,18 @@ void Calculate(ScanContext& scan, int16_t tag, Calculation calc, DateTime now) {
     }
 }
 
-// Pending events may run a setup reload, so every step looks its tag up afresh.
+// Pending events may run a setup reload, so every step after them looks its tag up afresh.
 VbError MeasuredPass(ScanContext& scan, PassClock& clock) {
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].Online != 1) {
-            scan.View.SetGridCell(n, GridColumnCurrent, "");
-            scan.View.SetGridCell(n, GridColumnIntegrated, "");
+            if (scan.View.ShowsGrid()) {
+                scan.View.SetGridCell(n, GridColumnCurrent, "");
+                scan.View.SetGridCell(n, GridColumnIntegrated, "");
+            }
             continue;
         }
-        ShowProgress(scan, clock, "Get Data for Tag ", n);
-        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (ShowProgress(scan, clock, "Get Data for Tag ", n) && !ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].TagType != TagTypeMeasured) continue;
         const ScanKind kind = KindOf(scan.Setup.TagTable[n].ScanType);
         const auto tag = static_cast<int16_t>(n);
@@ -157,8 +163,7 @@ VbError MathsPass(ScanContext& scan, PassClock& clock) {
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].Online != 1) continue;
-        ShowProgress(scan, clock, "Calc Maths for Tag ", n);
-        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (ShowProgress(scan, clock, "Calc Maths for Tag ", n) && !ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         const TagRecord& record = scan.Setup.TagTable[n];
         if (record.TagType != TagTypeMeasured || record.ScanType != ScanTypeMaths) continue;
         Input_MathsGrouping(scan, static_cast<int16_t>(n));
@@ -175,8 +180,7 @@ VbError DisplayPass(ScanContext& scan, PassClock& clock) {
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].TagType != TagTypeDisplay || scan.Setup.TagTable[n].Online != 1) continue;
-        ShowProgress(scan, clock, "Display Data for Tag ", n);
-        if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (ShowProgress(scan, clock, "Display Data for Tag ", n) && !ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         const TagRecord& record = scan.Setup.TagTable[n];
         TagValue& value = scan.Values[n];
         value.Current = 0;
@@ -190,8 +194,8 @@ VbError DisplayPass(ScanContext& scan, PassClock& clock) {
         scan.Host.IO.IndexRecorderLine(record.RecorderNo, record.PageNo, record.LineNo);
         scan.Host.IO.Value(value.Integrated);
         value.LastReadTime = clock.Now();
-        scan.View.SetGridCell(n, GridColumnCurrent, "");
-        scan.View.SetGridNumber(n, GridColumnIntegrated, GridNumber::Fixed(value.Integrated));
+        if (scan.View.ShowsGrid()) scan.View.SetGridCell(n, GridColumnCurrent, "");
+        ShowGridNumber(scan, n, GridColumnIntegrated, GridNumber::Fixed(value.Integrated));
     }
     return {};
 }

@@ -40,6 +40,10 @@ enum class MenuItem {
 
 class MonitorView : public StoreFileView, public SettingsView {
 public:
+    // False for a view without a grid: the scan then hands it none of a tag's cells or colours,
+    // which it would pay for several times per tag.
+    bool ShowsGrid() const { return showsGrid_; }
+
     // Grid1: five data columns, the six headings, rows 1..rows (rows = TagCount).
     virtual void SetupGrid(int rows) = 0;
     // Text colour of a block of cells in one row (columns from..to).
@@ -50,13 +54,13 @@ public:
     }
 
     virtual void SetPanelText(StatusPanel panel, const std::string& text) = 0;
-    // The scan's step in the status panel (Panel3D2): step text (a literal, which the view may keep)
-    // followed by the tag number. A view that shows nothing need not make the text.
-    virtual void ShowScanStep(const char* step, int tag) {
-        SetPanelText(StatusPanel::Panel3D2, std::string(step) + std::to_string(tag));
-    }
-    // DoEvents, telling whether events may have run: false only when the view let none in.
-    virtual bool LetEventsIn() {
+    // One step of the scan: lets events run, shows the step text (a literal, which the view may
+    // keep) followed by the tag number in the status panel (Panel3D2), and lets events run again.
+    // False only when the view knows that no events ran. A view that shows nothing need not make
+    // the text.
+    virtual bool ScanStep(const char* step, int tag) {
+        DoEvents();
+        SetPanelText(StatusPanel::Panel3D2, step + std::to_string(tag));
         DoEvents();
         return true;
     }
@@ -77,4 +81,10 @@ public:
     virtual void CloseLogWindow() = 0;
     // Asks the main window to close; the closing rule of the monitor decides whether it does.
     virtual void CloseMainWindow() = 0;
+
+protected:
+    explicit MonitorView(bool showsGrid = true) : showsGrid_(showsGrid) {}
+
+private:
+    bool showsGrid_;
 };

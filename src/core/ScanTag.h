@@ -16,3 +16,11 @@ inline constexpr int GridColumnCurrent = 2;
 inline constexpr int GridColumnIntegrated = 3;
 inline constexpr int GridColumnRate = 5;
 inline constexpr int GridLastColumn = 5;
+
+// A tag's cell showing a number, and a row's colour, on a view that has a grid.
+inline void ShowGridNumber(ScanContext& scan, int tag, int column, const GridNumber& number) {
+    if (scan.View.ShowsGrid()) scan.View.SetGridNumber(tag, column, number);
+}
+inline void ShowRowColour(ScanContext& scan, int tag, RgbColour colour) {
+    if (scan.View.ShowsGrid()) scan.View.SetGridRowColour(tag, 1, GridLastColumn, colour);
+}

@@ -188,11 +188,6 @@ int32_t Telvane::VersionNumber() const { return versionNumber_; }
 bool Telvane::V4() const { return VersionNumber() == 4 && Hostpts32Loaded() && Hostrec32Loaded(); }
 bool Telvane::V5() const { return VersionNumber() == 5 && Hostpts32Loaded() && Hostrec32Loaded(); }
 
-int Telvane::Generation() const {
-    const int32_t n = VersionNumber();
-    return (n == 4 || n == 5) && Hostpts32Loaded() && Hostrec32Loaded() ? n : 0;
-}
-
 bool Telvane::VAny() const {
     int32_t n = VersionNumber();
     return (n == 4 || n == 5) && Hostpts32Loaded() && Hostrec32Loaded();

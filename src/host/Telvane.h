@@ -63,7 +63,11 @@ public:
     bool VAny() const;
     bool V4() const;
     bool V5() const;
-    int Generation() const;  // 4 or 5 while that host's libraries are loaded, else 0
+    // 4 or 5 while that host's libraries are loaded, else 0. Asked at every host point selection.
+    int Generation() const {
+        return (versionNumber_ == 4 || versionNumber_ == 5) && Hostpts32Loaded() && Hostrec32Loaded() ? versionNumber_
+                                                                                                     : 0;
+    }
     std::string Version() const;
     void LogMessage(const std::string& strModuleName, const std::string& strTitle);
     int32_t ImageInterfaceNumber() const;

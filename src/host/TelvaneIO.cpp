@@ -41,9 +41,10 @@ constexpr int32_t V5LastLine = 1000;
 }  // namespace
 
 bool TelvaneIO::HostV4() const { return host_ != nullptr && host_->V4(); }
-int TelvaneIO::HostGeneration() const { return host_ != nullptr ? host_->Generation() : 0; }
+// Private and used only here: inline, since every selection and every value asks.
+inline int TelvaneIO::HostGeneration() const { return host_ != nullptr ? host_->Generation() : 0; }
 bool TelvaneIO::HostV5() const { return host_ != nullptr && host_->V5(); }
-HostLibraries* TelvaneIO::Libs() const { return host_ != nullptr ? &host_->Libraries() : nullptr; }
+inline HostLibraries* TelvaneIO::Libs() const { return host_ != nullptr ? &host_->Libraries() : nullptr; }
 
 void TelvaneIO::Clear() {
     index_ = 0;

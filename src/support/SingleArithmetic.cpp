@@ -16,7 +16,8 @@ float SingleArithmetic::Div(float a, float b) {
     return Check(a / b);
 }
 
-float SingleArithmetic::Single(double value) {
+// Beyond the largest float, or not a number: what is left may still round to it, or overflows.
+float SingleArithmetic::SingleBeyondRange(double value) {
     if (!std::isfinite(value)) {
         Fault(ErrOverflow);
         return 0;

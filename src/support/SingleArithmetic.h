@@ -5,6 +5,7 @@
 // own, so a chain of them gives the same float as the original's single-precision arithmetic.
 // The first fault is kept; the caller checks Failed() before storing a result.
 #include <cmath>
+#include <limits>
 
 #include "platform/VbError.h"
 
@@ -25,12 +26,17 @@ public:
         return quotient;
     }
     // A double result stored into a float.
-    float Single(double value);
+    float Single(double value) {
+        if (std::fabs(value) <= kLargestSingle) [[likely]] return static_cast<float>(value);
+        return SingleBeyondRange(value);
+    }
 
     bool Failed() const { return error_.Failed(); }
     const VbError& Error() const { return error_; }
 
 private:
+    static constexpr double kLargestSingle = std::numeric_limits<float>::max();
+    float SingleBeyondRange(double value);
     float Check(float value) {
         if (!std::isfinite(value)) [[unlikely]] Fault(ErrOverflow);
         return value;
