@@ -1,14 +1,13 @@
 #include "core/InputGeneral.h"
 
-#include <map>
 #include <string>
 
 #include "core/InputAcquire.h"
 #include "core/InputCalc.h"
 #include "core/MathsGrouping.h"
+#include "core/ScanPassState.h"
 #include "core/ScanTag.h"
 #include "support/SingleArithmetic.h"
-#include "platform/Clock.h"
 #include "support/Log.h"
 #include "support/VbConvert.h"
 
@@ -37,72 +36,13 @@ ScanKind KindOf(int16_t scanType) {
     }
 }
 
-// "Now" for a pass: read when the pass starts and again after events have run, since a handler
-// may take any time. The tags handled in between share it: they lie microseconds apart.
-class PassClock {
-public:
-    DateTime Now() {
-        if (stale_) {
-            now_ = ClockNow();
-            stale_ = false;
-        }
-        return now_;
-    }
-    void EventsRan() {
-        stale_ = true;
-        ++rounds_;
-    }
-    // Changes whenever events have run: what the pass worked out before may no longer hold.
-    unsigned Rounds() const { return rounds_; }
-
-private:
-    DateTime now_ = 0;
-    bool stale_ = true;
-    unsigned rounds_ = 0;
-};
-
-// The sum of Integrated over a center's measured tags (center 0: every tag in the site total),
-// added left to right in tag order. Display tags of the same center share it until events have
-// run, since a socket request may set a tag in between.
-class CenterSums {
-public:
-    VbError Sum(const ScanContext& scan, const PassClock& clock, int center, float& sum) {
-        if (clock.Rounds() != rounds_) {
-            sums_.clear();
-            rounds_ = clock.Rounds();
-        }
-        if (auto known = sums_.find(center); known != sums_.end()) {
-            sum = known->second;
-            return {};
-        }
-        SingleArithmetic ops;
-        float total = 0;
-        for (int m = 1; m <= scan.Setup.TagCount; ++m) {
-            if (!ScanTagInRange(scan, m)) return VbError(ErrSubscript);
-            const TagRecord& member = scan.Setup.TagTable[m];
-            if (member.Online != 1 || member.TagType != TagTypeMeasured) continue;
-            const bool counts = center == 0 ? member.InTotal == 1 : member.CenterNo == center;
-            if (!counts) continue;
-            total = ops.Add(total, scan.Values[m].Integrated);
-            if (ops.Failed()) return ops.Error();
-        }
-        sums_.emplace(center, total);
-        sum = total;
-        return {};
-    }
-
-private:
-    std::map<int, float> sums_;
-    unsigned rounds_ = 0;
-};
-
 // Status text between two rounds of pending events, so a watcher sees where a slow scan is and
-// socket requests are served as the pass goes.
-// True when events may have run, and so the tables may have been reloaded.
-bool ShowProgress(ScanContext& scan, PassClock& clock, const char* step, int tag) {
-    if (!scan.View.ScanStep(step, tag)) return false;
+// socket requests are served as the pass goes. False when events ran and a reload of the setup
+// took the tag away.
+bool StepKeepsTag(ScanContext& scan, PassClock& clock, const char* step, int tag) {
+    if (!scan.View.ScanStep(step, tag)) return true;
     clock.EventsRan();
-    return true;
+    return ScanTagInRange(scan, tag);
 }
 
 void SetValueCells(ScanContext& scan, int tag) {
@@ -144,7 +84,7 @@ VbError MeasuredPass(ScanContext& scan, PassClock& clock) {
             }
             continue;
         }
-        if (ShowProgress(scan, clock, "Get Data for Tag ", n) && !ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (!StepKeepsTag(scan, clock, "Get Data for Tag ", n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].TagType != TagTypeMeasured) continue;
         const ScanKind kind = KindOf(scan.Setup.TagTable[n].ScanType);
         const auto tag = static_cast<int16_t>(n);
@@ -163,7 +103,7 @@ VbError MathsPass(ScanContext& scan, PassClock& clock) {
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].Online != 1) continue;
-        if (ShowProgress(scan, clock, "Calc Maths for Tag ", n) && !ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (!StepKeepsTag(scan, clock, "Calc Maths for Tag ", n)) return VbError(ErrSubscript);
         const TagRecord& record = scan.Setup.TagTable[n];
         if (record.TagType != TagTypeMeasured || record.ScanType != ScanTypeMaths) continue;
         Input_MathsGrouping(scan, static_cast<int16_t>(n));
@@ -180,7 +120,7 @@ VbError DisplayPass(ScanContext& scan, PassClock& clock) {
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
         if (!ScanTagInRange(scan, n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].TagType != TagTypeDisplay || scan.Setup.TagTable[n].Online != 1) continue;
-        if (ShowProgress(scan, clock, "Display Data for Tag ", n) && !ScanTagInRange(scan, n)) return VbError(ErrSubscript);
+        if (!StepKeepsTag(scan, clock, "Display Data for Tag ", n)) return VbError(ErrSubscript);
         const TagRecord& record = scan.Setup.TagTable[n];
         TagValue& value = scan.Values[n];
         value.Current = 0;

@@ -22,21 +22,20 @@
 
 namespace {
 
-// The headless view, except that every cell and status text is made and kept, as the window's
-// grid keeps them.
-class TextView : public HeadlessView {
+// A view that makes and keeps every cell and status text, as the window's grid and panels do, and
+// lets no events in.
+class TextView : public QuietView {
 public:
     void SetupGrid(int rows) override { cells_.assign(static_cast<size_t>(rows + 1) * 6, std::string()); }
     void SetGridCell(int row, int column, const std::string& text) override {
         const size_t at = static_cast<size_t>(row) * 6 + static_cast<size_t>(column);
         if (at < cells_.size()) cells_[at] = text;
     }
-    void SetGridNumber(int row, int column, const GridNumber& number) override {
-        SetGridCell(row, column, number.Text());
-    }
+    void SetPanelText(StatusPanel, const std::string& text) override { status_ = text; }
 
 private:
     std::vector<std::string> cells_;
+    std::string status_;
 };
 
 HeadlessView headless;
