@@ -12,34 +12,14 @@ namespace {
 constexpr int ScanSeconds = 10;
 constexpr double Rate = 3600;  // one unit a second
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = Sync
-
-[meter Incomer]
-point = T1
-kind = rate
-rate = 3600
-
+const std::string Site = OneMeterSite("Sync", "Incomer", 3600) + R"(
 [meter Master clock]
 point = T100
 kind = hourpulse
 clock offset = 300
 )";
 
-const char* const Tags = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Incomer"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-)";
+const std::string Tags = RateTagSetup("Incomer");
 
 class ClockSync : public ScenarioTest {};
 

@@ -17,16 +17,7 @@ constexpr double RunningStart = 5000;
 constexpr double PulseRate = 600;    // 1200 pulses of 0.5 an hour; the counter wraps every 4 h 10 min
 constexpr double UnitsPerPulse = 0.5;
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = Day
-
-[meter Steady]
-point = T1
-kind = rate
-rate = 150
-
+const std::string Site = OneMeterSite("Day", "Steady", 150) + R"(
 [meter Running]
 point = T2
 kind = total
@@ -41,18 +32,7 @@ units per pulse = 0.5
 rollover = 5000
 )";
 
-const char* const Tags = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Steady"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-UnitsPerPulse = 4
+const std::string Tags = RateTagSetup("Steady", R"(UnitsPerPulse = 4
 InTotal = 1
 
 [Tag 2]
@@ -79,7 +59,7 @@ TagType = 1
 ScanType = 8
 Term0 = 1 0 2
 Term1 = 3 1 0.5
-)";
+)");
 
 class Day : public ScenarioTest {};
 

@@ -366,6 +366,7 @@ StoreRecords ScenarioTest::Records(const std::string& storeFileText) {
         records.Error = "unexpected heading: " + lines[0];
         return records;
     }
+    records.Heading = lines[0];
     records.Columns.assign(head.begin() + 4, head.end());
     for (std::size_t i = 1; i < lines.size(); ++i) {
         if (lines[i].empty()) continue;
@@ -439,9 +440,9 @@ std::string OneMeterSite(const std::string& job, const std::string& name, double
     return text.str();
 }
 
-std::string RateTagSetup(const std::string& name, const std::string& more) {
-    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = 48\n\n[Tag 1]\nTagName = \"" + name +
-           "\"\nOnline = 1\nTagType = 1\nScanType = 24\nPageNo = 1\n" + more;
+std::string RateTagSetup(const std::string& name, const std::string& more, int periodsPerDay) {
+    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = " + std::to_string(periodsPerDay) +
+           "\n\n[Tag 1]\nTagName = \"" + name + "\"\nOnline = 1\nTagType = 1\nScanType = 24\nPageNo = 1\n" + more;
 }
 
 }  // namespace scenario

@@ -44,9 +44,9 @@ bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds t
 
 // A V5 host job whose one meter, named name on host tag T1, runs at a constant rate an hour.
 std::string OneMeterSite(const std::string& job, const std::string& name, double rate);
-// A tag setup of 48 periods a day whose tag 1, named name, reads host tag 1 as a rate; more is
-// appended as it stands (further fields of tag 1, then further [Tag n] sections).
-std::string RateTagSetup(const std::string& name, const std::string& more = "");
+// A tag setup of periodsPerDay periods a day whose tag 1, named name, reads host tag 1 as a rate;
+// more is appended as it stands (further fields of tag 1, then further [Tag n] sections).
+std::string RateTagSetup(const std::string& name, const std::string& more = "", int periodsPerDay = 48);
 
 // One period record of vt-store records: its flag and one value per column of the tags in use.
 struct Record {
@@ -57,6 +57,7 @@ struct Record {
 struct StoreRecords {
     bool Ok = false;
     std::string Error;
+    std::string Heading;               // the first line as vt-store wrote it
     std::vector<std::string> Columns;  // tag names, in tag number order
     std::map<std::pair<std::string, int>, Record> Rows;  // (date, period)
     int Column(const std::string& name) const;  // index into Values, -1 when absent

@@ -14,54 +14,24 @@ constexpr int ScanSeconds = 10;
 constexpr double IncomerRate = 400;  // 100 a quarter hour
 constexpr double FeederRate = 200;   // 50 a quarter hour
 
-const char* const Site = R"(
-[host]
-generation = 5
-job = Reload
-
-[meter Incomer]
-point = T1
-kind = rate
-rate = 400
-
+const std::string Site = OneMeterSite("Reload", "Incomer", 400) + R"(
 [meter Feeder]
 point = T2
 kind = rate
 rate = 200
 )";
 
-const char* const Before = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 96
+const std::string Before = RateTagSetup("Incomer", "", 96);
 
-[Tag 1]
-TagName = "Incomer"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-)";
-
-const char* const After = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 96
-
-[Tag 1]
-TagName = "Incomer A"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-
+// Tag 1 renamed, tag 2 added.
+const std::string After = RateTagSetup("Incomer A", R"(
 [Tag 2]
 TagName = "Feeder"
 Online = 1
 TagType = 1
 ScanType = 24
 PageNo = 2
-)";
+)", 96);
 
 class SetupReload : public ScenarioTest {};
 
