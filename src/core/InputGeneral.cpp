@@ -39,10 +39,13 @@ ScanKind KindOf(int16_t scanType) {
 // Status text between two rounds of pending events, so a watcher sees where a slow scan is and
 // socket requests are served as the pass goes. False when events ran and a reload of the setup
 // took the tag away.
-bool StepKeepsTag(ScanContext& scan, PassClock& clock, const char* step, int tag) {
-    if (!scan.View.ScanStep(step, tag)) return true;
+bool KeepsTagAfterEvents(ScanContext& scan, PassClock& clock, int tag) {
     clock.EventsRan();
     return ScanTagInRange(scan, tag);
+}
+
+inline bool StepKeepsTag(ScanContext& scan, PassClock& clock, const char* step, int tag) {
+    return !scan.View.ScanStep(step, tag) || KeepsTagAfterEvents(scan, clock, tag);
 }
 
 void SetValueCells(ScanContext& scan, int tag) {

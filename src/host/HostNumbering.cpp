@@ -1,22 +1,7 @@
 #include "host/HostNumbering.h"
 
-#include <climits>
-#include <cstdint>
-
 #include "support/VbConvert.h"
 #include "support/VbText.h"
-
-LineSplit SplitLineV4(int32_t line) {
-    if (line <= 0) return {};
-    int32_t n = line - 1;
-    return {n / 100 + 1, (n / 10) % 10 + 1, n % 10 + 1};
-}
-
-LineSplit SplitLineV5(int32_t line) {
-    if (line <= 0) return {};
-    int32_t n = line - 1;
-    return {1, n / 10 + 1, n % 10 + 1};
-}
 
 std::string TagReference(int32_t tag) { return "[T" + std::to_string(tag) + "]"; }
 
@@ -50,12 +35,6 @@ IOReferenceTarget Line(double number) { return {true, SelectionNumber(number)}; 
 IOReferenceTarget RecorderLineTarget(double recorder, double page, double line) {
     if (recorder <= 0 || page <= 0 || line <= 0) return {true, 0};
     return Line((recorder - 1) * 100 + (page - 1) * 10 + line);
-}
-
-int32_t RecorderLineNumber(int32_t recorder, int32_t page, int32_t line) {
-    if (recorder <= 0 || page <= 0 || line <= 0) return 0;
-    const int64_t number = (int64_t{recorder} - 1) * 100 + (int64_t{page} - 1) * 10 + line;
-    return number > INT32_MAX ? 0 : static_cast<int32_t>(number);  // beyond a Long: no line
 }
 
 IOReferenceTarget ParseIOReference(std::string_view text) {
