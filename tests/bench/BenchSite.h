@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "common/QuietViews.h"
 #include "core/DdeInputLinks.h"
 #include "core/InputGeneral.h"
 #include "core/MonitorView.h"
@@ -21,18 +22,12 @@ inline constexpr int MeasuredTags = 180;  // then 10 maths tags and 10 display t
 inline constexpr int16_t ScanTypes[] = {17, 24, 23, 22, 21, 28};
 
 // The scan's screen: nothing shown; DoEvents runs what the benchmark hooks there (pending Qt events, or nothing).
-class QuietView : public MonitorView {
+class QuietView : public QuietSetupLoad<MonitorView> {
 public:
-    void ShowWait(const std::string&) override {}
-    void SetWaitProgress(const std::string&) override {}
     std::function<void()> OnDoEvents;
     void DoEvents() override {
         if (OnDoEvents) OnDoEvents();
     }
-    void SetGridCell(int, int, const std::string&) override {}
-    void ShowMessage(const std::string&, const std::string&, MessageIcon) override {}
-    void EndProgram() override {}
-    void StartProgram(const std::string&, const std::string&) override {}
     void CloseWait() override {}
     void SetStatusText(const std::string&) override {}
     void ShowWaitMessage(const std::string&) override {}

@@ -12,11 +12,11 @@
 #include <sstream>
 #include <string>
 
-#include "platform/Prefix.h"
 #include "files/CsvImport.h"
 #include "files/CsvLine.h"
 #include "files/StoreContext.h"
 #include "platform/Clock.h"
+#include "platform/Prefix.h"
 
 namespace {
 

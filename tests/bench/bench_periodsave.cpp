@@ -10,7 +10,7 @@
 #include <fstream>
 #include <string>
 
-#include "platform/Prefix.h"
+#include "common/QuietViews.h"
 #include "files/HalfHourSave.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
@@ -18,23 +18,13 @@
 #include "files/StoreFileName.h"
 #include "platform/DateSerial.h"
 #include "platform/Paths.h"
+#include "platform/Prefix.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class NullView : public StoreFileView {
-public:
-    void ShowWait(const std::string&) override {}
-    void SetWaitProgress(const std::string&) override {}
-    void DoEvents() override {}
-    void SetGridCell(int, int, const std::string&) override {}
-    void ShowMessage(const std::string&, const std::string&, MessageIcon) override {}
-    void EndProgram() override {}
-    void StartProgram(const std::string&, const std::string&) override {}
-    void CloseWait() override {}
-    void SetStatusText(const std::string&) override {}
-};
+
 
 class Host : public HostFolders {
 public:
@@ -50,7 +40,7 @@ struct Site {
     MonitorSettings settings;
     MonitorState state;
     Host host;
-    NullView view;
+    QuietStoreFileView view;
     DateTime now = MakeDateTime(2024, 3, 1, 0, 20, 0);
 
     Site()

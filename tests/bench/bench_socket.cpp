@@ -37,13 +37,13 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-#include "platform/Prefix.h"
 #include "BenchSite.h"
 #include "core/MonitorTagAccess.h"
 #include "net/HostSocketServer.h"
 #include "net/SocketTrace.h"
 #include "platform/Clock.h"
 #include "platform/DateSerial.h"
+#include "platform/Prefix.h"
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Prefix.h"
 #include "platform/Files.h"
+#include "platform/Prefix.h"
 #include "support/IniText.h"
 #include "support/Profile.h"
 

@@ -11,13 +11,13 @@
 #include <string>
 #include <system_error>
 
-#include "platform/Prefix.h"
 #include "host/HostNumbering.h"
 #include "host/Telvane.h"
 #include "host/TelvaneRecAlarmRelays.h"
 #include "host/TelvaneRecPage.h"
 #include "host/TelvaneTagAlarmRelays.h"
 #include "platform/Paths.h"
+#include "platform/Prefix.h"
 #include "support/Profile.h"
 
 // telvane-host's own parsers are not in a library; they are compiled in here.

@@ -6,23 +6,13 @@
 #include <filesystem>
 #include <string>
 
-#include "platform/Prefix.h"
+#include "common/QuietViews.h"
 #include "files/GetSetupData.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
+#include "platform/Prefix.h"
 
 namespace {
-
-class QuietView : public SetupLoadView {
-public:
-    void ShowWait(const std::string&) override {}
-    void SetWaitProgress(const std::string&) override {}
-    void DoEvents() override {}
-    void SetGridCell(int, int, const std::string&) override {}
-    void ShowMessage(const std::string&, const std::string&, MessageIcon) override {}
-    void EndProgram() override {}
-    void StartProgram(const std::string&, const std::string&) override {}
-};
 
 class NoHost : public HostFolders {
 public:
@@ -47,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string bytes(reinterpret_cast<const char*>(data), size);
 
     SetupData setup;
-    QuietView view;
+    QuietSetupLoadView view;
     NoHost host;
     const SetupLoadResult loaded = LoadSetupFileBytes(bytes, VbError(), host, setup, view);
     // A loaded setup always holds every tag slot, however damaged the file.

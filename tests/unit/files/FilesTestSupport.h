@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "platform/Prefix.h"
 #include "files/HostFolders.h"
 #include "files/SettingsView.h"
 #include "files/StoreFileView.h"
 #include "platform/Paths.h"
+#include "platform/Prefix.h"
 
 namespace filestest {
 
