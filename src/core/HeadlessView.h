@@ -33,7 +33,6 @@ public:
     // MonitorView
     void SetupGrid(int rows) override;
     void SetGridRowColour(int row, int columnFrom, int columnTo, RgbColour colour) override;
-    void SetGridNumber(int, int, const GridNumber&) override {}
     void SetPanelText(StatusPanel panel, const std::string& text) override;
     bool ScanStep(const char* step, int tag) override;
     // DoEvents, telling whether events ran this time. Only every fourth request looks.

@@ -185,13 +185,10 @@ std::string Telvane::InstallComment() const { return IniValue(TelvaneStartupIniF
 
 int32_t Telvane::VersionNumber() const { return versionNumber_; }
 
-bool Telvane::V4() const { return VersionNumber() == 4 && Hostpts32Loaded() && Hostrec32Loaded(); }
-bool Telvane::V5() const { return VersionNumber() == 5 && Hostpts32Loaded() && Hostrec32Loaded(); }
+bool Telvane::V4() const { return Generation() == 4; }
+bool Telvane::V5() const { return Generation() == 5; }
 
-bool Telvane::VAny() const {
-    int32_t n = VersionNumber();
-    return (n == 4 || n == 5) && Hostpts32Loaded() && Hostrec32Loaded();
-}
+bool Telvane::VAny() const { return Generation() != 0; }
 
 std::string Telvane::Version() const { return V4() ? "V4" : V5() ? "V5" : ""; }
 

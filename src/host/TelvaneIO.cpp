@@ -40,10 +40,8 @@ constexpr int32_t V5LastLine = 1000;
 
 }  // namespace
 
-bool TelvaneIO::HostV4() const { return host_ != nullptr && host_->V4(); }
-// Private and used only here: inline, since every selection and every value asks.
+// Private and used only here: inline, since every selection asks.
 inline int TelvaneIO::HostGeneration() const { return host_ != nullptr ? host_->Generation() : 0; }
-bool TelvaneIO::HostV5() const { return host_ != nullptr && host_->V5(); }
 inline HostLibraries* TelvaneIO::Libs() const { return host_ != nullptr ? &host_->Libraries() : nullptr; }
 
 void TelvaneIO::Clear() {
@@ -94,12 +92,25 @@ int32_t TelvaneIO::IndexLineNumberV4() const { return SplitLineV4(IndexRecLine()
 int32_t TelvaneIO::IndexPageNumberV5() const { return SplitLineV5(IndexRecLine()).Page; }
 int32_t TelvaneIO::IndexLineNumberV5() const { return SplitLineV5(IndexRecLine()).LineOnPage; }
 
-int32_t TelvaneIO::IndexMaxRecLine() const { return HostV4() ? V4LastLine : HostV5() ? V5LastLine : 0; }
-int32_t TelvaneIO::IndexMaxOutputTag() const { return HostV4() ? V4LastOutputTag : HostV5() ? V5LastTag : 0; }
-int32_t TelvaneIO::IndexMaxInputTag() const { return HostV4() ? V4LastInputTag : HostV5() ? V5LastTag : 0; }
-int32_t TelvaneIO::IndexMinRecLine() const { return HostV4() || HostV5() ? 1 : 0; }
-int32_t TelvaneIO::IndexMinOutputTag() const { return HostV4() ? V4FirstOutputTag : HostV5() ? 1 : 0; }
-int32_t TelvaneIO::IndexMinInputTag() const { return HostV4() || HostV5() ? 1 : 0; }
+// Without a host every range is 0..0.
+int32_t TelvaneIO::IndexMaxRecLine() const {
+    const int g = HostGeneration();
+    return g == 4 ? V4LastLine : g == 5 ? V5LastLine : 0;
+}
+int32_t TelvaneIO::IndexMaxOutputTag() const {
+    const int g = HostGeneration();
+    return g == 4 ? V4LastOutputTag : g == 5 ? V5LastTag : 0;
+}
+int32_t TelvaneIO::IndexMaxInputTag() const {
+    const int g = HostGeneration();
+    return g == 4 ? V4LastInputTag : g == 5 ? V5LastTag : 0;
+}
+int32_t TelvaneIO::IndexMinRecLine() const { return HostGeneration() != 0 ? 1 : 0; }
+int32_t TelvaneIO::IndexMinOutputTag() const {
+    const int g = HostGeneration();
+    return g == 4 ? V4FirstOutputTag : g == 5 ? 1 : 0;
+}
+int32_t TelvaneIO::IndexMinInputTag() const { return HostGeneration() != 0 ? 1 : 0; }
 
 std::string TelvaneIO::IndexReference() const {
     switch (kind_) {

@@ -106,8 +106,6 @@ public:
 private:
     enum class Kind { None, V4InputTag, V4OutputTag, V5Tag, V4Line, V5Line };
 
-    bool HostV4() const;
-    bool HostV5() const;
     int HostGeneration() const;  // 4, 5, or 0 without a host
     HostLibraries* Libs() const;
     void Clear();
