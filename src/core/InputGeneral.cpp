@@ -54,6 +54,7 @@ void SetValueCells(ScanContext& scan, int tag) {
     scan.View.SetGridNumber(tag, GridColumnIntegrated, GridNumber::Fixed(value.Integrated));
 }
 
+// The grid check stays inline in the pass: without a grid the cells cost nothing, not even a call.
 inline void ShowValues(ScanContext& scan, int tag) {
     if (scan.View.ShowsGrid()) SetValueCells(scan, tag);
 }
