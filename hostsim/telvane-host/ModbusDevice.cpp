@@ -130,6 +130,13 @@ void ModbusDevice::Poll() {
         return;
     }
     if (state != QModbusDevice::ConnectedState || outstanding_ > 0) return;
+    if (requests_.empty()) {
+        // A device that is only written to is up while connected.
+        ++polls_;
+        health_.Up();
+        backoff_.Reset();
+        return;
+    }
     pollFailed_ = false;
     failure_.clear();
     uint64_t epoch = epoch_;

@@ -2,7 +2,9 @@
 
 #include <mosquitto.h>
 
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <mutex>
 
 #include "DevicePoints.h"
@@ -32,6 +34,8 @@ MqttLink::MqttLink(const MqttSourceSpec& spec, HostState& state, int generation,
     }
     latest_.assign(spec_.Maps.size(), 0);
     fresh_.assign(spec_.Maps.size(), 0);
+    retry_.setSingleShot(true);
+    QObject::connect(&retry_, &QTimer::timeout, &context_, [this] { TryConnect(); });
     firstContact_.setSingleShot(true);
     QObject::connect(&firstContact_, &QTimer::timeout, &context_, [this] {
         if (!health_.IsUp()) {
@@ -69,23 +73,28 @@ bool MqttLink::Start(std::string& error) {
             return false;
         }
     }
-    int rc = mosquitto_connect_async(mosq_, spec_.Host.c_str(), spec_.Port, 30);
-    if (rc != MOSQ_ERR_SUCCESS) {
-        // The loop thread keeps trying; the first failure is logged by the first-contact check.
-        (void)rc;
-    }
-    rc = mosquitto_loop_start(mosq_);
-    if (rc != MOSQ_ERR_SUCCESS) {
-        error = "mqtt " + spec_.Name + ": " + mosquitto_strerror(rc);
-        return false;
-    }
-    looping_ = true;
     firstContact_.start(3000);
+    TryConnect();
     return true;
+}
+
+// Once a connection attempt is under way, the client's own thread reconnects with backoff; an
+// attempt refused at once (nobody listening) is repeated here until one gets that far.
+void MqttLink::TryConnect() {
+    int rc = mosquitto_connect_async(mosq_, spec_.Host.c_str(), spec_.Port, 30);
+    if (rc == MOSQ_ERR_SUCCESS) rc = mosquitto_loop_start(mosq_);
+    if (rc == MOSQ_ERR_SUCCESS) {
+        looping_ = true;
+        return;
+    }
+    AllInError();
+    health_.Down(rc == MOSQ_ERR_ERRNO ? std::strerror(errno) : mosquitto_strerror(rc));
+    retry_.start(static_cast<int>(backoff_.Next() * 1000));
 }
 
 void MqttLink::Stop() {
     firstContact_.stop();
+    retry_.stop();
     if (mosq_ == nullptr) return;
     if (looping_) {
         mosquitto_disconnect(mosq_);

@@ -46,6 +46,7 @@ private:
     void Post();  // callback thread: have the loop drain, once
     void Drain(); // the loop: values, state changes and log lines
     void AllInError();
+    void TryConnect();
 
     struct Event {
         bool Up;
@@ -61,6 +62,8 @@ private:
     bool looping_ = false;
     QObject context_;
     QTimer firstContact_;
+    QTimer retry_;    // until the first connection attempt gets under way
+    Backoff backoff_;
     std::function<void()> republish_;
 
     std::mutex mutex_;  // guards what the callback thread hands over

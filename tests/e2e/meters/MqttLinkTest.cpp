@@ -1,0 +1,98 @@
+// MQTT sources and publishing against the mosquitto broker on a loopback port: values and JSON
+// fields into points, bad payloads refused, followed points published, the broker restarted.
+#include "DeviceFixture.h"
+#include "DeviceLinks.h"
+#include "Scenario.h"
+#include "TestServers.h"
+
+namespace meters {
+namespace {
+
+using namespace std::chrono_literals;
+
+class MqttLinkTest : public DeviceFixture {};
+
+Scenario Site(int port) {
+    Scenario s;
+    std::string error;
+    EXPECT_TRUE(ParseScenario("[mqtt Site]\nbroker = 127.0.0.1:" + std::to_string(port) +
+                                  "\nclient id = vt-test-host\nmap = T13 site/pulses\nmap = [P2L1] site/main power_kw\n"
+                                  "map = T14 site/main meter.total\npublish = T201 site/rate1\n",
+                              s, error))
+        << error;
+    return s;
+}
+
+TEST_F(MqttLinkTest, ValuesFieldsBadPayloadsAndPublishing) {
+    Broker broker(folder_ / "broker");
+    ASSERT_TRUE(broker.Start());
+    Scenario site = Site(broker.Port());
+    DeviceLinks links(site, state_, 5, Logger());
+    std::string error;
+    ASSERT_TRUE(links.Start(error)) << error;
+    ASSERT_TRUE(Pump([&] { return LogCount("connected") == 1; }, 5s)) << LogText();
+    MqttClient client;
+    ASSERT_TRUE(client.Start(broker.Port(), {"site/rate1"}));
+
+    ASSERT_TRUE(client.Publish("site/pulses", "17"));
+    ASSERT_TRUE(client.Publish("site/main", R"({"power_kw": 3.5, "meter": {"total": 1200.25}})"));
+    ASSERT_TRUE(Pump([&] { return Reading(HostTable::Tags, 12) == 17.0f && Reading(HostTable::Lines, 10) == 3.5f; }, 3s));
+    EXPECT_EQ(Reading(HostTable::Tags, 13), 1200.25f);
+    EXPECT_FALSE(InError(HostTable::Tags, 12));
+    EXPECT_FALSE(InError(HostTable::Lines, 10));
+
+    // Bad payloads never become values; each topic is logged once however often it happens.
+    for (const char* bad : {"abc", "", "17 pulses"}) ASSERT_TRUE(client.Publish("site/pulses", bad));
+    ASSERT_TRUE(client.Publish("site/main", R"({"voltage": 230})"));
+    ASSERT_TRUE(client.Publish("site/pulses", "18"));
+    ASSERT_TRUE(Pump([&] { return Reading(HostTable::Tags, 12) == 18.0f; }, 3s));
+    EXPECT_EQ(LogCount("bad payload on site/pulses"), 1) << LogText();
+    EXPECT_EQ(LogCount("bad payload on site/main"), 1) << LogText();
+    EXPECT_EQ(Reading(HostTable::Lines, 10), 3.5f);
+
+    // A followed point is published when it changes, whoever writes it.
+    state_.SetReading(HostTable::Tags, 200, 12.25f);
+    std::string got;
+    EXPECT_TRUE(Pump([&] {
+        links.Follow();
+        return client.Count("site/rate1") > 0 && client.WaitFor("site/rate1", "12.25", 0ms, got);
+    }, 3s)) << got;
+    size_t published = client.Count("site/rate1");
+    for (int i = 0; i < 5; ++i) links.Follow();  // unchanged: nothing more
+    PumpFor(200ms);
+    EXPECT_EQ(client.Count("site/rate1"), published);
+    client.Stop();
+
+    // The broker restarts: points in error with their values, one line each way, and the broker
+    // holds the published value again.
+    const int port = broker.Port();
+    broker.Stop();
+    ASSERT_TRUE(Pump([&] { return InError(HostTable::Tags, 12) && InError(HostTable::Lines, 10); }, 5s)) << LogText();
+    EXPECT_EQ(Reading(HostTable::Tags, 12), 18.0f);
+    ASSERT_TRUE(broker.Start(port));
+    ASSERT_TRUE(Pump([&] { return LogCount("back") == 1; }, 15s)) << LogText();
+    EXPECT_EQ(LogCount("lost"), 1) << LogText();
+    MqttClient after;
+    ASSERT_TRUE(after.Start(port, {"site/rate1"}));
+    EXPECT_TRUE(after.WaitFor("site/rate1", "12.25", 3s, got)) << got;
+    ASSERT_TRUE(after.Publish("site/pulses", "19"));
+    ASSERT_TRUE(Pump([&] { return Reading(HostTable::Tags, 12) == 19.0f && !InError(HostTable::Tags, 12); }, 3s));
+    links.Stop();
+}
+
+TEST_F(MqttLinkTest, ABrokerThatIsNotThereYet) {
+    const int port = FreePort();
+    Scenario site = Site(port);
+    DeviceLinks links(site, state_, 5, Logger());
+    std::string error;
+    ASSERT_TRUE(links.Start(error)) << error;
+    ASSERT_TRUE(Pump([&] { return LogCount("lost") == 1; }, 6s)) << LogText();
+    EXPECT_TRUE(InError(HostTable::Tags, 12));
+    Broker broker(folder_ / "broker");
+    ASSERT_TRUE(broker.Start(port));
+    ASSERT_TRUE(Pump([&] { return LogCount("back") == 1; }, 15s)) << LogText();
+    links.Stop();
+}
+
+}  // namespace
+}  // namespace meters
