@@ -96,6 +96,8 @@ void MqttLink::Stop() {
     firstContact_.stop();
     retry_.stop();
     if (mosq_ == nullptr) return;
+    log_(health_.What() + ": " + std::to_string(taken_.load()) + " messages taken, " + std::to_string(refused_.load()) +
+         " refused");
     if (looping_) {
         mosquitto_disconnect(mosq_);
         mosquitto_loop_stop(mosq_, false);
