@@ -61,9 +61,9 @@ public:
           layout_(layout),
           state_(state),
           dde_(state, layout.Generation),
-          devices_(scenario, state, layout.Generation, [&state](const std::string& text) {
+          devices_(scenario, state, layout.Generation, [log = &state](const std::string& text) {
               Say(text);
-              state.AppendLog("telvane-host", text);
+              log->AppendLog("telvane-host", text);
           }) {}
 
     bool Start(std::string& error) {

@@ -1,5 +1,7 @@
 // MQTT sources and publishing against the mosquitto broker on a loopback port: values and JSON
 // fields into points, bad payloads refused, followed points published, the broker restarted.
+#include <cstdlib>
+
 #include "DeviceFixture.h"
 #include "DeviceLinks.h"
 #include "Scenario.h"
@@ -91,6 +93,70 @@ TEST_F(MqttLinkTest, ABrokerThatIsNotThereYet) {
     Broker broker(folder_ / "broker");
     ASSERT_TRUE(broker.Start(port));
     ASSERT_TRUE(Pump([&] { return LogCount("back") == 1; }, 15s)) << LogText();
+    links.Stop();
+}
+
+TEST_F(MqttLinkTest, CredentialsAndTls) {
+    const std::filesystem::path dir = folder_ / "auth";
+    std::filesystem::create_directories(dir);
+    const std::string d = dir.string();
+    ASSERT_EQ(std::system(("mosquitto_passwd -c -b " + d + "/passwords meter 's3cret;x' > /dev/null 2>&1").c_str()), 0);
+    Broker broker(dir);
+    broker.SetListenerConfig("allow_anonymous false\npassword_file " + d + "/passwords\n");
+    ASSERT_TRUE(broker.Start());
+    auto site = [&](const std::string& name, const std::string& keys) {
+        Scenario s;
+        std::string error;
+        EXPECT_TRUE(ParseScenario("[mqtt " + name + "]\nbroker = 127.0.0.1:" + std::to_string(broker.Port()) + "\n" + keys +
+                                      "map = T13 site/pulses\n",
+                                  s, error))
+            << error;
+        return s;
+    };
+    Scenario good = site("Good", "username = meter\npassword = s3cret;x\n");
+    Scenario bad = site("Bad", "username = meter\npassword = wrong\n");
+    DeviceLinks goodLinks(good, state_, 5, Logger());
+    DeviceLinks badLinks(bad, state_, 5, Logger());
+    std::string error;
+    ASSERT_TRUE(goodLinks.Start(error) && badLinks.Start(error)) << error;
+    ASSERT_TRUE(Pump([&] { return LogCount("Good (") == 1 && LogCount("Bad (") == 1; }, 5s)) << LogText();
+    PumpFor(2500ms);  // the refused client keeps retrying: still one line
+    EXPECT_EQ(LogCount("mqtt Good (127.0.0.1:" + std::to_string(broker.Port()) + "): connected"), 1) << LogText();
+    EXPECT_EQ(LogCount("Bad ("), 1) << LogText();
+    EXPECT_EQ(LogCount("not authorised"), 1) << LogText();
+    goodLinks.Stop();
+    badLinks.Stop();
+    broker.Stop();
+
+    // TLS with the site's own CA; the broker's certificate names 127.0.0.1.
+    const std::string ec = "-newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes";
+    ASSERT_EQ(std::system(("cd " + d + " && openssl req -x509 " + ec + " -keyout ca.key -out ca.crt -subj /CN=TestCA -days 2" +
+                           " && openssl req " + ec + " -keyout server.key -out server.csr -subj /CN=127.0.0.1" +
+                           " && printf 'subjectAltName=IP:127.0.0.1' > san.ext" +
+                           " && openssl x509 -req -in server.csr -CA ca.crt -CAkey ca.key -CAcreateserial" +
+                           " -out server.crt -days 2 -extfile san.ext > /dev/null 2>&1" +
+                           // A broker started as root reads its files as the user it drops to.
+                           " && chmod 644 server.key")
+                              .c_str()),
+              0);
+    Broker tls(dir / "tls");
+    tls.SetListenerConfig("allow_anonymous true\ncafile " + d + "/ca.crt\ncertfile " + d + "/server.crt\nkeyfile " + d +
+                          "/server.key\n");
+    ASSERT_TRUE(tls.Start());
+    Scenario secure;
+    ASSERT_TRUE(ParseScenario("[mqtt Secure]\nbroker = 127.0.0.1:" + std::to_string(tls.Port()) + "\nca file = " + d +
+                                  "/ca.crt\nmap = T20 site/secure\n",
+                              secure, error))
+        << error;
+    DeviceLinks links(secure, state_, 5, Logger());
+    ASSERT_TRUE(links.Start(error)) << error;
+    ASSERT_TRUE(Pump([&] { return LogCount("Secure (") == 1; }, 5s)) << LogText();
+    EXPECT_EQ(LogCount("Secure (127.0.0.1:" + std::to_string(tls.Port()) + "): connected"), 1) << LogText();
+    ASSERT_EQ(std::system(("mosquitto_pub -h 127.0.0.1 -p " + std::to_string(tls.Port()) + " --cafile " + d +
+                           "/ca.crt -t site/secure -m 64.5")
+                              .c_str()),
+              0);
+    EXPECT_TRUE(Pump([&] { return Reading(HostTable::Tags, 19) == 64.5f; }, 3s));
     links.Stop();
 }
 

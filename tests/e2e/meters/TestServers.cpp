@@ -160,8 +160,9 @@ bool Broker::Start(int port) {
     port_ = port == 0 ? FreePort() : port;
     std::filesystem::create_directories(folder_);
     std::filesystem::path config = folder_ / "mosquitto.conf";
-    std::ofstream(config) << "listener " << port_ << " 127.0.0.1\nallow_anonymous true\npersistence false\n"
-                          << "log_dest none\n";
+    std::ofstream(config) << "listener " << port_ << " 127.0.0.1\n"
+                          << (listenerConfig_.empty() ? "allow_anonymous true\n" : listenerConfig_)
+                          << "persistence false\nlog_dest none\n";
     pid_ = ::fork();
     if (pid_ == 0) {
         int null = ::open("/dev/null", O_RDWR);

@@ -54,12 +54,15 @@ class Broker {
 public:
     explicit Broker(std::filesystem::path folder) : folder_(std::move(folder)) {}
     ~Broker() { Stop(); }
+    // Settings after the listener line; empty: anonymous clients allowed.
+    void SetListenerConfig(std::string text) { listenerConfig_ = std::move(text); }
     bool Start(int port = 0);  // waits until it takes connections
     void Stop();
     int Port() const { return port_; }
 
 private:
     std::filesystem::path folder_;
+    std::string listenerConfig_;
     pid_t pid_ = 0;
     int port_ = 0;
 };
