@@ -28,7 +28,7 @@ public:
     ModbusDevice& operator=(const ModbusDevice&) = delete;
 
     void Start();
-    // A followed point changed: write entry `write` of the spec (sent now, or once connected).
+    // A followed point changed: send it as the device's `write`-th `write =` line says, now or once connected.
     void Write(int write, double value);
     const ModbusDeviceSpec& Spec() const { return spec_; }
     // Successful polls, for tests and benchmarks.

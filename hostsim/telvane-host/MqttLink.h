@@ -30,7 +30,7 @@ public:
 
     bool Start(std::string& error);
     void Stop();
-    // A followed point changed: publish entry `publish` of the spec (retained, at least once).
+    // A followed point changed: publish it as the `publish`-th `publish =` line says (retained, at least once).
     void Publish(int publish, double value);
     // Called after a (re)connection with every published point's value, so the broker holds them.
     void SetRepublish(std::function<void()> republish) { republish_ = std::move(republish); }

