@@ -194,6 +194,7 @@ TEST_F(MetersRun, ModbusAndMqttMetersThroughOutagesIntoTheStoreFile) {
     const float gasRate = hostState_.Reading(HostTable::Tags, 202);
     const float energyRate = hostState_.Reading(HostTable::Tags, 200);
     EXPECT_GT(gasRate, 0.0f);
+    EXPECT_GT(subscriber.Count("site/voltaris/gas"), 1u);  // every change until the broker went down
     std::string got;
     meters::MqttClient late;
     ASSERT_TRUE(late.Start(brokerPort_, {"site/voltaris/gas"}));
