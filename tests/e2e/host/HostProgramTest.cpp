@@ -216,8 +216,8 @@ TEST(HostProgram, KilledHostLeavesNoLiveWindowsAndAStopClearsItsJob) {
     auto status = Status(prefix);
     EXPECT_EQ(status["host process"], "not running");
     EXPECT_EQ(status["windows"], "");
-    // The point state still says running, as the library would tell a monitor; stop clears it.
-    EXPECT_EQ(status["job running"], "yes");
+    // Its job flag is still set, but the job's owner is dead: the job is no longer running.
+    EXPECT_EQ(status["job running"], "no");
     EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
     EXPECT_EQ(Status(prefix)["job running"], "no");
 
