@@ -71,6 +71,10 @@ function(vt_man_page program component description)
   install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${component})
 endfunction()
 vt_man_page(voltamond server "energy monitor beside a SCADA host, without a window")
+vt_man_page(telvane-host server "stand-in SCADA host with simulated and real meters")
+vt_man_page(vt-mtg server "build and dump tag setup files")
+vt_man_page(vt-store server "read store files and the peak table")
+vt_man_page(vtreport window "charts of store files: day profiles, months and peaks")
 vt_man_page(voltamon window "energy monitor beside a SCADA host, with its main window")
 
 # --- packages -------------------------------------------------------------------------------
