@@ -46,7 +46,8 @@ bin=$root/usr/bin
 for f in usr/bin/voltamon usr/bin/voltamond usr/bin/telvane-host usr/bin/vt-mtg usr/bin/vt-store \
          usr/lib/voltaris/hostpts32.dll usr/lib/voltaris/hostrec32.dll usr/lib/voltaris/hostarc.dll \
          usr/lib/voltaris/hostcmd32.dll usr/lib/systemd/system/telvane-host.service \
-         usr/lib/systemd/system/voltamond.service usr/share/man/man1/voltamond.1 etc/voltaris/site.scn \
+         usr/lib/systemd/system/voltamond.service usr/share/man/man1/voltamond.1 usr/share/man/man1/voltamon.1 \
+         usr/share/man/man1/telvane-host.1 usr/share/man/man1/vt-mtg.1 usr/share/man/man1/vt-store.1 etc/voltaris/site.scn \
          usr/share/doc/voltaris-monitor/README.md usr/share/voltaris/demo/run-demo.sh; do
     [ -e "$root/$f" ] || fail "the packages have no /$f"
 done
@@ -127,6 +128,24 @@ if wait_gone "$mon" 15; then wait "$mon" 2>/dev/null; rc=$?; else rc=timeout; fi
 as_user "$bin/telvane-host" status | grep -q '^job running: yes' || fail "SIGTERM to the monitor stopped the host job"
 lsof_out=$(ls -l /proc/"$hostpid"/fd 2>/dev/null | grep -i '\.lum' || true)
 [ -z "$lsof_out" ] || fail "the host holds the store file open"
+
+# --- a host killed outright: the monitor sees its job gone and ends ------------------------------
+start_monitor 7
+sleep 3
+kill -0 "$mon" 2>/dev/null || fail "the monitor ended before the host was killed: $(cat "$work/out/mon7.err")"
+kill -KILL "$hostpid"
+wait "$hostpid" 2>/dev/null
+if wait_gone "$mon" 10; then
+    grep -q "the host job is not running" "$work/out/mon7.err" && pass "a SIGKILLed host ends the monitor" ||
+        fail "after a SIGKILLed host: $(cat "$work/out/mon7.err")"
+else
+    fail "the monitor runs on beside a SIGKILLed host"
+fi
+"${user_env[@]}" "$bin/telvane-host" run --scenario "$conf/site.scn" > "$work/out/host2.out" 2> "$work/out/host2.err" &
+hostpid=$!
+pids+=("$hostpid")
+as_user env VOLTARIS_CONF="$conf" "$root/usr/lib/voltaris/voltaris-job-setup" > "$work/out/setup2.out" 2>&1 ||
+    fail "the host did not come back after SIGKILL: $(cat "$work/out/host2.err" "$work/out/setup2.out")"
 
 # --- fatal start-up cases, each said on stderr with the message's own text ---------------------
 store=$(store_file)
