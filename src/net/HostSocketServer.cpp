@@ -161,7 +161,7 @@ struct HostSocketServer::Impl {
             if (used != number) break;
             ++number;
         }
-        elements[number] = Element{socket, requestId, remoteIp, setters.Allows(peer), SteadyClock::now()};
+        elements[number] = Element{socket, requestId, remoteIp, setters.Allows(peer), false, SteadyClock::now()};
 
         // Qt buffers no more than one request's worth; the rest waits in the kernel.
         socket->setReadBufferSize(limits.MaxRequestBytes + 1);
