@@ -303,25 +303,24 @@ TEST_F(HostSocketServerTest, OneAddressHoldsItsShareAndTheFullServerMakesRoom) {
 }
 
 TEST_F(HostSocketServerTest, SilentConnectionIsClosedAfterTheIdleTimeNotBefore) {
-    Start(SocketLimits{.IdleMs = 800});
+    Start(SocketLimits{.IdleMs = 1500});
     const auto start = std::chrono::steady_clock::now();
     auto elapsedMs = [&] {
         return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
     };
     Client silent(port), talking(port);
     ASSERT_TRUE(Connections(2));
-    // Half a request counts as hearing from it; talking keeps talking.
+    // Half a request counts as hearing from it; talking talks again later.
     silent.Send("[M3");
-    ASSERT_TRUE(PumpUntil([&] { return elapsedMs() >= 450; }));
+    ASSERT_TRUE(PumpUntil([&] { return elapsedMs() >= 1000; }));
     talking.Send("[M3];Rate;5");
     ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 5.0f; }));
-    ASSERT_TRUE(PumpUntil([&] { return elapsedMs() >= 700; }));
-    EXPECT_TRUE(silent.Open());
+    EXPECT_TRUE(silent.Open()) << elapsedMs();
 
-    ASSERT_TRUE(silent.WaitClosedByServer(3000));
+    ASSERT_TRUE(silent.WaitClosedByServer(4000));
     const auto closedAt = elapsedMs();
-    EXPECT_GE(closedAt, 800);
-    EXPECT_LT(closedAt, 1600);
+    EXPECT_GE(closedAt, 1500);
+    EXPECT_LT(closedAt, 2500);
     EXPECT_TRUE(talking.Open());
     EXPECT_EQ(talking.Ask("[M3];Rate", 14), "[M3];Rate;5.00");
     EXPECT_TRUE(HasTrace("Connection " + trace.lines[1].substr(22, trace.lines[1].size() - 22 - 15) +
