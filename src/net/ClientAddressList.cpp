@@ -64,3 +64,11 @@ bool ClientAddressList::Allows(const QHostAddress& peer) const {
     }
     return false;
 }
+
+std::string ShareKey(const QHostAddress& peer) {
+    const QHostAddress address = Plain(peer);
+    if (address.protocol() == QAbstractSocket::IPv4Protocol) return address.toString().toStdString();
+    Q_IPV6ADDR bytes = address.toIPv6Address();
+    for (int i = 8; i < 16; ++i) bytes[i] = 0;
+    return QHostAddress(bytes).toString().toStdString() + "/64";
+}

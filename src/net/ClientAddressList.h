@@ -23,3 +23,7 @@ private:
     bool any_ = false;
     std::vector<std::pair<QHostAddress, int>> subnets_;
 };
+
+// What counts as one client address when connections are shared out: an IPv4 address, or the /64
+// of an IPv6 one, since one IPv6 host has a whole /64 to itself.
+std::string ShareKey(const QHostAddress& peer);

@@ -48,6 +48,7 @@ struct HostSocketServer::Impl {
         QTcpSocket* Socket = nullptr;
         std::string Label;     // the request identifier of the connection request
         std::string RemoteIp;  // kept, since a closed socket forgets its peer
+        std::string Share;     // the client address as the per-address share counts it
         bool MaySet = false;   // the peer is on the list of addresses allowed to set values
         bool Understood = false;  // it has sent a read or a set, not only fragments
         SteadyClock::time_point LastHeard;  // connected, or last data received
@@ -140,7 +141,8 @@ struct HostSocketServer::Impl {
         // Room is made by closing a connection of this address when it holds its share, else of any
         // address when the server is full: one that never sent a whole request before one that
         // did, and of those the one silent longest.
-        const auto sameAddress = [&remoteIp](const Element& e) { return e.RemoteIp == remoteIp; };
+        const std::string share = ShareKey(peer);
+        const auto sameAddress = [&share](const Element& e) { return e.Share == share; };
         const auto anyAddress = [](const Element&) { return true; };
         const auto ofThisAddress = std::count_if(elements.begin(), elements.end(),
                                                  [&](const auto& entry) { return sameAddress(entry.second); });
@@ -161,7 +163,7 @@ struct HostSocketServer::Impl {
             if (used != number) break;
             ++number;
         }
-        elements[number] = Element{socket, requestId, remoteIp, setters.Allows(peer), false, SteadyClock::now()};
+        elements[number] = Element{socket, requestId, remoteIp, share, setters.Allows(peer), false, SteadyClock::now()};
 
         // Qt buffers no more than one request's worth; the rest waits in the kernel.
         socket->setReadBufferSize(limits.MaxRequestBytes + 1);

@@ -29,4 +29,13 @@ TEST(ClientAddressListTest, AddressesAndSubnetsSeparatedByCommasSemicolonsOrBlan
     EXPECT_TRUE(rejected.empty());
 }
 
+TEST(ClientAddressListTest, ShareKeyIsTheIpv4AddressOrTheIpv6Slash64) {
+    auto key = [](const char* peer) { return ShareKey(QHostAddress(QString(peer))); };
+    EXPECT_EQ(key("192.168.1.20"), "192.168.1.20");
+    EXPECT_EQ(key("::ffff:192.168.1.20"), "192.168.1.20");
+    EXPECT_EQ(key("2001:db8:1:2:aaaa::1"), key("2001:db8:1:2:ffff:1:2:3"));
+    EXPECT_EQ(key("2001:db8:1:2::5"), "2001:db8:1:2::/64");
+    EXPECT_NE(key("2001:db8:1:2::1"), key("2001:db8:1:3::1"));
+}
+
 }  // namespace
