@@ -393,6 +393,95 @@ TEST_F(StoreFileTest, StoreFilesTheMonitorCannotUseEndIt)
     EXPECT_TRUE(view.ended);
 }
 
+// An existing file whose header cannot be right ends the monitor at its check, the way wrong
+// periods per day do, and is left as it was: the message names the field and what it holds.
+TEST_F(StoreFileTest, DamagedHeaderEndsTheMonitorAndNamesTheField)
+{
+    StartMarch();
+    values[1].Integrated = 5;
+    SaveAt(10, 0, 20);
+    std::string bytes = ReadBytes(StorePath("2403"));
+    Put16(bytes, 60, 32767);  // tag slots
+    WriteBytes(StorePath("2403"), bytes);
+    view = RecordingView{};
+    setup = SetupData{};
+    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 10, 40, 0)), SetupLoadResult::ProgramEnds);
+    ASSERT_EQ(view.messages.size(), 1u);
+    EXPECT_EQ(view.messages[0].title, "Error in Store File");
+    EXPECT_EQ(view.messages[0].icon, MessageIcon::Critical);
+    const std::string path = "c:\\telvane\\job1\\data\\voltaris\\vtrs2403.lum";
+    EXPECT_EQ(view.messages[0].text, "WARNING!!!\r\n\r\nStore file " + path +
+                                         "\r\nhas a damaged header.\r\nIts MaxTags (byte 60) is 32767, where 1 to "
+                                         "8191 tag slots can be held.\r\n\r\nTo remedy this we recommend that you "
+                                         "delete the store file\r\n" +
+                                         path + "\r\nor put back its copy from the backup folder.");
+    EXPECT_TRUE(view.ended);
+    EXPECT_EQ(ReadBytes(StorePath("2403")), bytes);
+
+    // A tag-slot count the tables could hold, but not the one the file was laid out with.
+    Put16(bytes, 60, 190);
+    WriteBytes(StorePath("2403"), bytes);
+    view = RecordingView{};
+    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 10, 40, 0)), SetupLoadResult::ProgramEnds);
+    ASSERT_EQ(view.messages.size(), 1u);
+    EXPECT_NE(view.messages[0].text.find("Its TagDataStart (byte 105) is " +
+                                         std::to_string(ExpectTagDataStart(1, 2, 20, 200)) +
+                                         ", where its dimensions give " +
+                                         std::to_string(ExpectTagDataStart(1, 2, 20, 190)) + "."),
+              std::string::npos)
+        << view.messages[0].text;
+    EXPECT_EQ(ReadBytes(StorePath("2403")), bytes);
+}
+
+TEST_F(StoreFileTest, HeaderDamageFieldByField)
+{
+    StoreHeader good;
+    good.MaxTags = 200;
+    good.PeriodsPerDay = 48;
+    good.TariffCount = 1;
+    good.TariffEntryCount = 2;
+    good.CenterCount = 20;
+    good.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 2, 20, 200));
+    good.DataStart = static_cast<int32_t>(good.TagDataStart + 728 * 200);
+    EXPECT_FALSE(StoreHeaderDamage(good));
+    StoreHeader unfinished = good;  // positions not yet written: the check writes them
+    unfinished.TagDataStart = 0;
+    unfinished.DataStart = 0;
+    EXPECT_FALSE(StoreHeaderDamage(unfinished));
+
+    struct Case {
+        void (*damage)(StoreHeader&);
+        const char* field;
+        int offset;
+        int64_t value;
+    };
+    const Case cases[] = {
+        {[](StoreHeader& h) { h.MaxTags = 0; }, "MaxTags", 60, 0},
+        {[](StoreHeader& h) { h.MaxTags = 8192; }, "MaxTags", 60, 8192},
+        {[](StoreHeader& h) { h.TariffCount = -1; }, "TariffCount", 68, -1},
+        // 201 rows of tag aux entries hold 40 entries each at most: 201 x 41 = 8241 > 8192.
+        {[](StoreHeader& h) { h.TariffEntryCount = 40; }, "TariffEntryCount", 70, 40},
+        {[](StoreHeader& h) { h.CenterCount = -3; }, "CenterCount", 74, -3},
+        {[](StoreHeader& h) { h.DataStart += 1; }, "DataStart", 109, good.DataStart + 1},
+        {[](StoreHeader& h) { h.TagDataStart = 0; }, "TagDataStart", 105, 0},
+        {[](StoreHeader& h) { h.PeriodsPerDay = 96; }, "DataStart", 109, good.DataStart},  // a longer block a tag
+    };
+    for (const Case& c : cases) {
+        StoreHeader h = good;
+        c.damage(h);
+        const std::optional<StoreHeaderFault> fault = StoreHeaderDamage(h);
+        ASSERT_TRUE(fault) << c.field;
+        EXPECT_EQ(fault->Field, c.field);
+        EXPECT_EQ(fault->Offset, c.offset);
+        EXPECT_EQ(fault->Value, c.value) << c.field;
+    }
+    StoreHeader edge = good;
+    edge.TariffEntryCount = 39;  // 201 x 40 = 8040 elements
+    edge.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 39, 20, 200));
+    edge.DataStart = static_cast<int32_t>(edge.TagDataStart + 728 * 200);
+    EXPECT_FALSE(StoreHeaderDamage(edge));
+}
+
 TEST_F(StoreFileTest, RecordsReadAndWrittenInABatch)
 {
     WriteMtg(StandardMtg(96, 0, 0, 0));
