@@ -68,6 +68,10 @@ public:
     // True once the monitor has ended (the closing rule let the window close, or start-up ended
     // the program); nothing runs after that.
     bool Ended() const { return ended_; }
+    // The steady clock in seconds against which steps of the PC clock are told from time passing
+    // (by default the machine's monotonic clock); tests that move a frozen clock give their own.
+    void SetSteadyClock(std::function<double()> seconds) { steadySeconds_ = std::move(seconds); }
+
     // Called once when stage 2 begins (the please-wait window closes itself from then on).
     void SetStage2Hook(std::function<void()> hook) { stage2Hook_ = std::move(hook); }
 
@@ -127,6 +131,7 @@ private:
     std::unique_ptr<MonitorTimer> timer1_;
     std::function<void()> stage2Hook_;
     ClockStepWatch clockSteps_;
+    std::function<double()> steadySeconds_;
     bool loaded_ = false;
     bool busy_ = false;   // stage 2 or a scan is running (it lets events run, which may bring a tick)
     bool ended_ = false;

@@ -51,7 +51,7 @@ void Monitor::Timer1_Timer() {
 void Monitor::MarkClock() {
     // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
     const double speed = ClockSpeed();
-    clockSteps_.Mark(ClockNow(), SteadySeconds(), speed);
+    clockSteps_.Mark(ClockNow(), steadySeconds_ ? steadySeconds_() : SteadySeconds(), speed);
 }
 
 void Monitor::Tick() {
@@ -64,7 +64,8 @@ void Monitor::Tick() {
     TrapErrors("Timer1_Timer", [this] {
         const double speed = ClockSpeed();
         const DateTime now = ClockNow();
-        if (const double step = clockSteps_.Step(now, SteadySeconds(), speed); step != 0) OnClockStep(step);
+        const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
+        if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
         view_.SetPanelText(StatusPanel::Panel3D1, FormatDate(now, "ddd, mmm d yyyy") + NL(1) + FormatDate(now, "hh:mm:ss"));
 
         if (!Host->JobRun()) {

@@ -228,6 +228,77 @@ TEST_F(StoreFileTest, WhatEachTagLeavesInItsSlot)
     EXPECT_EQ(state.DataOkFlag, 0);
 }
 
+// The clock set back half an hour at 10:10: the save after the step stores 10:00 to 10:10 as
+// period 21 (not as the period the clock now shows), and the half hour that runs a second time
+// adds to the records of its first run; a running total keeps its later reading.
+TEST_F(StoreFileTest, AClockSetBackSavesThePeriodBeforeTheStepAndAddsRepeatedPeriods)
+{
+    StartMarch();
+    setup.TagTable[5].ScanType = 28;  // the boiler's meter gives a running total
+    const auto ini = [&] { return ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"); };
+    values[1].Integrated = 5;
+    values[5].Integrated = 1000;
+    SaveAt(10, 0, 20);  // period 20, the first after start-up: flag 0
+
+    values[1].Integrated = 2;
+    values[5].Integrated = 1004;
+    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 10, 9, 59);
+    SaveAt(9, 40, 30);
+    std::string b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(Get16(b, Slot(116)), 1);
+    EXPECT_EQ(GetF32(b, Slot(116, 1)), 2.0F);
+    EXPECT_EQ(GetF32(b, Slot(114, 1)), 0.0F);  // 09:00 to 09:30 is not touched
+    EXPECT_EQ(state.ClockStepFrom, 0);
+    EXPECT_NE(ini().find("PeakTime=Mar 03, 24. 10:30"), std::string::npos) << ini();
+    EXPECT_EQ(state.LastSavedPeriod, 20);
+
+    // 09:40 to 10:00 again, then 10:00 to 10:30 again.
+    values[1].Integrated = 3;
+    values[5].Integrated = 1010;
+    SaveAt(10, 0, 20);
+    b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(b, Slot(115, 1)), 5.0F + 3.0F);
+    EXPECT_EQ(GetF32(b, Slot(115, 5)), 1010.0F);
+    EXPECT_EQ(Get16(b, Slot(115)), 0) << "whole only if both runs were";
+    values[1].Integrated = 4;
+    values[5].Integrated = 1020;
+    SaveAt(10, 30, 20);
+    b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(b, Slot(116, 1)), 2.0F + 4.0F);
+    EXPECT_EQ(GetF32(b, Slot(116, 5)), 1020.0F);
+    EXPECT_EQ(Get16(b, Slot(116)), 1);
+    // Past the repeated time, records are written afresh again.
+    PutF32(b, Slot(117, 1), 99.0F);
+    WriteBytes(StorePath("2403"), b);
+    values[1].Integrated = 7;
+    SaveAt(11, 0, 20);
+    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), Slot(117, 1)), 7.0F);
+    EXPECT_EQ(LogLines(), 0);
+}
+
+// Set on: 00:59:59 is followed by 02:00 (summer time begins). The save stores the period that
+// ran, 00:30 to 01:00, not 01:30 to 02:00, which never ran; a step inside one period saves nothing.
+TEST_F(StoreFileTest, AClockSetOnSavesThePeriodThatRan)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 0, 40, 0)), SetupLoadResult::Loaded);
+    values[1].Integrated = 6;
+    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 0, 59, 59);
+    SaveAt(2, 0, 25);
+    std::string b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(b, Slot(97, 1)), 6.0F);
+    EXPECT_EQ(GetF32(b, Slot(99, 1)), 0.0F);
+    EXPECT_NE(ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini").find("PeakTime=Mar 03, 24. 01:00"),
+              std::string::npos);
+
+    values[1].Integrated = 1;
+    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 2, 5, 0);
+    SaveAt(2, 10, 0);  // on by five minutes, still in period 5
+    EXPECT_EQ(ReadBytes(StorePath("2403")), b);
+    EXPECT_EQ(state.ClockStepFrom, 0);
+    EXPECT_EQ(values[1].Integrated, 1.0F);
+}
+
 TEST_F(StoreFileTest, DemoTouchesNoFileButKeepsPeaksAndResets)
 {
     StartMarch();
