@@ -93,7 +93,13 @@ TEST_F(MqttLinkTest, ABrokerThatIsNotThereYet) {
     Broker broker(folder_ / "broker");
     ASSERT_TRUE(broker.Start(port));
     ASSERT_TRUE(Pump([&] { return LogCount("back") == 1; }, 15s)) << LogText();
+    // Gone again: the host stops at once even while its client waits to reconnect.
+    broker.Stop();
+    ASSERT_TRUE(Pump([&] { return LogCount("lost") == 2; }, 5s)) << LogText();
+    PumpFor(1500ms);
+    const auto before = std::chrono::steady_clock::now();
     links.Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - before, 1s);
 }
 
 TEST_F(MqttLinkTest, CredentialsAndTls) {
