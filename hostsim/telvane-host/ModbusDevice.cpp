@@ -138,6 +138,7 @@ void ModbusDevice::Poll() {
         return;
     }
     pollFailed_ = false;
+    timedOut_ = false;
     failure_.clear();
     uint64_t epoch = epoch_;
     outstanding_ = static_cast<int>(requests_.size());
@@ -192,12 +193,16 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
             }
         } else {
             pollFailed_ = true;
+            timedOut_ = timedOut_ || reply == nullptr || reply->error() == QModbusDevice::TimeoutError;
             failure_ = reason.empty() ? "no answer" : reason;
         }
     }
     if (--outstanding_ > 0) return;
     if (pollFailed_) {
         Lost(failure_);
+        // A TCP connection that stopped answering may be half-open (a gateway that hung, a meter
+        // that lost power): start afresh rather than wait on it.
+        if (timedOut_ && !spec_.Serial) client_->disconnectDevice();
     } else {
         ++polls_;
         health_.Up();

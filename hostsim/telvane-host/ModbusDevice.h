@@ -61,6 +61,7 @@ private:
     uint64_t epoch_ = 0;              // a new connection makes replies of the old one stale
     int outstanding_ = 0;
     bool pollFailed_ = false;
+    bool timedOut_ = false;
     std::string failure_;
     uint64_t polls_ = 0;
     std::map<int, double> pendingWrites_;

@@ -1,6 +1,7 @@
 // Modbus devices polled on the event loop against the test server: over TCP on loopback and
 // over RTU through a pseudo-terminal pair; decoding, writes, refusals, and devices that die.
 #include <netinet/in.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -63,6 +64,30 @@ TEST_F(ModbusDeviceTest, TcpValuesFaultsAndReconnection) {
         << LogText();
     EXPECT_EQ(LogCount("back"), 1) << LogText();
     EXPECT_EQ(LogCount("lost"), 1) << LogText();
+}
+
+TEST_F(ModbusDeviceTest, ADeviceThatHangsIsReconnectedWhenItRecovers) {
+    ModbusServer server;
+    ASSERT_TRUE(server.StartTcp());
+    ASSERT_TRUE(server.Set("holding", 0, {11}));
+    ModbusDevice device(Device("[modbus Hang]\naddress = 127.0.0.1:" + std::to_string(server.Port()) +
+                               "\npoll = 0.1\ntimeout = 0.3\nmap = T1 holding 0 uint16\n"),
+                        state_, 5, Logger());
+    device.Start();
+    ASSERT_TRUE(Pump([&] { return Reading(HostTable::Tags, 0) == 11.0f; }, 5s)) << LogText();
+    EXPECT_EQ(server.Connections(), 1);
+    // Stopped, the server keeps its connections open and answers nothing.
+    ASSERT_EQ(::kill(server.Pid(), SIGSTOP), 0);
+    ASSERT_TRUE(Pump([&] { return InError(HostTable::Tags, 0); }, 3s)) << LogText();
+    PumpFor(1500ms);
+    ASSERT_EQ(::kill(server.Pid(), SIGCONT), 0);
+    ASSERT_TRUE(server.Set("holding", 0, {12}));
+    ASSERT_TRUE(Pump([&] { return Reading(HostTable::Tags, 0) == 12.0f && !InError(HostTable::Tags, 0); }, 15s))
+        << LogText();
+    EXPECT_EQ(LogCount("lost"), 1) << LogText();
+    EXPECT_EQ(LogCount("back"), 1) << LogText();
+    // The hung connection was given up for a fresh one.
+    EXPECT_GE(server.Connections(), 2);
 }
 
 TEST_F(ModbusDeviceTest, WritesFollowedValuesAndKeepThemForAReconnection) {

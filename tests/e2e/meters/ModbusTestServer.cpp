@@ -2,6 +2,7 @@
 // standard input, one a line, answers on standard output:
 //   set TABLE ADDRESS WORD...      registers (or bits) from ADDRESS on
 //   get TABLE ADDRESS COUNT        prints "ADDRESS: WORD..."
+//   connections                    prints how many TCP connections it has taken
 //   quit
 // TABLE is holding, input, coil or discrete. Started as
 //   meters_testserver tcp PORT [UNIT]        (PORT 0: a free port)
@@ -9,6 +10,7 @@
 // and prints "ready PORT" once it serves.
 #include <QCoreApplication>
 #include <QModbusRtuSerialServer>
+#include <QModbusTcpConnectionObserver>
 #include <QModbusTcpServer>
 #include <QSerialPort>
 #include <QSocketNotifier>
@@ -36,6 +38,16 @@ bool TableOf(const std::string& name, QModbusDataUnit::RegisterType& type) {
     return true;
 }
 
+// Counts the connections the TCP server takes.
+class Counter : public QModbusTcpConnectionObserver {
+public:
+    bool acceptNewConnection(QTcpSocket*) override {
+        ++taken;
+        return true;
+    }
+    int taken = 0;
+};
+
 int FreePort() {
     QTcpServer probe;
     probe.listen(QHostAddress::LocalHost, 0);
@@ -54,11 +66,14 @@ int main(int argc, char** argv) {
     std::unique_ptr<QModbusServer> server;
     int port = 0;
     int unit = 1;
+    Counter counter;
     if (kind == "tcp") {
         port = std::atoi(argv[2]);
         if (port == 0) port = FreePort();
         if (argc > 3) unit = std::atoi(argv[3]);
-        server = std::make_unique<QModbusTcpServer>();
+        auto tcp = std::make_unique<QModbusTcpServer>();
+        tcp->installConnectionObserver(&counter);
+        server = std::move(tcp);
         server->setConnectionParameter(QModbusDevice::NetworkAddressParameter, "127.0.0.1");
         server->setConnectionParameter(QModbusDevice::NetworkPortParameter, port);
     } else if (kind == "rtu" && argc > 3) {
@@ -106,6 +121,11 @@ int main(int argc, char** argv) {
             if (command == "quit") {
                 app.quit();
                 return;
+            }
+            if (command == "connections") {
+                std::printf("%d\n", counter.taken);
+                std::fflush(stdout);
+                continue;
             }
             QModbusDataUnit::RegisterType type;
             int address = 0;

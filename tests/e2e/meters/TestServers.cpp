@@ -156,6 +156,12 @@ std::vector<unsigned> ModbusServer::Get(const std::string& table, int address, i
     return words;
 }
 
+int ModbusServer::Connections() {
+    std::string line;
+    if (!child_.WriteLine("connections") || !child_.ReadLine(line)) return -1;
+    return std::stoi(line);
+}
+
 bool Broker::Start(int port) {
     port_ = port == 0 ? FreePort() : port;
     std::filesystem::create_directories(folder_);

@@ -42,8 +42,10 @@ public:
     bool StartRtu(const std::string& device, int baud, int unit = 1);
     void Stop() { child_.Stop(); }
     int Port() const { return port_; }
+    pid_t Pid() const { return child_.Pid(); }
     bool Set(const std::string& table, int address, const std::vector<unsigned>& words);
     std::vector<unsigned> Get(const std::string& table, int address, int count);
+    int Connections();  // TCP connections taken so far
 
 private:
     Child child_;
