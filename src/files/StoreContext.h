@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "files/CsvRejectMemo.h"
 #include "files/HostFolders.h"
 #include "files/MonitorSettings.h"
 #include "files/SetupData.h"
@@ -19,6 +20,7 @@ struct MonitorState {
     int16_t DataOkFlag = 0;        // flag of the next period record: 0 for the first after start-up
     int32_t LastSavedPeriod = 0;   // period number of the last period save; 0 until start-up
     DateTime SetupFileStamp = 0;   // modification time of the tag setup file at the last load
+    CsvRejectMemo CsvRejectsNoted; // what the rejects file holds for CSV files still waiting
 };
 
 struct StoreContext {
