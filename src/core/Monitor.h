@@ -67,6 +67,8 @@ public:
     // True once the monitor has ended (the closing rule let the window close, or start-up ended
     // the program); nothing runs after that.
     bool Ended() const { return ended_; }
+    // Whether the host job runs now (false without a host).
+    bool HostJobRunning();
     // Called once when stage 2 begins (the please-wait window closes itself from then on).
     void SetStage2Hook(std::function<void()> hook) { stage2Hook_ = std::move(hook); }
 
