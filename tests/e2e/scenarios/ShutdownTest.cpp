@@ -64,8 +64,9 @@ TEST_F(Shutdown, HostKilledWithoutStoppingItsJobEndsTheMonitorWithinSeconds) {
     ASSERT_EQ(::kill(host_, SIGKILL), 0);
     const auto killed = std::chrono::steady_clock::now();
     EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor runs on beside a dead host\n" << Diagnostics();
-    // The libraries look at the job's owner once a second; then a tick of 100 ms and the ending.
-    EXPECT_LT(std::chrono::steady_clock::now() - killed, 3s);
+    // The libraries look at the job's owner once a second, then a tick of 100 ms and the ending;
+    // room for a busy machine.
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, 5s);
     EXPECT_EQ(WaitExit(host_, 5s), 128 + SIGKILL);
     EXPECT_EQ(ErrorLines(), "");
     // The store file reads back whole.
