@@ -55,7 +55,10 @@ int Export(const ReportRequest& request, std::string settingsFile)
         return Fail(problem);
     if (std::string problem = CheckRequestedDate(request, month.Year, month.Month, month.Days); !problem.empty())
         return Fail(problem);
-    const std::vector<int> tags = request.Tags.empty() ? OnlineTags(month) : request.Tags;
+    // Without --tags: the tag table lists every online tag, the charts the first few.
+    const std::vector<int> tags = !request.Tags.empty()                ? request.Tags
+                                  : request.View == ReportView::Tags ? OnlineTags(month)
+                                                                     : DefaultChartTagList(month);
     if (std::string problem = TagListProblem(month, tags); !problem.empty())
         return Fail(problem);
     if (!request.Settings.empty() && !FileExists(request.Settings))

@@ -73,6 +73,14 @@ std::vector<int> OnlineTags(const StoreMonth& month)
     return tags;
 }
 
+std::vector<int> DefaultChartTagList(const StoreMonth& month)
+{
+    std::vector<int> tags = OnlineTags(month);
+    if (tags.size() > static_cast<std::size_t>(DefaultChartTags))
+        tags.resize(DefaultChartTags);
+    return tags;
+}
+
 std::string TagListProblem(const StoreMonth& month, const std::vector<int>& tags)
 {
     if (tags.empty())

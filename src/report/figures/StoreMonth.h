@@ -60,7 +60,11 @@ private:
 // otherwise takes fallbackYear and fallbackMonth. Gives "" when read, else why it cannot be.
 std::string LoadStoreMonth(const std::string& path, StoreMonth& month, int fallbackYear, int fallbackMonth);
 
-// The tags that are online, in number order: what the views show when no tags are asked for.
+// The tags that are online, in number order.
 std::vector<int> OnlineTags(const StoreMonth& month);
+// What the charts show when no tags are asked for: the first online ones, as many as a chart can
+// show readably (and draw quickly).
+inline constexpr int DefaultChartTags = 6;
+std::vector<int> DefaultChartTagList(const StoreMonth& month);
 // Why a tag list cannot be shown from this month ("" when it can).
 std::string TagListProblem(const StoreMonth& month, const std::vector<int>& tags);

@@ -24,7 +24,7 @@ void Prepare(QWidget& view, QSize size)
 std::string SavePng(QWidget& view, const QString& path, QSize size)
 {
     Prepare(view, size);
-    QImage image(size, QImage::Format_ARGB32);
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::white);
     {
         QPainter painter(&image);

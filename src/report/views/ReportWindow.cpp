@@ -30,9 +30,6 @@ namespace {
 constexpr ReportView Views[] = {ReportView::Day, ReportView::Month, ReportView::Site, ReportView::Tags};
 const char* const TabNames[] = {"&Day profile", "&Month", "&Site total", "&Tags"};
 
-// Day and site charts of more tags than this are hard to read: the list starts with the first ones.
-constexpr int FirstShownTags = 6;
-
 std::vector<PeakEntry> Peaks(const std::string& settingsFile)
 {
     if (settingsFile.empty() || !FileExists(settingsFile))
@@ -133,7 +130,7 @@ std::string ReportWindow::OpenStore(const std::string& path, int day, const std:
         auto* item = new QListWidgetItem(QString("%1  %2").arg(tag.Number).arg(QString::fromStdString(TagHeading(tag))));
         item->setData(Qt::UserRole, tag.Number);
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
-        const bool on = keep.empty() ? checked < FirstShownTags
+        const bool on = keep.empty() ? checked < DefaultChartTags
                                      : std::find(keep.begin(), keep.end(), tag.Number) != keep.end();
         item->setCheckState(on ? Qt::Checked : Qt::Unchecked);
         checked += on ? 1 : 0;
@@ -179,7 +176,13 @@ std::vector<int> ReportWindow::ShownTags() const
 
 std::string ReportWindow::ShownCsv() const
 {
-    return ViewCsv(month_, view_, day_, ShownTags(), Peaks(settingsFile_));
+    return ViewCsv(month_, view_, day_, ViewTags(), Peaks(settingsFile_));
+}
+
+std::vector<int> ReportWindow::ViewTags() const
+{
+    // The tag table is of every tag; the list chooses what the charts show.
+    return view_ == ReportView::Tags ? OnlineTags(month_) : ShownTags();
 }
 
 QString ReportWindow::StatusText() const { return status_->text(); }
@@ -195,14 +198,14 @@ void ReportWindow::Refresh()
         page->removeWidget(old);
         old->deleteLater();
     }
-    QWidget* shown = MakeViewWidget(month_, view_, day_, ShownTags(), Peaks(settingsFile_));
+    QWidget* shown = MakeViewWidget(month_, view_, day_, ViewTags(), Peaks(settingsFile_));
     shown->setFocusPolicy(Qt::NoFocus);
     page->addWidget(shown);
     const bool whole = view_ == ReportView::Month || view_ == ReportView::Tags;
     status_->setText(QString("%1   %2   %3 tags shown   read %4")
                          .arg(QString::fromStdString(month_.Path))
                          .arg(whole ? MonthTitle(month_) : DayTitle(month_, day_))
-                         .arg(ShownTags().size())
+                         .arg(ViewTags().size())
                          .arg(QTime::currentTime().toString("hh:mm:ss")));
 }
 
@@ -305,7 +308,7 @@ void ReportWindow::Export(const char* kind)
     } else {
         // Drawn afresh at the size shown, so the file looks like the window.
         const QSize size = tabs_->currentWidget()->size();
-        std::unique_ptr<QWidget> view(MakeViewWidget(month_, view_, day_, ShownTags(), Peaks(settingsFile_)));
+        std::unique_ptr<QWidget> view(MakeViewWidget(month_, view_, day_, ViewTags(), Peaks(settingsFile_)));
         problem = suffix == "png" ? SavePng(*view, path, size) : SaveSvg(*view, path, size, windowTitle());
     }
     if (!problem.empty())

@@ -38,7 +38,10 @@ public:
     const StoreMonth& Month() const { return month_; }
     int Day() const { return day_; }
     ReportView View() const { return view_; }
+    // The tags checked in the list: what the charts show.
     std::vector<int> ShownTags() const;
+    // The tags of the shown view: the checked ones, or every online tag in the tag table.
+    std::vector<int> ViewTags() const;
     // The data of the shown view, as its CSV export writes it.
     std::string ShownCsv() const;
     QString StatusText() const;
