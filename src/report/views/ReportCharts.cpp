@@ -12,6 +12,8 @@
 #include <QLocale>
 #include <QScatterSeries>
 #include <QTableWidget>
+#include <QToolTip>
+#include <QCursor>
 #include <QValueAxis>
 #include <algorithm>
 #include <set>
@@ -173,6 +175,27 @@ QChart* MakeDayChart(const StoreMonth& month, const DayProfile& profile)
     }
     bars->setBarWidth(0.9);
     chart->addSeries(bars);
+    // Hovering a bar tells its period, quantity and demand in words.
+    std::vector<TagUnits> units;
+    for (int t : profile.Tags)
+        units.push_back(month.Tag(t).Units);
+    QObject::connect(bars, &QBarSeries::hovered, chart,
+                     [units, profile, sets = bars->barSets()](bool on, int index, QBarSet* set) {
+                         if (!on || index < 0 || index >= static_cast<int>(profile.Periods.size())) {
+                             QToolTip::hideText();
+                             return;
+                         }
+                         const PeriodFigure& f = profile.Periods[static_cast<std::size_t>(index)];
+                         const std::size_t i = static_cast<std::size_t>(std::max<qsizetype>(0, sets.indexOf(set)));
+                         QToolTip::showText(QCursor::pos(),
+                                            QString("%1\nperiod %2, %3 to %4: %5\n%6 %7, demand %8 %9")
+                                                .arg(set->label())
+                                                .arg(f.Period)
+                                                .arg(Text(ClockText(f.StartMinutes)), Text(ClockText(f.EndMinutes)))
+                                                .arg(StateText(f.State))
+                                                .arg(Text(FigureText(f.Quantity[i])), Text(units[i].Quantity))
+                                                .arg(Text(FigureText(f.Demand[i])), Text(units[i].Demand)));
+                     });
     // Bars of a first period after start-up are drawn pale: only part of the period was metered.
     // The colours are the theme's, known once the series is in the chart.
     for (QBarSet* set : bars->barSets())
