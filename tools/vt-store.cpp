@@ -1,6 +1,6 @@
 // vt-store: prints a monthly store file and the peak table.
 //   vt-store info FILE.lum        header and the tags of the setup copy
-//   vt-store records FILE.lum     the period records as CSV, one column per tag in use
+//   vt-store records [--saved] FILE.lum   the period records as CSV, one column per tag in use
 //   vt-store peaks SETTINGS.ini   the table of the 24 highest site totals
 // Paths may be local paths or path texts of the prefix.
 #include <cstdio>
@@ -15,6 +15,7 @@
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "support/Profile.h"
+#include "support/ProgramInfo.h"
 #include "support/VbConvert.h"
 #include "support/VbText.h"
 
@@ -22,15 +23,19 @@ namespace {
 
 const char* const UsageText =
     "usage: vt-store info FILE.lum        print the header and the tags of a monthly store file\n"
-    "       vt-store records FILE.lum     print its period records as CSV: date, period, period end,\n"
+    "       vt-store records [--saved] FILE.lum\n"
+    "                                     print its period records as CSV: date, period, end,\n"
     "                                     flag (0 = first period after start-up), one column per tag\n"
-    "       vt-store peaks SETTINGS.ini   print the table of the 24 highest site totals\n";
-
-int Usage(bool asked)
-{
-    (asked ? std::cout : std::cerr) << UsageText;
-    return asked ? 0 : 2;
-}
+    "       vt-store peaks SETTINGS.ini   print the table of the 24 highest site totals\n"
+    "       vt-store --help | --version\n"
+    "\n"
+    "records: the end column is the date and time the period ends, so the last period of a day\n"
+    "ends at 00:00 of the next day. A period that holds nothing saved (flag 0 and every value 0:\n"
+    "the monitor did not save it) has empty flag and value cells; --saved leaves such periods out.\n"
+    "\n"
+    "Paths are local paths, or path texts of the prefix: \"C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2611.lum\"\n"
+    "is <prefix>/drives/c/Telvane/Job1/Data/Voltaris/Vtrs2611.lum. The prefix is $VOLTARIS_PREFIX\n"
+    "(default ~/.voltaris).\n";
 
 // A tag name as shown: up to its first NUL, without padding.
 std::string ShownName(const std::string& stored)
@@ -107,7 +112,40 @@ int Info(const std::string& path)
     return 0;
 }
 
-int Records(const std::string& path)
+// "2024-02-29 23:30"; minutes may reach 1440, which is 00:00 of the next day. Undated files count days.
+std::string PeriodEndText(bool dated, int year, int month, int day, int minutes)
+{
+    if (minutes >= 1440) {
+        minutes -= 1440;
+        ++day;
+        if (dated && day > DaysInMonth(year, month)) {
+            day = 1;
+            if (++month > 12) {
+                month = 1;
+                ++year;
+            }
+        }
+    }
+    char text[64];
+    if (dated)
+        std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", year, month, day, minutes / 60, minutes % 60);
+    else
+        std::snprintf(text, sizeof text, "day %d %02d:%02d", day, minutes / 60, minutes % 60);
+    return text;
+}
+
+// A record the monitor never wrote reads as flag 0 and zeros everywhere; so does a save of nothing.
+bool HoldsNothing(int16_t flag, const std::vector<float>& values, int tagCount)
+{
+    if (flag != 0)
+        return false;
+    for (int t = 0; t < tagCount && t < static_cast<int>(values.size()); ++t)
+        if (values[static_cast<std::size_t>(t)] != 0.0F)
+            return false;
+    return true;
+}
+
+int Records(const std::string& path, bool savedOnly)
 {
     OpenStore s;
     if (!Open(path, s))
@@ -136,21 +174,60 @@ int Records(const std::string& path)
                           << "\n";
                 return 1;
             }
+            const bool nothing = HoldsNothing(flag, values, s.TagCount);
+            if (nothing && savedOnly)
+                continue;
             char date[48];
             if (dated)
                 std::snprintf(date, sizeof date, "%04d-%02d-%02d", year, month, day);
             else
                 std::snprintf(date, sizeof date, "day %d", day);
-            const int endMinutes = p * 1440 / periods;
-            char end[32];
-            std::snprintf(end, sizeof end, "%02d:%02d", endMinutes / 60, endMinutes % 60);
-            std::cout << date << ',' << p << ',' << end << ',' << flag;
-            for (int t : columns)
-                std::cout << ',' << FormatSingle(values[static_cast<std::size_t>(t - 1)]);
+            std::cout << date << ',' << p << ',' << PeriodEndText(dated, year, month, day, p * 1440 / periods)
+                      << ',';
+            if (!nothing)
+                std::cout << flag;
+            for (int t : columns) {
+                std::cout << ',';
+                if (!nothing)
+                    std::cout << FormatSingle(values[static_cast<std::size_t>(t - 1)]);
+            }
             std::cout << "\n";
         }
     }
     return std::cout.good() ? 0 : 1;
+}
+
+constexpr int64_t MaxSettingsFileBytes = 4 * 1024 * 1024;
+
+// Why bytes are not the monitor's settings file, or "" when they are one: text of [section] and
+// key=value lines with its [general] settings or its [Peaks] table (other programs add sections).
+std::string SettingsFileProblem(const std::string& bytes)
+{
+    if (const auto nul = bytes.find('\0'); nul != std::string::npos)
+        return "it holds binary bytes (a NUL at offset " + std::to_string(nul) + ")";
+    bool sectionSeen = false;
+    std::size_t start = 0;
+    for (int line = 1; start < bytes.size(); ++line) {
+        std::size_t end = bytes.find('\n', start);
+        if (end == std::string::npos)
+            end = bytes.size();
+        const std::string whole = bytes.substr(start, end - start);
+        start = end + 1;
+        const std::size_t first = whole.find_first_not_of(" \t\r\f\v");
+        if (first == std::string::npos || whole[first] == ';' || whole[first] == '#')
+            continue;
+        if (whole[first] != '[') {
+            if (!sectionSeen)
+                return "line " + std::to_string(line) + " comes before any [section]";
+            continue;
+        }
+        sectionSeen = true;
+        const std::size_t close = whole.find(']', first);
+        const std::string name = LCase(Trim(whole.substr(first + 1, close == std::string::npos ? 0 : close - first - 1)));
+        if (name == "general" || name == "peaks")
+            return "";
+    }
+    return sectionSeen ? "it has neither a [general] nor a [Peaks] section" : "it holds no [section]";
 }
 
 int Peaks(const std::string& iniPath)
@@ -161,6 +238,22 @@ int Peaks(const std::string& iniPath)
     }
     if (!FileExists(iniPath)) {
         std::cerr << "vt-store: cannot open " << iniPath << ": File not found\n";
+        return 1;
+    }
+    // Settings files are small; a big file is something else and is not read whole.
+    const VbResult<int64_t> length = FileLength(iniPath);
+    if (length.Ok() && length.Value > MaxSettingsFileBytes) {
+        std::cerr << "vt-store: " << iniPath << " is not a settings file: it is " << length.Value
+                  << " bytes long\n";
+        return 1;
+    }
+    const VbResult<std::string> bytes = ReadWholeFile(iniPath);
+    if (!bytes.Ok()) {
+        std::cerr << "vt-store: cannot read " << iniPath << ": " << bytes.Error.Description << "\n";
+        return 1;
+    }
+    if (const std::string problem = SettingsFileProblem(bytes.Value); !problem.empty()) {
+        std::cerr << "vt-store: " << iniPath << " is not a settings file: " << problem << "\n";
         return 1;
     }
     // The table reads as zeros when nothing has been saved there; say so rather than look empty.
@@ -182,20 +275,42 @@ int Peaks(const std::string& iniPath)
 
 int main(int argc, char** argv)
 {
-    const std::string command = argc > 1 ? argv[1] : "";
-    if (argc == 2 && (command == "--help" || command == "-h" || command == "help"))
-        return Usage(true);
+    const char* const program = "vt-store";
+    std::vector<std::string> words;
+    bool savedOnly = false;
+    bool optionsEnd = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        if (optionsEnd || (!IsLongOption(a) && a != "--")) {
+            words.push_back(a);
+        } else if (a == "--") {
+            optionsEnd = true;
+        } else if (a == "--help") {
+            return PrintUsage(UsageText);
+        } else if (a == "--version") {
+            return PrintVersion(program);
+        } else if (a == "--saved") {
+            savedOnly = true;
+        } else {
+            return RefuseCommandLine(program, "unknown option '" + a + "'", UsageText);
+        }
+    }
+    const std::string command = words.empty() ? "" : words[0];
+    if (words.size() == 1 && (command == "-h" || command == "help"))
+        return PrintUsage(UsageText);
+    if (savedOnly && command != "records")
+        return RefuseCommandLine(program, "--saved goes with 'records'", UsageText);
     const bool known = command == "info" || command == "records" || command == "peaks";
-    if (known && argc == 3) {
+    if (known && words.size() == 2) {
         if (command == "info")
-            return Info(argv[2]);
+            return Info(words[1]);
         if (command == "records")
-            return Records(argv[2]);
-        return Peaks(argv[2]);
+            return Records(words[1], savedOnly);
+        return Peaks(words[1]);
     }
     if (known)
-        std::cerr << "vt-store: '" << command << "' takes one path\n";
-    else if (!command.empty())
-        std::cerr << "vt-store: unknown command '" << command << "'\n";
-    return Usage(false);
+        return RefuseCommandLine(program, "'" + command + "' takes one path", UsageText);
+    if (command.empty())
+        return RefuseCommandLine(program, "give a command", UsageText);
+    return RefuseCommandLine(program, "unknown command '" + command + "'", UsageText);
 }

@@ -1,5 +1,6 @@
 // Timer1: once a second the date and time, the host watch, the clock and watchdog, the countdown,
 // and when it reaches zero one scan.
+#include <chrono>
 #include <cmath>
 
 #include "core/InputGeneral.h"
@@ -34,12 +35,26 @@ private:
     bool& busy_;
 };
 
+double SteadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
 }  // namespace
 
 void Monitor::Timer1_Timer() {
     if (!loaded_ || ended_ || busy_) return;
     BusyGuard busy(busy_);
+    Tick();
+    if (!ended_) MarkClock();
+}
 
+void Monitor::MarkClock() {
+    // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
+    const double speed = ClockSpeed();
+    clockSteps_.Mark(ClockNow(), steadySeconds_ ? steadySeconds_() : SteadySeconds(), speed);
+}
+
+void Monitor::Tick() {
     if (State.StartingUp == 1) {
         FormLoadPart2();
         if (!ended_) AutoRun();
@@ -47,7 +62,10 @@ void Monitor::Timer1_Timer() {
     }
 
     TrapErrors("Timer1_Timer", [this] {
+        const double speed = ClockSpeed();
         const DateTime now = ClockNow();
+        const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
+        if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
         view_.SetPanelText(StatusPanel::Panel3D1, FormatDate(now, "ddd, mmm d yyyy") + NL(1) + FormatDate(now, "hh:mm:ss"));
 
         if (!Host->JobRun()) {
@@ -76,6 +94,23 @@ void Monitor::ShiftRememberedTimes(double seconds) {
         if (i >= Setup.TagTable.size() || i >= Values.size()) break;
         const TagRecord& tag = Setup.TagTable[i];
         if (tag.Online == 1 && tag.TagType == TagTypeMeasured) Values[i].LastReadTime += days;
+    }
+}
+
+// A step the monitor did not make (set by hand, local time moving for summer time) is no time
+// passing: the tags' time bases move with it, so no span is booked for it either way. The period
+// that ran before it is saved at the next scan, however the clock now names the period.
+void Monitor::OnClockStep(double seconds) {
+    AddToLog("PC clock stepped by " + std::to_string(static_cast<long long>(RoundHalfEven(seconds))) + " secs");
+    if (State.ClockStepFrom == 0) State.ClockStepFrom = clockSteps_.LastMark();
+    const double days = seconds / SecondsPerDay;
+    for (int n = 1; n <= Setup.TagCount; ++n) {
+        const auto i = static_cast<std::size_t>(n);
+        if (i >= Setup.TagTable.size() || i >= Values.size()) break;
+        const TagRecord& tag = Setup.TagTable[i];
+        if (tag.Online != 1 || tag.TagType != TagTypeMeasured) continue;
+        Values[i].LastReadTime += days;
+        Values[i].PulseTime += days;
     }
 }
 

@@ -32,8 +32,8 @@ private:
     unsigned rounds_ = 0;
 };
 
-// The sum of Integrated over a center's measured tags (center 0: every tag in the site total),
-// added left to right in tag order. Display tags of the same center share it until events have
+// The sum of Integrated over a center's measured tags other than maths tags (center 0: every such
+// tag in the site total), added left to right in tag order. Display tags of the same center share it until events have
 // run, since a socket request may set a tag in between.
 class CenterSums {
 public:

@@ -108,7 +108,19 @@ run_benchmark() {
             ep99=$(sed -n 's/.*(echo p99 \([0-9.]*\)).*/\1/p' <<< "$line")
             row "socket p99 latency during a 200-tag scan, 50 clients (vs echo, no scan)" "${p99:--} ms" "${ep99:--} ms" \
                 "$(awk -v a="$p99" -v b="$ep99" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }')" "< 5 ms" \
-                "$(awk -v r="$p99" 'BEGIN { if (r == "") print "no result"; else print (r < 5 ? "pass" : "FAIL") }')" ;;
+                "$(awk -v r="$p99" 'BEGIN { if (r == "") print "no result"; else print (r < 5 ? "pass" : "FAIL") }')"
+            # "socket beside ...: 10 clients: R round trips/s (echo E), ratio X, ..., silent still open O of N"
+            local what open
+            for what in "100 silent clients" "a one-address flood"; do
+                line=$(grep "^socket beside $what: " "$out" | head -n 1)
+                rate=$(sed -n 's/.* clients: \([0-9.]*\) round trips.*/\1/p' <<< "$line")
+                echo=$(sed -n 's/.*round trips\/s (echo \([0-9.]*\)).*/\1/p' <<< "$line")
+                ratio=$(sed -n 's/.*, ratio \([0-9.]*\),.*/\1/p' <<< "$line")
+                open=$(sed -n 's/.*silent still open \([0-9]* of [0-9]*\).*/\1/p' <<< "$line")
+                row "socket round trips, 10 clients beside $what (vs echo, same crowd; silent kept: ${open:-?})" \
+                    "${rate:--} /s" "${echo:--} /s" "${ratio:--}" ">= 0.5" \
+                    "$(awk -v r="$ratio" 'BEGIN { if (r == "") print "no result"; else print (r >= 0.5 ? "pass" : "FAIL") }')"
+            done ;;
         bench_report)
             # "report day: open and draw T s (goal under G s), vt-store records B s, ratio R"
             local what line t g b r
