@@ -7,6 +7,7 @@
 #include "files/GetSetupData.h"
 #include "files/PeakTable.h"
 #include "files/StoreFile.h"
+#include "files/StoreFileReader.h"
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -31,53 +32,16 @@ std::string TypeText(const StoreTagSummary& tag)
     return "Unknown Tag Type";
 }
 
-struct OpenStore {
-    StoreFile File;
-    StoreHeader Header;
-    StoreLayout Layout;
-    std::vector<StoreTagSummary> Tags;
-    int TagCount = 0;
-};
+using OpenStore = OpenedStoreFile;
 
-// Opens path as a store file; on failure prints why and gives false.
+// Opens path as a store file; on failure says why and gives false.
 bool Open(const std::string& path, OpenStore& store, std::ostream& err)
 {
-    const std::string local = LocalPath(path).string();
-    if (VbError e = store.File.OpenReadOnly(local)) {
-        err << "vt-store: cannot open " << path << ": " << e.Description << "\n";
-        return false;
-    }
-    const VbResult<int64_t> length = store.File.Length();
-    if (!length.Ok() || length.Value < StoreNewFileLength) {
-        err << "vt-store: " << path << " is not a store file: it is " << (length.Ok() ? length.Value : 0)
-                  << " bytes long, shorter than a store file header\n";
-        return false;
-    }
-    store.File.ReadHeader(store.Header);
-    const std::string problem = StoreHeaderProblem(store.Header);
-    if (!problem.empty()) {
-        err << "vt-store: " << path << " is not a store file: " << problem << "\n";
-        return false;
-    }
-    store.TagCount = store.Header.MaxTags - 2 - store.Header.CenterCount;
-    if (store.TagCount < 1) {
-        err << "vt-store: " << path << " holds no tags: " << store.Header.MaxTags << " tag slots less 2 less "
-                  << store.Header.CenterCount << " centers leaves none (the monitor refuses such a file)\n";
-        return false;
-    }
-    if (store.TagCount > store.Header.MaxTags)
-        store.TagCount = store.Header.MaxTags;
-    store.Layout = StoreLayout{store.Header.DataStart, store.Header.MaxTags, store.Header.PeriodsPerDay};
-    if (length.Value < store.Header.DataStart - 1) {
-        err << "vt-store: " << path << " is not a store file: it ends (" << length.Value
-                  << " bytes) before its first period record\n";
-        return false;
-    }
-    if (VbError e = store.File.ReadTagSummaries(store.Header, store.Tags)) {
-        err << "vt-store: " << path << ": cannot read the tag summaries: " << e.Description << "\n";
-        return false;
-    }
-    return true;
+    const std::string problem = OpenStoreFileForReading(path, store);
+    if (problem.empty())
+        return true;
+    err << "vt-store: " << problem << "\n";
+    return false;
 }
 
 std::string CsvField(const std::string& text)
@@ -130,23 +94,6 @@ int StoreInfoReport(const std::string& path, std::ostream& out, std::ostream& er
     return 0;
 }
 
-// Year and month from a name ending in "yymm.lum"; false when it does not.
-namespace {
-
-bool MonthOfName(const std::string& path, int& year, int& month)
-{
-    const std::string name = LCase(PathFilePart(path));
-    if (name.size() < 8 || name.compare(name.size() - 4, 4, ".lum") != 0)
-        return false;
-    const std::string digits = name.substr(name.size() - 8, 4);
-    for (char c : digits)
-        if (c < '0' || c > '9')
-            return false;
-    year = 2000 + std::stoi(digits.substr(0, 2));
-    month = std::stoi(digits.substr(2, 2));
-    return month >= 1 && month <= 12;
-}
-
 // "2024-02-29 23:30"; minutes may reach 1440, which is 00:00 of the next day. Undated files count days.
 std::string PeriodEndText(bool dated, int year, int month, int day, int minutes)
 {
@@ -189,7 +136,7 @@ int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream&
         return 1;
     int year = 0;
     int month = 0;
-    const bool dated = MonthOfName(path, year, month);
+    const bool dated = StoreFileMonth(path, year, month);
     const int days = dated ? DaysInMonth(year, month) : StoreDaysPerMonth;
     std::vector<int> columns;
     out << "date,period,end,flag";
