@@ -1,6 +1,7 @@
 #include "HostState.h"
 
 #include <dlfcn.h>
+#include <signal.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -101,6 +102,17 @@ HostStateData* MapExisting(const std::string& path) {
 // Pids stay below 2^22 (the kernel's limit), leaving 42 bits for the start time in clock ticks.
 constexpr int HostPidBits = 22;
 constexpr uint64_t HostPidMask = (uint64_t{1} << HostPidBits) - 1;
+
+// Whether the process that claimed the job still runs. A process that /proc hides from us (another
+// user under hidepid) but that exists is taken as alive: ending the monitor needs certainty.
+bool OwnerAlive(uint64_t owner) {
+    const auto pid = static_cast<pid_t>(owner & HostPidMask);
+    if (HostProcessIdentity(pid) == owner) return true;
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/%d", static_cast<int>(pid));
+    if (::access(path, F_OK) == 0) return false;  // visible: ended, a zombie, or the pid reused
+    return ::kill(pid, 0) == 0 || errno == EPERM;
+}
 
 template <class T, std::size_t N>
 T* At(T (&table)[N], int index) {
@@ -458,7 +470,7 @@ int32_t HostState::JobRunning() {
     std::lock_guard<std::mutex> guard(ownerLock_);
     const auto now = std::chrono::steady_clock::now();
     if (owner != checkedOwner_ || now - checkedAt_ >= std::chrono::seconds(1)) {
-        ownerAlive_ = HostProcessIdentity(static_cast<long>(owner & HostPidMask)) == owner;
+        ownerAlive_ = OwnerAlive(owner);
         checkedOwner_ = owner;
         checkedAt_ = now;
     }

@@ -12,6 +12,8 @@
 //                            Setup30Slot1 when the first of Setup30's two slots differs
 //   [Fixed f]                f = 0..66: Name, Value1..Value8
 //   [Gap]                    At offset = hex bytes (between the tags and offset 112196)
+//                            (where the records reach past offset 112196, the fixed entries they
+//                            cover hold their bytes: a [Fixed f] given there must agree with them)
 //   [Trailer]                Bytes = hex bytes (after the fixed entries)
 //
 // Texts are in double quotes with \" \\ and \xHH escapes; padding blanks are left out. Numbers are

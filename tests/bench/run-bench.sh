@@ -2,8 +2,8 @@
 # Every benchmark of a build, then one table: figure, our result, the baseline measured in the
 # same run, their ratio, the goal and whether it is met.
 #   run-bench.sh BUILD_DIR
-# The bench_* programs of BUILD_DIR/bin are Google Benchmark programs (bench_socket is a plain one
-# that ignores the JSON options and prints its own summary lines); bench_memory.sh beside
+# The bench_* programs of BUILD_DIR/bin are Google Benchmark programs (bench_socket and bench_report
+# are plain ones that ignore the JSON options and print their own summary lines); bench_memory.sh beside
 # this script measures start-up time and resident memory of the running monitor.
 set -u
 here=$(cd "$(dirname "$0")" && pwd)
@@ -140,6 +140,19 @@ run_benchmark() {
             row "MQTT 5,000 msg/s into 200 points: taken (vs mosquitto_sub), last values lost ${lost:--}" \
                 "${rate:--} /s" "${sub:--} /s" "${ratio:--}" ">= 0.5, none lost" \
                 "$(awk -v r="$ratio" -v l="$lost" 'BEGIN { if (r == "" || l == "") print "no result"; else print (r >= 0.5 && l == 0 ? "pass" : "FAIL") }')" ;;
+        bench_report)
+            # "report day: open and draw T s (goal under G s), vt-store records B s, ratio R"
+            local what line t g b r
+            for what in day month "month of all 198 tags"; do
+                line=$(grep "^report $what: " "$out" | head -n 1)
+                t=$(sed -n 's/.*open and draw \([0-9.]*\) s.*/\1/p' <<< "$line")
+                g=$(sed -n 's/.*(goal under \([0-9.]*\) s).*/\1/p' <<< "$line")
+                b=$(sed -n 's/.*vt-store records \([0-9.]*\) s.*/\1/p' <<< "$line")
+                r=$(sed -n 's/.*, ratio \([0-9.]*\).*/\1/p' <<< "$line")
+                row "vtreport: open a 96 x 200 month, draw the $what (vs vt-store records)" "${t:--} s" "${b:--} s" \
+                    "${r:--}" "${g:+< $g s}" \
+                    "$(awk -v t="$t" -v g="$g" 'BEGIN { if (t == "") print "no result"; else if (g == "") print "-"; else print (t < g ? "pass" : "FAIL") }')"
+            done ;;
         *)
             summary_rows "$out" || row "$name" "-" "-" "-" "-" "no ratio found in its output" ;;
     esac

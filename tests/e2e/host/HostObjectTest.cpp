@@ -77,7 +77,7 @@ TEST(HostObject, V5HostKilledWithoutStoppingItsJobIsSeenAsNoJob) {
         if (!seen) std::this_thread::sleep_for(100ms);
     }
     EXPECT_TRUE(seen) << "the library still says the job runs 5 s after its host was killed";
-    EXPECT_LT(std::chrono::steady_clock::now() - killed, 2s);
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, 3s);
     host.Kill();
     EXPECT_FALSE(telvane.JobRun());
 }
