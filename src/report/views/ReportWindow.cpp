@@ -18,6 +18,7 @@
 #include <cstdio>
 
 #include "files/StoreFileReader.h"
+#include "platform/Clock.h"
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -106,7 +107,7 @@ void ReportWindow::BuildMenus()
 std::string ReportWindow::OpenStore(const std::string& path, int day, const std::vector<int>& tags)
 {
     StoreMonth month;
-    const CivilTime now = ToCivil(QDate::currentDate().toJulianDay() - QDate(1899, 12, 30).toJulianDay());
+    const CivilTime now = ToCivil(ClockNow());  // a file not named by its month is taken as this month's
     if (std::string problem = LoadStoreMonth(path, month, now.Year, now.Month); !problem.empty())
         return problem;
     if (!tags.empty())
