@@ -93,6 +93,10 @@ TEST_F(ReportWindowTest, UntickingEveryTagLeavesEmptyChartsAndTheWholeTagTable)
     }
     window->ShowView(ReportView::Tags);
     EXPECT_EQ(window->ViewTags().size(), 7u);  // every online tag, ticked or not
+    // A reload and another day keep nothing ticked.
+    window->Reload();
+    QTest::keyClick(window.get(), Qt::Key_Left);
+    EXPECT_TRUE(window->ShownTags().empty());
 }
 
 TEST_F(ReportWindowTest, OneKeyMovesADayOrAMonthAcrossFiles)
