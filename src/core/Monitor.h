@@ -113,7 +113,10 @@ private:
     void Tick();
     // The clock stepped by seconds without the monitor moving it.
     void OnClockStep(double seconds);
-    // The clock as the tick ends, for the next tick to tell a step from time passing.
+    // Now, from the PC clock. Every read the scan works with comes through here, so a step is seen
+    // at the first read after it, before any calculation uses the new time.
+    DateTime ReadClock();
+    // Where the clock stands now counts as time passing (after the monitor moved it itself).
     void MarkClock();
     void ShowIdleStatus();
     void ShowStatus(const std::string& text);

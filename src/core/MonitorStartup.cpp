@@ -108,7 +108,7 @@ void Monitor::FormLoadPart2() {
         for (StatusPanel panel : {StatusPanel::Panel3D4, StatusPanel::Panel3D2, StatusPanel::Panel3D1})
             view_.SetPanelColour(panel, ColourRed);
 
-        const DateTime now = ClockNow();
+        const DateTime now = ReadClock();
         const std::size_t maxTags = Setup.MaxTags < 0 ? 0 : static_cast<std::size_t>(Setup.MaxTags);
         for (std::size_t n = 1; n <= maxTags && n < Values.size(); ++n) {
             Values[n].Integrated = 0;

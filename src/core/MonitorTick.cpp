@@ -45,11 +45,19 @@ void Monitor::Timer1_Timer() {
     if (!loaded_ || ended_ || busy_) return;
     BusyGuard busy(busy_);
     Tick();
-    if (!ended_) MarkClock();
+}
+
+DateTime Monitor::ReadClock() {
+    // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
+    const double speed = ClockSpeed();
+    const DateTime now = ClockNow();
+    const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
+    if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
+    clockSteps_.Mark(now, steady, speed);
+    return now;
 }
 
 void Monitor::MarkClock() {
-    // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
     const double speed = ClockSpeed();
     clockSteps_.Mark(ClockNow(), steadySeconds_ ? steadySeconds_() : SteadySeconds(), speed);
 }
@@ -62,10 +70,7 @@ void Monitor::Tick() {
     }
 
     TrapErrors("Timer1_Timer", [this] {
-        const double speed = ClockSpeed();
-        const DateTime now = ClockNow();
-        const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
-        if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
+        const DateTime now = ReadClock();
         view_.SetPanelText(StatusPanel::Panel3D1, FormatDate(now, "ddd, mmm d yyyy") + NL(1) + FormatDate(now, "hh:mm:ss"));
 
         if (!Host->JobRun()) {
@@ -74,7 +79,10 @@ void Monitor::Tick() {
         }
 
         const double moved = ClockSync->Update();
-        if (moved != 0) ShiftRememberedTimes(moved);
+        if (moved != 0) {
+            ShiftRememberedTimes(moved);
+            MarkClock();  // the monitor's own move is no step
+        }
         Watchdog->Update();
         if (ended_) return;
 
@@ -82,7 +90,7 @@ void Monitor::Tick() {
             view_.SetPanelText(StatusPanel::Panel3D4, "Off Line");
             return;
         }
-        if (Countdown(ClockNow())) RunScan();
+        if (Countdown(ReadClock())) RunScan();
     });
 }
 
@@ -147,7 +155,7 @@ void Monitor::RunScan() {
         view_.SetPanelText(StatusPanel::Panel3D2, "Scanning Now - Demo Random Data" + NL(1) + "Demo Mode - No File Storage");
     else
         view_.SetPanelText(StatusPanel::Panel3D2, "Scanning Now" + NL(1) + LCase(Trim(Settings.StoreFilePath)));
-    LastScanTime = ClockNow();
+    LastScanTime = ReadClock();
 
     ShowStatus("Checking Setup File");
     if (ended_) return;
@@ -164,7 +172,7 @@ void Monitor::RunScan() {
         ReadSettings();
         sckHost_->OpenHostSocket(Host->JobSetupFolder());
         StoreContext store = Store();
-        if (StartUpFileInfo(store, ClockNow()) == SetupLoadResult::ProgramEnds) {
+        if (StartUpFileInfo(store, ReadClock()) == SetupLoadResult::ProgramEnds) {
             MarkEnded();
             return;
         }
@@ -187,7 +195,7 @@ void Monitor::RunScan() {
         ShowStatus("Calling Half Hour Save");
         if (ended_) return;
         StoreContext store = Store();
-        HalfHourSave(store, ClockNow());
+        HalfHourSave(store, ReadClock());
     }
 
     // CSV log files are imported whatever the mode.
