@@ -3,6 +3,7 @@
 #include "core/InputGeneral.h"
 #include "core/Monitor.h"
 #include "core/MonitorTrap.h"
+#include "core/ResumeAfterRestart.h"
 #include "core/ScanContext.h"
 #include "core/SupportHostCalls.h"
 #include "files/StartUpFileInfo.h"
@@ -117,8 +118,14 @@ void Monitor::FormLoadPart2() {
         }
 
         if (CsvOnlyMode == 0) {
+            if (Settings.ResumeAfterRestart != 0) {
+                const int taken = TakeBackTagValues(Setup, Values, Settings, now);
+                if (taken > 0) AddToLog("Resumed " + std::to_string(taken) + " tags from before the restart");
+            }
             ScanContext scan = Scan();
             Input_General(scan);
+            EndTakeBack(Values);
+            KeepValuesIfAsked(ReadClock());
         } else {
             for (int row = 1; row <= Setup.TagCount; ++row) {
                 view_.SetGridCell(row, 2, "CSV Only");

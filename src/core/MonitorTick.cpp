@@ -6,6 +6,7 @@
 #include "core/InputGeneral.h"
 #include "core/Monitor.h"
 #include "core/MonitorTrap.h"
+#include "core/ResumeAfterRestart.h"
 #include "core/ScanContext.h"
 #include "files/CsvImport.h"
 #include "files/HalfHourSave.h"
@@ -122,6 +123,15 @@ void Monitor::OnClockStep(double seconds) {
     }
 }
 
+// now: when the period save last looked, which tells the period the values belong to.
+void Monitor::KeepValuesIfAsked(DateTime now) {
+    if (Settings.ResumeAfterRestart == 0 || Settings.Demo != 0) return;
+    const VbError error = KeepTagValues(Setup, Values, Settings, now);
+    // Reported once, and again only after it worked in between: a full disk would fill the log.
+    if (error && !keepFailed_) ReportError("KeepTagValues", error);
+    keepFailed_ = error.Failed();
+}
+
 bool Monitor::Countdown(DateTime now) {
     double remaining = Settings.ScanSeconds - (now - LastScanTime) * SecondsPerDay;
     bool restarted = false;
@@ -195,7 +205,9 @@ void Monitor::RunScan() {
         ShowStatus("Calling Half Hour Save");
         if (ended_) return;
         StoreContext store = Store();
-        HalfHourSave(store, ReadClock());
+        const DateTime saveTime = ReadClock();
+        HalfHourSave(store, saveTime);
+        KeepValuesIfAsked(saveTime);
     }
 
     // CSV log files are imported whatever the mode.
