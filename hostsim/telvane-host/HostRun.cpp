@@ -75,6 +75,8 @@ public:
                 return false;
             }
         }
+        // Owned by this process, so a host killed without stopping its job is not taken for a running one.
+        state_.ClaimJob();
         state_.SetJobRunning(1);
         return true;
     }

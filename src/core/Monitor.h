@@ -68,6 +68,8 @@ public:
     // True once the monitor has ended (the closing rule let the window close, or start-up ended
     // the program); nothing runs after that.
     bool Ended() const { return ended_; }
+    // Whether the host job runs now (false without a host).
+    bool HostJobRunning();
     // The steady clock in seconds against which steps of the PC clock are told from time passing
     // (by default the machine's monotonic clock); tests that move a frozen clock give their own.
     void SetSteadyClock(std::function<double()> seconds) { steadySeconds_ = std::move(seconds); }

@@ -92,6 +92,16 @@ bool ImportFile(StoreContext& c, CsvStoreSession& session, const std::string& fo
         ReportError("CSV_GetData", content.Error);
         return false;
     }
+    // A file left for the next scan is read again from its first line: what it adds to the rejects
+    // file is added once.
+    CsvRejectMemo& noted = c.State.CsvRejectsNoted;
+    noted.Begin(filePath, content.Value);
+    // The note that stops the import also looks at the rejects file itself, which still knows it
+    // after a restart when the note is its last line.
+    auto reject = [&](const std::string& text, bool stopsImport = false) {
+        if (noted.FirstTime(filePath, text))
+            CSV_AddToRejects(text, stopsImport);
+    };
     CsvLineReader lines(content.Value);
     std::string_view text;
     bool ended = false;
@@ -105,9 +115,9 @@ bool ImportFile(StoreContext& c, CsvStoreSession& session, const std::string& fo
             e = CheckCsvMonth(line);
         if (e.Failed() && e.Number != ErrInputPastEnd) {
             ReportError("CSV_GetData", e);
-            CSV_AddToRejects(fileName + ", Line " + std::to_string(lineCount) + ", " + FaultReason(e, line, parsed) +
-                                 ", file left for the next scan",
-                             true);
+            reject(fileName + ", Line " + std::to_string(lineCount) + ", " + FaultReason(e, line, parsed) +
+                   ", file left for the next scan",
+                   true);
             if (VbError closing = session.Close())
                 ReportError("CSV_StoreData", closing);
             return false;
@@ -116,14 +126,14 @@ bool ImportFile(StoreContext& c, CsvStoreSession& session, const std::string& fo
         const std::string problem = CsvLineProblem(line, c.Setup.PeriodsPerDay, c.Setup.TagCount);
         if (!problem.empty()) {
             ++errorCount;
-            CSV_AddToRejects(fileName + ", Line " + std::to_string(lineCount) + ", " +
-                             (e.Failed() ? "the line ends before its sixth field" : problem));
+            reject(fileName + ", Line " + std::to_string(lineCount) + ", " +
+                   (e.Failed() ? "the line ends before its sixth field" : problem));
             continue;
         }
         if (VbError stored = session.Store(line.Year, line.Month, line.Day, line.Period, line.Tag, line.Value)) {
             ReportError("CSV_StoreData", stored);
-            CSV_AddToRejects(fileName + ", Line " + std::to_string(lineCount) + ", not stored: Error " +
-                             std::to_string(stored.Number) + "/ " + stored.Description);
+            reject(fileName + ", Line " + std::to_string(lineCount) + ", not stored: Error " +
+                   std::to_string(stored.Number) + "/ " + stored.Description);
         }
     }
     if (lineCount > 0)
@@ -136,6 +146,7 @@ bool ImportFile(StoreContext& c, CsvStoreSession& session, const std::string& fo
         ReportError("CSV_GetData", e);
         return false;
     }
+    noted.Forget(filePath);
     CSV_AddToLog(logPath + ", Total = " + std::to_string(lineCount) + ", Error = " + std::to_string(errorCount));
     return true;
 }
@@ -151,6 +162,10 @@ void CSV_GetData(StoreContext& c)
         return;
     }
     const std::vector<std::string> files = ListFiles(folder, "*.CSV");
+    std::vector<std::string> paths;
+    for (const std::string& name : files)
+        paths.push_back(PathJoin(folder, name));
+    c.State.CsvRejectsNoted.KeepOnly(paths);
     if (files.empty())
         return;
     c.View.SetStatusText("Checking CSV Files" + NL(1) + LCase(Trim(c.Settings.StoreFilePath)));

@@ -12,6 +12,7 @@
 #include "files/StoreFileName.h"
 #include "files/UpdateSetupData.h"
 #include "support/Log.h"
+#include "support/SingleArithmetic.h"
 #include "support/VbDate.h"
 #include "support/VbText.h"
 
@@ -183,14 +184,20 @@ void HalfHourSave(StoreContext& c, DateTime now)
         }
     }
 
+    // A total beyond the float range is an overflow: the peak table keeps what it had.
+    SingleArithmetic ops;
     float siteTotal = 0;
     for (int t = 1; t <= s.TagCount && static_cast<std::size_t>(t) < s.TagTable.size(); ++t) {
         const TagRecord& tag = s.TagTable[static_cast<std::size_t>(t)];
         if (tag.Online == 1 && tag.InTotal == 1 && static_cast<std::size_t>(t) < c.Values.size())
-            siteTotal += c.Values[static_cast<std::size_t>(t)].Integrated;
+            siteTotal = ops.Add(siteTotal, c.Values[static_cast<std::size_t>(t)].Integrated);
     }
-    const std::string label = FormatDate(periodEnd, "mmm dd, yy. hh:mm");
-    note(UpdatePeaks(siteTotal, label, c.State.SetupIniFile));
+    if (ops.Failed()) {
+        note(ops.Error());
+    } else {
+        const std::string label = FormatDate(periodEnd, "mmm dd, yy. hh:mm");
+        note(UpdatePeaks(siteTotal, label, c.State.SetupIniFile));
+    }
 
     for (int t = 1; t <= s.MaxTags && static_cast<std::size_t>(t) < c.Values.size(); ++t)
         c.Values[static_cast<std::size_t>(t)].Integrated = 0;

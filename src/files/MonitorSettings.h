@@ -30,6 +30,10 @@ struct MonitorSettings {
     int16_t ResumeAfterRestart = 0;
 };
 
+// The store file name prefix as the settings file gives it: blanks trimmed, backslashes made "-",
+// "Voltaris" when empty. The report program finds the job's store file with it too.
+std::string ReadStoreFilePrefix(const std::string& setupIniFile);
+
 // Reads every key of setupIniFile into settings, hands the clock-sync and watchdog keys to their
 // objects and builds the store file path for the month of now. Errors are reported as
 // "GetIniData, Error n/ message" and reading goes on with the next key.

@@ -1,5 +1,7 @@
 #include "files/SetupDescription.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdio>
@@ -345,6 +347,7 @@ public:
     {
         SetupDescriptionResult result;
         image_ = &result.Image;
+        lines_ = &result.Lines;
         // A byte order mark, as some editors write one, is not part of the first line.
         std::istringstream in(text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? text.substr(3) : text);
         std::string raw;
@@ -430,6 +433,7 @@ private:
                 section_ = Section::Fixed;
                 Expect(w, 2);
                 index_ = number(1, 0, FixedEntryCount - 1, "fixed entry");
+                fixedLines_[static_cast<std::size_t>(index_)] = lineNo_;
             } else if (name == "Gap") {
                 section_ = Section::Gap;
                 Expect(w, 1);
@@ -445,6 +449,7 @@ private:
         if (!sections_.insert(id).second)
             throw ParseError{"section [" + id + "] given twice"};
         sectionName_ = id;
+        (*lines_)[id] = lineNo_;
     }
 
     static void Expect(const std::vector<std::string>& w, std::size_t count)
@@ -457,13 +462,11 @@ private:
     {
         headerDone_ = true;
         const SetupData& d = image_->Data;
+        if (std::string problem = SetupCountsProblem(d.TariffCount, d.TariffEntryCount, d.CenterCount); !problem.empty())
+            throw ParseError{problem, headerLine_};
         const int64_t end = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
-        if (end > FixedEntriesOffset)
-            throw ParseError{"the counts put the tag records past the fixed entries at offset 112196 (they would end "
-                             "at " + std::to_string(end) + ")",
-                             headerLine_};
         SizeSetupImage(*image_);
-        gapLength_ = static_cast<std::size_t>(FixedEntriesOffset - end);
+        gapLength_ = static_cast<std::size_t>(std::max<int64_t>(0, FixedEntriesOffset - end));
     }
 
     void Finish()
@@ -474,6 +477,38 @@ private:
             throw ParseError{"no [Header] section"};
         if (!gap_.empty() && gap_.find_first_not_of('\0') != std::string::npos)
             image_->Gap = gap_;
+        const SetupData& d = image_->Data;
+        const int64_t end = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
+        if (end > FixedEntriesOffset)
+            TakeCoveredFixedEntries(end);
+    }
+
+    // The records reach over the fixed entries up to end: there the file holds the records' bytes,
+    // and that is what the fixed entries read. A [Fixed f] given there must say the same.
+    void TakeCoveredFixedEntries(int64_t end)
+    {
+        const VbResult<std::string> bytes = EncodeSetupFile(*image_);
+        if (!bytes.Ok())
+            throw ParseError{bytes.Error.Description};
+        ByteReader in(bytes.Value);
+        in.Seek(FixedEntriesOffset);
+        for (std::size_t f = 0; f < image_->Data.FixedEntries.size(); ++f) {
+            const int64_t at = FixedEntriesOffset + static_cast<int64_t>(f) * FixedEntrySize;
+            if (at >= end)
+                break;
+            FixedEntry& entry = image_->Data.FixedEntries[f];
+            if (fixedLines_[f] != 0) {
+                ByteWriter given;
+                WriteFields(given, entry, FixedEntryFields());
+                const auto shared = static_cast<std::size_t>(std::min<int64_t>(FixedEntrySize, end - at));
+                if (given.Buffer().compare(0, shared, bytes.Value, static_cast<std::size_t>(at), shared) != 0)
+                    throw ParseError{"[Fixed " + std::to_string(f) + "] lies at offset " + std::to_string(at) +
+                                         ", where the records above reach (to " + std::to_string(end) +
+                                         "), and differs from their bytes there",
+                                     fixedLines_[f]};
+            }
+            ReadFields(in, entry, FixedEntryFields());
+        }
     }
 
     void SetKey(const std::string& line)
@@ -489,6 +524,7 @@ private:
             throw ParseError{Shown(key) + " given twice in [" + sectionName_ + "]"};
         if (!Apply(key, value))
             throw ParseError{"unknown key '" + Shown(key) + "' in [" + sectionName_ + "]"};
+        (*lines_)[sectionName_ + "." + key] = lineNo_;
     }
 
     bool Apply(const std::string& key, const std::string& value)
@@ -603,6 +639,7 @@ private:
     }
 
     SetupFileImage* image_ = nullptr;
+    std::map<std::string, int>* lines_ = nullptr;
     Section section_ = Section::None;
     std::string sectionName_;
     int index_ = 0;
@@ -614,6 +651,7 @@ private:
     std::set<std::string> keys_;
     std::string gap_;
     std::size_t gapLength_ = 0;
+    std::array<int, FixedEntryCount> fixedLines_{};  // the line of each [Fixed f] given
 };
 
 } // namespace
@@ -648,7 +686,16 @@ std::string WriteSetupDescription(const SetupFileImage& image)
         if (!body.empty())
             out << "\n[Tag " << t << "]\n" << body;
     }
-    for (std::size_t f = 0; f < d.FixedEntries.size(); ++f) {
+    // Fixed entries that lie wholly inside the records are their bytes: giving them again adds nothing.
+    const int64_t recordsEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
+    std::size_t firstOwn = 0;
+    while (firstOwn < d.FixedEntries.size() &&
+           FixedEntriesOffset + static_cast<int64_t>(firstOwn + 1) * FixedEntrySize <= recordsEnd)
+        ++firstOwn;
+    if (firstOwn > 0)
+        out << "\n# The records end at offset " << recordsEnd << ", over fixed entries 0 to " << firstOwn - 1
+            << " at offset 112196: those hold the records' bytes.\n";
+    for (std::size_t f = firstOwn; f < d.FixedEntries.size(); ++f) {
         const std::string body = FieldsText(d.FixedEntries[f], FixedEntryFields());
         if (!body.empty())
             out << "\n[Fixed " << f << "]\n" << body;

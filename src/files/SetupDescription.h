@@ -12,11 +12,14 @@
 //                            Setup30Slot1 when the first of Setup30's two slots differs
 //   [Fixed f]                f = 0..66: Name, Value1..Value8
 //   [Gap]                    At offset = hex bytes (between the tags and offset 112196)
+//                            (where the records reach past offset 112196, the fixed entries they
+//                            cover hold their bytes: a [Fixed f] given there must agree with them)
 //   [Trailer]                Bytes = hex bytes (after the fixed entries)
 //
 // Texts are in double quotes with \" \\ and \xHH escapes; padding blanks are left out. Numbers are
 // decimal (or 0x hex); a float may be given as 0x and its 8 hex digits of bits. Anything not given
 // is zero (texts blank).
+#include <map>
 #include <string>
 
 #include "files/SetupFileImage.h"
@@ -27,5 +30,7 @@ std::string WriteSetupDescription(const SetupFileImage& image);
 struct SetupDescriptionResult {
     SetupFileImage Image;
     std::string Error;  // "line 12: ..." when the text is not a valid description
+    // Where each section and key was given: "Tag 3" and "Tag 3.ScanType" -> line number.
+    std::map<std::string, int> Lines;
 };
 SetupDescriptionResult ReadSetupDescription(const std::string& text);

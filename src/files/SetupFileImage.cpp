@@ -1,6 +1,9 @@
 #include "files/SetupFileImage.h"
 
+#include <algorithm>
+
 #include "files/ByteFields.h"
+#include "files/GetSetupData.h"
 #include "files/SetupFileLayout.h"
 
 namespace {
@@ -16,6 +19,18 @@ int64_t SetupTagSectionEnd(int tariffCount, int tariffEntryCount, int centerCoun
     return SetupHeaderSize + NonNegative(tariffCount) * TariffRecordSize(tariffEntryCount) +
            int64_t{PairTableCount} * PairTableSize + NonNegative(centerCount) * int64_t{CenterSize} +
            int64_t{SetupTagSlots} * TagRecordSize(tariffEntryCount);
+}
+
+std::string SetupCountsProblem(int tariffCount, int tariffEntryCount, int centerCount)
+{
+    // The loader's own limits: a file beyond them never loads without an error report.
+    const int64_t n = NonNegative(tariffCount), m = NonNegative(tariffEntryCount), k = NonNegative(centerCount);
+    if ((n + 1) * (m + 1) > MaxSetupTableElements || int64_t{SetupTagSlots + 1} * (m + 1) > MaxSetupTableElements ||
+        k + 1 > MaxSetupTableElements)
+        return std::to_string(tariffCount) + " tariffs of " + std::to_string(tariffEntryCount) + " entries and " +
+               std::to_string(centerCount) + " centers need tables larger than the monitor loads (at most " +
+               std::to_string(MaxSetupTableElements) + " elements each)";
+    return {};
 }
 
 void SizeSetupImage(SetupFileImage& image)
@@ -59,13 +74,15 @@ VbResult<SetupFileImage> DecodeSetupFile(std::string_view bytes)
                                                " (its fixed entries lie at offset 112196)");
         return r;
     }
+    if (std::string problem = SetupCountsProblem(d.TariffCount, d.TariffEntryCount, d.CenterCount); !problem.empty()) {
+        r.Error = VbError(ErrOutOfMemory, problem);
+        return r;
+    }
     const int64_t tagEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
-    if (tagEnd > FixedEntriesOffset) {
-        r.Error = VbError(ErrBadRecordLength,
-                          "its counts (" + std::to_string(d.TariffCount) + " tariffs of " +
-                              std::to_string(d.TariffEntryCount) + " entries, " + std::to_string(d.CenterCount) +
-                              " centers) put the tag records past the fixed entries at offset 112196 (they end at " +
-                              std::to_string(tagEnd) + ")");
+    if (static_cast<int64_t>(bytes.size()) < tagEnd) {
+        r.Error = VbError(ErrInputPastEnd, "it is " + std::to_string(bytes.size()) +
+                                               " bytes long; its counts put the end of its tag records at " +
+                                               std::to_string(tagEnd));
         return r;
     }
     SizeSetupImage(image);
@@ -83,14 +100,17 @@ VbResult<SetupFileImage> DecodeSetupFile(std::string_view bytes)
         if (first != tag.Setup30)
             image.Setup30FirstSlot[static_cast<std::size_t>(t)] = first;
     }
-    const std::string_view gap = bytes.substr(static_cast<std::size_t>(tagEnd),
-                                              static_cast<std::size_t>(FixedEntriesOffset - tagEnd));
-    if (gap.find_first_not_of('\0') != std::string_view::npos)
-        image.Gap = std::string(gap);
+    if (tagEnd < FixedEntriesOffset) {
+        const std::string_view gap = bytes.substr(static_cast<std::size_t>(tagEnd),
+                                                  static_cast<std::size_t>(FixedEntriesOffset - tagEnd));
+        if (gap.find_first_not_of('\0') != std::string_view::npos)
+            image.Gap = std::string(gap);
+    }
+    // Read from their own offset, even where the records above reach over them.
     in.Seek(FixedEntriesOffset);
     for (FixedEntry& entry : d.FixedEntries)
         ReadFields(in, entry, FixedEntryFields());
-    image.Trailer = std::string(bytes.substr(static_cast<std::size_t>(FixedEntriesEnd)));
+    image.Trailer = std::string(bytes.substr(static_cast<std::size_t>(std::max(tagEnd, FixedEntriesEnd))));
     return r;
 }
 
@@ -98,12 +118,11 @@ VbResult<std::string> EncodeSetupFile(const SetupFileImage& image)
 {
     VbResult<std::string> r;
     const SetupData& d = image.Data;
-    const int64_t tagEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
-    if (tagEnd > FixedEntriesOffset) {
-        r.Error = VbError(ErrBadRecordLength, "the counts put the tag records past the fixed entries at offset 112196 "
-                                              "(they would end at " + std::to_string(tagEnd) + ")");
+    if (std::string problem = SetupCountsProblem(d.TariffCount, d.TariffEntryCount, d.CenterCount); !problem.empty()) {
+        r.Error = VbError(ErrOutOfMemory, problem);
         return r;
     }
+    const int64_t tagEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
     ByteWriter out;
     out.Int16(d.SetupVersion);
     out.Int16(d.SetupInfoWord);
@@ -132,12 +151,19 @@ VbResult<std::string> EncodeSetupFile(const SetupFileImage& image)
                        slot < d.TagAuxEntries.size() ? &d.TagAuxEntries[slot] : nullptr, d.TariffEntryCount,
                        first ? &*first : nullptr);
     }
-    const auto gapLength = static_cast<std::size_t>(FixedEntriesOffset - tagEnd);
-    out.Bytes(std::string_view(image.Gap).substr(0, gapLength));
-    if (image.Gap.size() < gapLength)
-        out.Zeros(gapLength - image.Gap.size());
+    if (tagEnd <= FixedEntriesOffset) {
+        const auto gapLength = static_cast<std::size_t>(FixedEntriesOffset - tagEnd);
+        out.Bytes(std::string_view(image.Gap).substr(0, gapLength));
+        if (image.Gap.size() < gapLength)
+            out.Zeros(gapLength - image.Gap.size());
+    }
+    // Where the records reach over the fixed entries their bytes stand; the entries fill the rest.
+    ByteWriter fixed;
     for (const FixedEntry& entry : d.FixedEntries)
-        WriteFields(out, entry, FixedEntryFields());
+        WriteFields(fixed, entry, FixedEntryFields());
+    const auto covered = static_cast<std::size_t>(std::max<int64_t>(0, tagEnd - FixedEntriesOffset));
+    if (covered < fixed.Size())
+        out.Bytes(std::string_view(fixed.Buffer()).substr(covered));
     out.Bytes(image.Trailer);
     r.Value = std::move(out.Buffer());
     return r;

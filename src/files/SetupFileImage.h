@@ -25,10 +25,16 @@ struct SetupFileImage {
 // End of the tag section for the counts (negative counts count as none).
 int64_t SetupTagSectionEnd(int tariffCount, int tariffEntryCount, int centerCount);
 
-// The image of a file's bytes. Fails (with a description) when the tag section runs past the fixed
-// entries or the file ends before them.
+// Why the monitor would not size its tables for these counts, or empty when it would.
+std::string SetupCountsProblem(int tariffCount, int tariffEntryCount, int centerCount);
+
+// The image of a file's bytes: every file the monitor loads without an error. Fails (with a
+// description) when the counts are beyond what it loads, or the file ends before its tag records
+// or its fixed entries. The records may reach over the fixed entries at offset 112196: those are
+// read from their own offset all the same, so there they hold the records' bytes.
 VbResult<SetupFileImage> DecodeSetupFile(std::string_view bytes);
 // Sizes the image's tables for its header counts (keeping what fits).
 void SizeSetupImage(SetupFileImage& image);
-// The file's bytes. Fails when the counts put the tags past the fixed entries.
+// The file's bytes. Fails when the counts are beyond what the monitor loads. Where the records
+// reach over the fixed entries, the records' bytes are written and the entries fill the rest.
 VbResult<std::string> EncodeSetupFile(const SetupFileImage& image);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "files/CsvRejectMemo.h"
 #include "files/HostFolders.h"
 #include "files/MonitorSettings.h"
 #include "files/SetupData.h"
@@ -23,6 +24,7 @@ struct MonitorState {
     // summer time) since the period save last looked; 0 when it has not stepped.
     DateTime ClockStepFrom = 0;
     DateTime LastSavedEnd = 0;     // end of the latest period saved in this run
+    CsvRejectMemo CsvRejectsNoted; // what the rejects file holds for CSV files still waiting
 };
 
 struct StoreContext {

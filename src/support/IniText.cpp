@@ -20,16 +20,24 @@ constexpr std::array<unsigned char, 256> MakeFoldTable() {
 }
 constexpr auto FoldTable = MakeFoldTable();
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+constexpr std::string_view Bom = "\xEF\xBB\xBF";
 
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\v'; }
+
+// The line end of the text's first line: LF, CR LF or a lone CR.
 std::string_view LineEndOf(std::string_view text) {
-    std::size_t lf = text.find('\n');
-    if (lf == std::string_view::npos) return "\r\n";  // what the other programs of the family write
-    return (lf > 0 && text[lf - 1] == '\r') ? std::string_view("\r\n") : std::string_view("\n");
+    std::size_t at = text.find_first_of("\r\n");
+    if (at == std::string_view::npos) return "\r\n";  // what the other programs of the family write
+    if (text[at] == '\n') return "\n";
+    return (at + 1 < text.size() && text[at + 1] == '\n') ? std::string_view("\r\n") : std::string_view("\r");
 }
 
-std::string_view CutAtLineBreak(std::string_view value) {
-    return value.substr(0, value.find_first_of("\r\n"));
+// Text after a leading byte-order mark: the mark belongs to the file, not to its first line.
+std::size_t BodyStart(std::string_view text) { return text.substr(0, Bom.size()) == Bom ? Bom.size() : 0; }
+
+// An edited text that holds lines ends with a line break, as the platform writes every line.
+void EndWithLineBreak(std::string& out, std::string_view eol) {
+    if (out.size() > BodyStart(out) && out.back() != '\n' && out.back() != '\r') out.append(eol);
 }
 
 }  // namespace
@@ -58,16 +66,22 @@ std::string_view IniUnquote(std::string_view value) {
 IniLine IniLineAt(std::string_view text, std::size_t start) {
     IniLine line;
     line.Start = start;
+    line.ContentStart = start == 0 ? BodyStart(text) : start;
     const char* base = text.data();
-    const void* lf = std::memchr(base + start, '\n', text.size() - start);
-    if (lf) {
-        line.End = static_cast<std::size_t>(static_cast<const char*>(lf) - base) + 1;
-        line.ContentEnd = line.End - 1;
-        if (line.ContentEnd > start && text[line.ContentEnd - 1] == '\r') --line.ContentEnd;
+    const char* from = base + line.ContentStart;
+    const std::size_t rest = text.size() - line.ContentStart;
+    const char* lf = static_cast<const char*>(std::memchr(from, '\n', rest));
+    const char* cr = static_cast<const char*>(std::memchr(from, '\r', lf ? static_cast<std::size_t>(lf - from) : rest));
+    if (cr) {  // CR LF, or a lone CR
+        line.ContentEnd = static_cast<std::size_t>(cr - base);
+        line.End = line.ContentEnd + (cr + 1 == lf ? 2 : 1);
+    } else if (lf) {
+        line.ContentEnd = static_cast<std::size_t>(lf - base);
+        line.End = line.ContentEnd + 1;
     } else {
         line.End = line.ContentEnd = text.size();
     }
-    std::string_view content = text.substr(start, line.ContentEnd - start);
+    std::string_view content = text.substr(line.ContentStart, line.ContentEnd - line.ContentStart);
     std::string_view trimmed = IniTrim(content);
     if (trimmed.empty()) {
         line.Kind = IniLineKind::Blank;
@@ -81,7 +95,7 @@ IniLine IniLineAt(std::string_view text, std::size_t start) {
         line.Kind = IniLineKind::Key;
         line.Name = IniTrim(content.substr(0, eq));
         line.Value = IniTrim(content.substr(eq + 1));
-        line.ValueStart = start + eq + 1;
+        line.ValueStart = line.ContentStart + eq + 1;
     } else {
         line.Kind = IniLineKind::Other;
     }
@@ -110,12 +124,10 @@ std::string IniSetValue(std::string_view text, std::string_view section, std::st
                         std::string_view value) {
     section = IniTrim(section);
     key = IniTrim(key);
-    value = CutAtLineBreak(value);
     const std::string_view eol = LineEndOf(text);
 
     bool inSection = false, found = false;
     IniLine anchor;  // the line a new key goes after
-    IniLine last;
     for (std::size_t pos = 0; pos < text.size();) {
         IniLine line = IniLineAt(text, pos);
         if (line.Kind == IniLineKind::Section) {
@@ -132,11 +144,11 @@ std::string IniSetValue(std::string_view text, std::string_view section, std::st
                 std::string out;
                 out.reserve(text.size() + value.size());
                 out.append(text.substr(0, at)).append(value).append(text.substr(line.ContentEnd));
+                EndWithLineBreak(out, eol);
                 return out;
             }
             if (line.Kind == IniLineKind::Key || line.Kind == IniLineKind::Other) anchor = line;
         }
-        last = line;
         pos = line.End;
     }
 
@@ -147,13 +159,12 @@ std::string IniSetValue(std::string_view text, std::string_view section, std::st
         if (anchor.ContentEnd == anchor.End) out.append(eol);  // the anchor was the unended last line
         out.append(key).append("=").append(value).append(eol);
         out.append(text.substr(anchor.End));
+        EndWithLineBreak(out, eol);
         return out;
     }
+    // A new section follows the last line directly.
     out.append(text);
-    if (!text.empty()) {
-        if (last.ContentEnd == last.End) out.append(eol);
-        if (last.Kind != IniLineKind::Blank) out.append(eol);
-    }
+    EndWithLineBreak(out, eol);
     out.append("[").append(section).append("]").append(eol);
     out.append(key).append("=").append(value).append(eol);
     return out;
@@ -177,6 +188,7 @@ std::string IniDeleteKey(std::string_view text, std::string_view section, std::s
         if (!drop) out.append(text.substr(line.Start, line.End - line.Start));
         pos = line.End;
     }
+    if (out.size() != text.size()) EndWithLineBreak(out, LineEndOf(text));
     return out;
 }
 
@@ -188,8 +200,13 @@ std::string IniDeleteSection(std::string_view text, std::string_view section) {
     for (std::size_t pos = 0; pos < text.size();) {
         IniLine line = IniLineAt(text, pos);
         if (line.Kind == IniLineKind::Section) dropping = IniNamesMatch(line.Name, section);
-        if (!dropping) out.append(text.substr(line.Start, line.End - line.Start));
+        // Comments inside a deleted section stay: the platform drops only the header and entries.
+        if (!dropping || line.Kind == IniLineKind::Comment)
+            out.append(text.substr(line.Start, line.End - line.Start));
+        else if (line.Start == 0)
+            out.append(text.substr(0, line.ContentStart));  // the byte-order mark
         pos = line.End;
     }
+    if (out.size() != text.size()) EndWithLineBreak(out, LineEndOf(text));
     return out;
 }

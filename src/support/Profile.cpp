@@ -22,9 +22,9 @@ std::string CutToBuffer(std::string_view text, int bufferSize) {
     return std::string(text.substr(0, static_cast<std::size_t>(bufferSize - 1)));
 }
 
-// The platform strips trailing blanks from the default it hands back.
-std::string_view TrimTrailingBlanks(std::string_view text) {
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
+// The platform strips trailing spaces from the default it hands back; tabs stay.
+std::string_view TrimTrailingSpaces(std::string_view text) {
+    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
     return text;
 }
 
@@ -53,7 +53,7 @@ std::string GetPrivateProfileString(std::string_view section, std::string_view k
         if (std::optional<std::string_view> value = IniFindValue(file.Value, section, key))
             return CutToBuffer(*value, bufferSize);
     }
-    return CutToBuffer(TrimTrailingBlanks(defaultValue), bufferSize);
+    return CutToBuffer(TrimTrailingSpaces(defaultValue), bufferSize);
 }
 
 int GetPrivateProfileInt(std::string_view section, std::string_view key, int defaultValue,

@@ -293,6 +293,84 @@ TEST_F(CsvImportTest, FaultLeavesTheFileForTheNextScan)
     EXPECT_NE(ImportLog().find("a.csv, Total = 3, Error = 1"), std::string::npos) << ImportLog();
 }
 
+// Count of the lines of the rejects file that hold text.
+int RejectLines(const std::string& rejects, const std::string& text)
+{
+    int n = 0;
+    for (std::size_t at = rejects.find(text); at != std::string::npos; at = rejects.find(text, at + 1))
+        ++n;
+    return n;
+}
+
+TEST_F(CsvImportTest, RetriedFileAddsItsRejectsOnce)
+{
+    // Line 2 is rejected and skipped, line 4 stops the import: the file waits for the next scan.
+    Csv("a.csv", "2024,3,3,1,1,5\n2024,3,3,0,1,6\n2024,3,3,2,2,7\n2024,13,3,1,1,6\n");
+    const std::string skipped = "a.csv, Line 2, period 0 is not 1 to 48\r\n";
+    const std::string note = "a.csv, Line 4, month 13 is not 1 to 12, file left for the next scan\r\n";
+    for (int scan = 0; scan < 3; ++scan)
+        Scan();
+    EXPECT_TRUE(fs::exists(Import() / "a.csv"));
+    EXPECT_EQ(RejectLines(Rejects(), skipped), 1) << Rejects();
+    EXPECT_EQ(RejectLines(Rejects(), note), 1) << Rejects();
+    EXPECT_LT(Rejects().find(skipped), Rejects().find(note));
+    EXPECT_EQ(LogLinesWith("CSV_GetData, Error 9/ Subscript out of range"), 3) << "the main log has every scan's";
+
+    // Files after it wait too; a file before it in name order is imported meanwhile and its own
+    // rejects are noted; a.csv still adds nothing.
+    Csv("0.csv", "2024,3,3,9,179,1\n");
+    Csv("b.csv", "2024,3,3,0,1,1\n");
+    Scan();
+    Scan();
+    EXPECT_FALSE(fs::exists(Import() / "0.csv"));
+    EXPECT_TRUE(fs::exists(Import() / "b.csv"));
+    EXPECT_EQ(RejectLines(Rejects(), "0.csv, Line 1, tag 179 is not 1 to 178"), 1);
+    EXPECT_EQ(RejectLines(Rejects(), "b.csv"), 0);
+    EXPECT_EQ(RejectLines(Rejects(), skipped), 1);
+    EXPECT_EQ(RejectLines(Rejects(), note), 1);
+
+    // A changed file is a new attempt: its rejects are noted again, once.
+    Csv("a.csv", "2024,3,3,1,1,5\n2024,3,3,0,1,6\n2024,3,3,2,2,8\n2024,13,3,1,1,6\n");
+    Scan();
+    Scan();
+    EXPECT_EQ(RejectLines(Rejects(), skipped), 2);
+    EXPECT_EQ(RejectLines(Rejects(), note), 2);
+    EXPECT_EQ(state.CsvRejectsNoted.Size(), 1u);
+
+    // Mended, it goes through (a new content, so its skipped line is noted with it) and nothing is
+    // kept for it.
+    Csv("a.csv", "2024,3,3,1,1,5\n2024,3,3,0,1,6\n2024,3,3,2,2,8\n");
+    Scan();
+    EXPECT_FALSE(fs::exists(Import() / "a.csv"));
+    EXPECT_FALSE(fs::exists(Import() / "b.csv"));
+    EXPECT_EQ(RejectLines(Rejects(), skipped), 3);
+    EXPECT_EQ(RejectLines(Rejects(), "b.csv, Line 1, period 0"), 1);
+    EXPECT_EQ(state.CsvRejectsNoted.Size(), 0u);
+}
+
+TEST_F(CsvImportTest, WaitingFileRemovedOrRetriedAfterARestart)
+{
+    const std::string note = "a.csv, Line 1, month 13 is not 1 to 12, file left for the next scan\r\n";
+    Csv("a.csv", "2024,13,3,1,1,6\n");
+    Scan();
+    ASSERT_EQ(state.CsvRejectsNoted.Size(), 1u);
+    // Taken away by hand: forgotten at the next scan.
+    fs::remove(Import() / "a.csv");
+    Scan();
+    EXPECT_EQ(state.CsvRejectsNoted.Size(), 0u);
+
+    // A restart forgets what was noted, but a note that is still the rejects file's last line is
+    // not written again.
+    Csv("a.csv", "2024,13,3,1,1,6\n");
+    Scan();
+    EXPECT_EQ(RejectLines(Rejects(), note), 1) << "the same text as before the file was removed";
+    state = MonitorState{};
+    state.StartingUp = 0;
+    Scan();
+    Scan();
+    EXPECT_EQ(RejectLines(Rejects(), note), 1) << Rejects();
+}
+
 TEST_F(CsvImportTest, BothLetterCasesInNameOrder)
 {
     Csv("B.CSV", "2024,3,6,1,2,2\n");

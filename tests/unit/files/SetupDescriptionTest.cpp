@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstdlib>
+#include <tuple>
 
 #include "FilesTestSupport.h"
 #include "files/GetSetupData.h"
@@ -114,6 +116,106 @@ TEST_F(SetupDescriptionTest, DumpThenBuildGivesTheSameBytes)
     EXPECT_EQ(Build(Dump(f.bytes)), f.bytes);
 }
 
+// Random bytes after a header with these counts, as long as its records reach (at least up to the
+// end of the fixed entries), and a few more.
+std::string FileWithCounts(int tariffs, int entries, int centers, uint32_t seed)
+{
+    MtgImage f(tariffs, entries, centers);
+    const int64_t end = SetupTagSectionEnd(tariffs, entries, centers);
+    f.bytes.resize(static_cast<std::size_t>(std::max<int64_t>(end, 112196 + 67 * 30)));
+    for (std::size_t i = 12; i < f.bytes.size(); ++i) {
+        seed = seed * 1664525 + 1013904223;
+        f.bytes[i] = static_cast<char>(seed >> 24);
+    }
+    return f.bytes + "tail";
+}
+
+// Many tariff entries push the records over the fixed entries, which the monitor still reads from
+// their own offset: such a file loads, so the tools take it too.
+TEST_F(SetupDescriptionTest, RecordsOverTheFixedEntriesRoundTrip)
+{
+    // {tariffs, entries, centers}: records end far past the fixed entries (tariffs alone reach over
+    // them), just past them (tags), and inside fixed entry 6 (it straddles the end).
+    for (auto [n, m, k] : {std::tuple{100, 20, 3}, {0, 39, 0}, {0, 37, 30}, {389, 20, 8191}}) {
+        SCOPED_TRACE(std::to_string(n) + " " + std::to_string(m) + " " + std::to_string(k));
+        const std::string bytes = FileWithCounts(n, m, k, static_cast<uint32_t>(n + m + k));
+        SetupData setup;
+        RecordingView view;
+        FixedHost host;
+        ASSERT_EQ(LoadSetupFileBytes(bytes, VbError(), host, setup, view), SetupLoadResult::Loaded);
+        EXPECT_EQ(LogLines(), 0) << LogText();
+
+        const std::string text = Dump(bytes);
+        EXPECT_EQ(Build(text), bytes);
+        const VbResult<SetupFileImage> image = DecodeSetupFile(bytes);
+        ASSERT_TRUE(image.Ok());
+        // The tools see the same fixed entries as the monitor: the records' bytes at offset 112196.
+        for (int f = 0; f < 67; ++f) {
+            EXPECT_EQ(image.Value.Data.FixedEntries[f].Name, setup.FixedEntries[f].Name) << f;
+            EXPECT_EQ(image.Value.Data.FixedEntries[f].Value8, setup.FixedEntries[f].Value8) << f;
+        }
+    }
+    // The straddling entry is given (its tail is its own), the covered ones only named in a remark.
+    const std::string text = Dump(FileWithCounts(0, 37, 30, 1));
+    EXPECT_NE(text.find("# The records end at offset 112392, over fixed entries 0 to 5 at offset 112196"),
+              std::string::npos);
+    EXPECT_EQ(text.find("[Fixed 5]"), std::string::npos);
+    EXPECT_NE(text.find("[Fixed 6]"), std::string::npos);
+}
+
+TEST_F(SetupDescriptionTest, FixedEntriesUnderTheRecordsComeFromThem)
+{
+    // Tags of 39 aux entries end at 114452: tags 197 to 200 cover every fixed entry.
+    const std::string head = "[Header]\nSetupVersion = 250\nPeriodsPerDay = 48\nTariffEntryCount = 39\n";
+    const MtgImage at(0, 39, 0);
+    ASSERT_EQ(at.Tag(197), 112188u);
+    ASSERT_EQ(at.Tag(200), 113886u);  // fixed entry 57 starts at its byte 20
+
+    // Not given: they are whatever the tag records hold there.
+    const std::string description = head + "[Tag 200]\nTagName = \"ABCDEFGHIJKLMNOPQRSTUVWX\"\n";
+    const std::string built = Build(description);
+    ASSERT_EQ(built.size(), 114452u);
+    const SetupDescriptionResult read = ReadSetupDescription(description);
+    ASSERT_EQ(read.Error, "");
+    EXPECT_EQ(read.Image.Data.FixedEntries[57].Name.substr(0, 6), std::string("UVWX\0\0", 6));
+    for (int f = 0; f < 67; ++f)
+        EXPECT_EQ(read.Image.Data.FixedEntries[f].Name, built.substr(112196 + 30 * f, 12)) << f;
+
+    // Given and agreeing with the bytes: taken. Fixed entry 0 lies at byte 8 of tag 197: blanks of
+    // its name, then Online (0), then blanks of SourceName.
+    const std::string agree = head + "[Fixed 0]\nName = \"\"\nValue1 = 0x2020\nValue2 = 0x2020\nValue4 = 0x2020\n"
+                                     "Value5 = 0x2020\nValue6 = 0x2020\nValue7 = 0x2020\nValue8 = 0x20202020\n";
+    EXPECT_EQ(ReadSetupDescription(agree).Error, "");
+    EXPECT_EQ(Build(agree), Build(head));
+    // Disagreeing: refused on its own line.
+    const std::string differ = head + "[Tag 1]\nOnline = 1\n[Fixed 2]\nValue1 = 5\n";
+    EXPECT_EQ(ReadSetupDescription(differ).Error,
+              "line 7: [Fixed 2] lies at offset 112256, where the records above reach (to 114452), and differs "
+              "from their bytes there");
+    EXPECT_NE(ReadSetupDescription(head + "[Fixed 0]\nName = \"\"\n").Error, "");
+}
+
+TEST_F(SetupDescriptionTest, FilesTheMonitorCannotLoadAreRefused)
+{
+    auto refusal = [](const std::string& bytes) {
+        const VbResult<SetupFileImage> image = DecodeSetupFile(bytes);
+        return image.Ok() ? std::string("taken") : image.Error.Description;
+    };
+    // Records that end past the end of the file.
+    std::string cut = FileWithCounts(100, 20, 3, 5);
+    cut.resize(152000);
+    EXPECT_EQ(refusal(cut), "it is 152000 bytes long; its counts put the end of its tag records at 236766");
+    // Counts the loader will not size (tables beyond 8192 elements) whatever the length.
+    std::string huge = FileWithCounts(0, 0, 0, 9);
+    Put16(huge, 6, 32767);
+    Put16(huge, 8, 32767);
+    EXPECT_EQ(refusal(huge), "32767 tariffs of 32767 entries and 0 centers need tables larger than the monitor "
+                             "loads (at most 8192 elements each)");
+    SetupFileImage big;
+    big.Data.TariffCount = 8192;
+    EXPECT_FALSE(EncodeSetupFile(big).Ok());
+}
+
 TEST_F(SetupDescriptionTest, BadDescriptionsSayWhereAndWhy)
 {
     const std::string head = "[Header]\nTariffCount = 1\nCenterCount = 2\n";
@@ -138,7 +240,12 @@ TEST_F(SetupDescriptionTest, BadDescriptionsSayWhereAndWhy)
         {head + "[Tag 1]\n[Tag 1]\n", "line 5: section [Tag 1] given twice"},
         {head + "just words\n", "line 4: expected 'Key = value' or '[Section]'"},
         {"# counts too big\n[Header]\nTariffCount = 400\nTariffEntryCount = 20\n[Tag 1]\n",
-         "line 2: the counts put the tag records past the fixed entries at offset 112196 (they would end at 694452)"},
+         "line 2: 400 tariffs of 20 entries and 0 centers need tables larger than the monitor loads (at most 8192 "
+         "elements each)"},
+        {"[Header]\nTariffEntryCount = 40\n", "line 1: 0 tariffs of 40 entries and 0 centers need tables larger "
+                                               "than the monitor loads (at most 8192 elements each)"},
+        {"[Header]\nCenterCount = 8192\n", "line 1: 0 tariffs of 0 entries and 8192 centers need tables larger "
+                                            "than the monitor loads (at most 8192 elements each)"},
         {"[Header]\n[Tariff 0]\n", "line 2: [Tariff 0]: there is no tariff (TariffCount 0) to describe"},
         {"\xEF\xBB\xBF[Header]\nCenterCount = x\n", "line 2: 'x' is not a number (CenterCount)"},
         {head + "\x01\x02 = 1\n", "line 4: unknown key '\\x01\\x02' in [Header]"},

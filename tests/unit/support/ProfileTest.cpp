@@ -44,8 +44,6 @@ TEST(IniText, SetValueChangesOnlyTheValue) {
     const std::string text = "; head\r\n[A]\r\n  Key =  old value\r\nother=1\r\n\r\n[B]\r\nkey=b\r\n";
     EXPECT_EQ(IniSetValue(text, "a", "KEY", "new"),
               "; head\r\n[A]\r\n  Key =  new\r\nother=1\r\n\r\n[B]\r\nkey=b\r\n");
-    // A line break in the value would split the line: the value ends there.
-    EXPECT_EQ(IniSetValue(text, "B", "key", "x\r\ny"), "; head\r\n[A]\r\n  Key =  old value\r\nother=1\r\n\r\n[B]\r\nkey=x\r\n");
     // Only the first of duplicate keys, in the first of duplicate sections.
     EXPECT_EQ(IniSetValue("[s]\nk=1\nk=2\n[S]\nk=3\n", "s", "k", "9"), "[s]\nk=9\nk=2\n[S]\nk=3\n");
 }
@@ -57,23 +55,85 @@ TEST(IniText, SetValueAddsKeysAndSections) {
     // The last line without its line end gets one first.
     EXPECT_EQ(IniSetValue("[a]\nx=1", "a", "k", "v"), "[a]\nx=1\nk=v\n");
     EXPECT_EQ(IniSetValue("[a", "a", "k", "v"), "[a\r\nk=v\r\n");
-    // New section at the end after one blank line; CR LF for a new text.
+    // New section at the end; CR LF for a new text.
     EXPECT_EQ(IniSetValue("", " sec ", " key ", "v"), "[sec]\r\nkey=v\r\n");
-    EXPECT_EQ(IniSetValue("[a]\nx=1\n", "b", "k", "v"), "[a]\nx=1\n\n[b]\nk=v\n");
     EXPECT_EQ(IniSetValue("[a]\r\nx=1\r\n\r\n", "b", "k", "v"), "[a]\r\nx=1\r\n\r\n[b]\r\nk=v\r\n");
     // A section that is only named in text before any header or in a comment does not count.
-    EXPECT_EQ(IniSetValue("b=1\n;[b]\n", "b", "k", "v"), "b=1\n;[b]\n\n[b]\nk=v\n");
+    EXPECT_EQ(IniSetValue("b=1\n;[b]\n", "b", "k", "v"), "b=1\n;[b]\n[b]\nk=v\n");
 }
 
 TEST(IniText, DeletesKeysAndSections) {
     const std::string text = "top\r\n[Peaks]\r\n1PeakValue=5\r\n; keep\r\n1peakvalue=6\r\n\r\n"
                              "[passwords]\r\nuser=x\r\n\r\n[Other]\r\n1PeakValue=7\r\n[PASSWORDS]\r\nmore=y";
     EXPECT_EQ(IniDeleteKey(text, "peaks", "1PEAKVALUE"),
-              "top\r\n[Peaks]\r\n; keep\r\n\r\n[passwords]\r\nuser=x\r\n\r\n[Other]\r\n1PeakValue=7\r\n[PASSWORDS]\r\nmore=y");
+              "top\r\n[Peaks]\r\n; keep\r\n\r\n[passwords]\r\nuser=x\r\n\r\n[Other]\r\n1PeakValue=7\r\n[PASSWORDS]\r\nmore=y\r\n");
     EXPECT_EQ(IniDeleteSection(text, "Passwords"),
               "top\r\n[Peaks]\r\n1PeakValue=5\r\n; keep\r\n1peakvalue=6\r\n\r\n[Other]\r\n1PeakValue=7\r\n");
     EXPECT_EQ(IniDeleteSection(text, "absent"), text);
     EXPECT_EQ(IniDeleteKey("[a]\nk=1", "a", "k"), "[a]\n");
+}
+
+// The finer points where the platform's profile functions are easy to get wrong.
+TEST(IniText, LineEndsBlanksAndByteOrderMark) {
+    // CR-only line ends, as old Macintosh-made files have: every lone CR ends a line.
+    const std::string crOnly = "[a]\rk=1\rj = 2 \r[b]\rk=3";
+    EXPECT_EQ(IniFindValue(crOnly, "a", "j"), "2");
+    EXPECT_EQ(IniFindValue(crOnly, "b", "k"), "3");
+    EXPECT_EQ(IniSetValue(crOnly, "a", "new", "v"), "[a]\rk=1\rj = 2 \rnew=v\r[b]\rk=3\r");
+    EXPECT_EQ(IniSetValue(crOnly, "c", "k", "v"), crOnly + "\r[c]\rk=v\r");
+    // A CR inside a CR LF file is a line end too, and CR CR LF is two of them.
+    EXPECT_EQ(IniFindValue("[a]\r\nk=1\rj=2\r\r\nz=3\r\n", "A", "j"), "2");
+    EXPECT_EQ(IniFindValue("[a]\r\nk=1\rj=2\r\r\nz=3\r\n", "A", "z"), "3");
+
+    // Vertical tabs are blanks around names and values; form feeds are not.
+    const std::string vt = "[\v s \v]\n\vkey\v=\v v \v\n\fff=x\f\n";
+    EXPECT_EQ(IniFindValue(vt, "s", "key"), "v");
+    EXPECT_EQ(IniFindValue(vt, "s", "\fff"), "x\f");
+    EXPECT_FALSE(IniFindValue(vt, "s", "ff"));
+    EXPECT_EQ(IniTrim("\v\t x \r\v"), "x");
+
+    // A UTF-8 byte-order mark belongs to the file: the first section is found, and a file that
+    // holds only the mark gets its first section right after it.
+    const std::string bom = "\xEF\xBB\xBF";
+    EXPECT_EQ(IniFindValue(bom + "[general]\r\nk=1\r\n", "general", "k"), "1");
+    EXPECT_EQ(IniSetValue(bom, "general", "k", "1"), bom + "[general]\r\nk=1\r\n");
+    EXPECT_EQ(IniSetValue(bom + "[a]", "a", "k", "1"), bom + "[a]\r\nk=1\r\n");
+    EXPECT_EQ(IniDeleteSection(bom + "[a]\r\nk=1\r\n[b]\r\n", "a"), bom + "[b]\r\n");
+    EXPECT_EQ(IniDeleteSection(bom + "[a]\r\nk=1\r\n", "a"), bom);
+    // Only at the very start: elsewhere the same bytes are text.
+    EXPECT_FALSE(IniFindValue("[x]\r\n" + bom + "[general]\r\nk=1\r\n", "general", "k"));
+}
+
+TEST(IniText, EditsLikeThePlatform) {
+    // A new section follows the last line directly, with no blank line before it.
+    EXPECT_EQ(IniSetValue("[a]\r\nx=1\r\n", "b", "k", "v"), "[a]\r\nx=1\r\n[b]\r\nk=v\r\n");
+    EXPECT_EQ(IniSetValue("[a]\nx=1\n", "b", "k", "v"), "[a]\nx=1\n[b]\nk=v\n");
+
+    // A last line without a line break gets one whenever the text is rewritten, whatever the edit.
+    EXPECT_EQ(IniSetValue("[a]\r\nx=1", "a", "x", "2"), "[a]\r\nx=2\r\n");
+    EXPECT_EQ(IniSetValue("[a]\r\nx=1\r\n[b]\r\ny=1", "a", "x", "2"), "[a]\r\nx=2\r\n[b]\r\ny=1\r\n");
+    EXPECT_EQ(IniSetValue("[a]\nx=1\n[b]\ny=1", "a", "z", "2"), "[a]\nx=1\nz=2\n[b]\ny=1\n");
+    EXPECT_EQ(IniSetValue("[a]\nx=1", "b", "k", "v"), "[a]\nx=1\n[b]\nk=v\n");
+    EXPECT_EQ(IniDeleteKey("[a]\nx=1\ny=2", "a", "x"), "[a]\ny=2\n");
+    EXPECT_EQ(IniDeleteSection("[a]\nx=1\n[b]\ny=2", "a"), "[b]\ny=2\n");
+    // ...but an edit that changes nothing leaves the text alone.
+    EXPECT_EQ(IniDeleteKey("[a]\nx=1", "a", "y"), "[a]\nx=1");
+    EXPECT_EQ(IniDeleteSection("[a]\nx=1", "b"), "[a]\nx=1");
+
+    // Deleting a section keeps the comments that stood inside it.
+    EXPECT_EQ(IniDeleteSection("[a]\r\n; about a\r\nx=1\r\n  ;indented\r\nbare\r\n\r\n[b]\r\ny=2\r\n", "A"),
+              "; about a\r\n  ;indented\r\n[b]\r\ny=2\r\n");
+
+    // A value with line breaks is written as it is: the next read sees the part before the first.
+    EXPECT_EQ(IniSetValue("[a]\r\nk=1\r\n", "a", "k", "x\r\ny"), "[a]\r\nk=x\r\ny\r\n");
+    EXPECT_EQ(IniSetValue("[a]\r\n", "a", "k", "x\ny\r"), "[a]\r\nk=x\ny\r\r\n");
+    EXPECT_EQ(IniSetValue("", "a", "k", "p\rq"), "[a]\r\nk=p\rq\r\n");
+    EXPECT_EQ(IniFindValue(IniSetValue("[a]\r\nk=1\r\n", "a", "k", "x\r\ny=2"), "a", "k"), "x");
+    EXPECT_EQ(IniFindValue(IniSetValue("[a]\r\nk=1\r\n", "a", "k", "x\r\ny=2"), "a", "y"), "2");
+
+    // Replacing a key keeps the file's spelling of both the key and its section.
+    EXPECT_EQ(IniSetValue("[PeAkS]\r\n1pEaKvAlUe=1\r\n", "PEAKS", "1PeakValue", "2"), "[PeAkS]\r\n1pEaKvAlUe=2\r\n");
+    EXPECT_EQ(IniSetValue("[\xC9t\xE9]\r\n\xC9T\xC9=1\r\n", "\xE9T\xC9", "\xE9t\xE9", "2"), "[\xC9t\xE9]\r\n\xC9T\xC9=2\r\n");
 }
 
 class ProfileTest : public ::testing::Test {
@@ -96,12 +156,41 @@ TEST_F(ProfileTest, ReadsCutToTheBufferAndFallBackToTheDefault) {
     for (auto [key, dflt, size, file, expected] :
          {std::tuple{"errorlog", "off", 4, ini, "yes"}, {"errorlog", "off", 80, ini, "yes please"},
           {"errorlog", "off", 1, ini, ""}, {"errorlog", "off", 0, ini, ""}, {"errorlog", "off", -5, ini, ""},
-          {"DiagFile", "c:\\lumdiag.txt  \t", 80, ini, "c:\\lumdiag.txt"}, {"DiagFile", "  abcdef", 4, ini, "  a"},
+          {"DiagFile", "c:\\lumdiag.txt  ", 80, ini, "c:\\lumdiag.txt"}, {"DiagFile", "  abcdef", 4, ini, "  a"},
           {"SCADArun", "yes", 4, missing, "yes"}, {"SCADArun", "d", 80, root.string(), "d"}})  // the last is a folder
         EXPECT_EQ(GetPrivateProfileString("general", key, dflt, size, file), expected) << key << " " << size;
     EXPECT_EQ(GetPrivateProfileString("nosection", "SCADArun", "yes", 4, ini), "yes");
     EXPECT_EQ(GetPrivateProfileInt("general", "timer1scan", 30, missing), 30);
     EXPECT_FALSE(fs::exists(missing));
+}
+
+TEST_F(ProfileTest, FinerPointsThroughTheFile) {
+    // A default loses its trailing spaces only: tabs and leading blanks stay.
+    for (auto [dflt, expected] : {std::pair{"a  ", "a"}, {"a\t", "a\t"}, {"a\t ", "a\t"}, {" \ta \t  ", " \ta \t"},
+                                  {"   ", ""}, {"a\v ", "a\v"}})
+        EXPECT_EQ(GetPrivateProfileString("s", "k", dflt, 80, ini), expected) << dflt;
+
+    // A file holding only a byte-order mark is written after it.
+    Write(ini, "\xEF\xBB\xBF");
+    ASSERT_TRUE(WritePrivateProfileString("general", "timer1scan", "30", ini));
+    EXPECT_EQ(Read(ini), "\xEF\xBB\xBF[general]\r\ntimer1scan=30\r\n");
+    EXPECT_EQ(GetPrivateProfileInt("general", "timer1scan", 0, ini), 30);
+
+    // A CR-only file reads and grows in its own line ends.
+    Write(ini, "[general]\rtimer1scan=5\r");
+    EXPECT_EQ(GetPrivateProfileInt("General", "Timer1Scan", 0, ini), 5);
+    ASSERT_TRUE(WritePrivateProfileString("Peaks", "1PeakValue", "12.5", ini));
+    EXPECT_EQ(Read(ini), "[general]\rtimer1scan=5\r[Peaks]\r1PeakValue=12.5\r");
+
+    // A value with a line break is kept verbatim; the key keeps its spelling; the unended last line
+    // is ended.
+    Write(ini, "[Peaks]\r\n1PEAKVALUE=1\r\n; last\r\n[x]\r\ny=1");
+    ASSERT_TRUE(WritePrivateProfileString("peaks", "1PeakValue", "2\r\n3", ini));
+    EXPECT_EQ(Read(ini), "[Peaks]\r\n1PEAKVALUE=2\r\n3\r\n; last\r\n[x]\r\ny=1\r\n");
+    EXPECT_EQ(GetPrivateProfileString("peaks", "1PeakValue", "", 80, ini), "2");
+    // The section's comment outlives the section.
+    ASSERT_TRUE(WritePrivateProfileString("Peaks", nullptr, nullptr, ini));
+    EXPECT_EQ(Read(ini), "; last\r\n[x]\r\ny=1\r\n");
 }
 
 TEST_F(ProfileTest, IntegerReads) {
@@ -129,7 +218,7 @@ TEST_F(ProfileTest, WriteKeepsEveryOtherByte) {
     ASSERT_TRUE(WritePrivateProfileString("AutoRun", "File1", "report.exe", ini));
     EXPECT_EQ(Read(ini), "; written by the setup program\r\n[general]\r\ntimer1scan = 5\r\n\r\n; peaks follow\r\n"
                          "[Peaks]\r\n1PeakValue=12.5\r\n1PeakTime=01/02/24 10:30:00\r\n[Foreign]\nx=1\n"
-                         "\r\n[AutoRun]\r\nFile1=report.exe\r\n");
+                         "[AutoRun]\r\nFile1=report.exe\r\n");
     // The atomic replace leaves no temporary behind.
     for (auto& e : fs::directory_iterator(root))
         EXPECT_TRUE(e.path().filename() == "VoltarisSetup.ini" || e.is_directory()) << e.path();
@@ -169,7 +258,7 @@ TEST_F(ProfileTest, PathTextsResolveThroughThePrefix) {
     ASSERT_TRUE(WritePrivateProfileString("TelvnV5", "directory", "C:\\Telvane", "win.ini"));
     EXPECT_EQ(GetProfileString("telvnv5", "DIRECTORY", "", 255), "C:\\Telvane");
     ASSERT_TRUE(WriteProfileString("telvold", "name1", "Job1"));
-    EXPECT_EQ(Read(SystemProfilePath()), "[TelvnV5]\r\ndirectory=C:\\Telvane\r\n\r\n[telvold]\r\nname1=Job1\r\n");
+    EXPECT_EQ(Read(SystemProfilePath()), "[TelvnV5]\r\ndirectory=C:\\Telvane\r\n[telvold]\r\nname1=Job1\r\n");
     EXPECT_EQ(GetProfileString("telvold", "missing", "dflt ", 255), "dflt");
 }
 
