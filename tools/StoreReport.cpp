@@ -94,6 +94,8 @@ int StoreInfoReport(const std::string& path, std::ostream& out, std::ostream& er
     return 0;
 }
 
+namespace {
+
 // "2024-02-29 23:30"; minutes may reach 1440, which is 00:00 of the next day. Undated files count days.
 std::string PeriodEndText(bool dated, int year, int month, int day, int minutes)
 {
