@@ -121,6 +121,25 @@ run_benchmark() {
                     "${rate:--} /s" "${echo:--} /s" "${ratio:--}" ">= 0.5" \
                     "$(awk -v r="$ratio" 'BEGIN { if (r == "") print "no result"; else print (r >= 0.5 ? "pass" : "FAIL") }')"
             done ;;
+        bench_meters)
+            # "meters modbus: ... host A % of a core (idle host B %), last point read yes" and
+            # "meters mqtt: ... host A msg/s against mosquitto_sub B msg/s, ratio R, last values lost L"
+            local line share idle rate sub ratio lost
+            line=$(grep "^meters modbus: " "$out" | head -n 1)
+            share=$(sed -n 's/.*: host \([0-9.]*\) % of a core.*/\1/p' <<< "$line")
+            idle=$(sed -n 's/.*(idle host \([0-9.]*\) %).*/\1/p' <<< "$line")
+            row "host polling 200 Modbus points on 4 devices every second: CPU (vs the host without devices)" \
+                "${share:--} %" "${idle:--} %" \
+                "$(awk -v a="$share" -v b="$idle" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }')" "< 2 % of a core" \
+                "$(awk -v r="$share" -v l="$line" 'BEGIN { if (r == "") print "no result"; else print (r < 2 && l ~ /last point read yes/ ? "pass" : "FAIL") }')"
+            line=$(grep "^meters mqtt: " "$out" | head -n 1)
+            rate=$(sed -n 's/.*: host \([0-9.]*\) msg\/s against.*/\1/p' <<< "$line")
+            sub=$(sed -n 's/.*mosquitto_sub \([0-9.]*\) msg\/s.*/\1/p' <<< "$line")
+            ratio=$(sed -n 's/.*, ratio \([0-9.]*\),.*/\1/p' <<< "$line")
+            lost=$(sed -n 's/.*last values lost \([0-9]*\).*/\1/p' <<< "$line")
+            row "MQTT 5,000 msg/s into 200 points: taken (vs mosquitto_sub), last values lost ${lost:--}" \
+                "${rate:--} /s" "${sub:--} /s" "${ratio:--}" ">= 0.5, none lost" \
+                "$(awk -v r="$ratio" -v l="$lost" 'BEGIN { if (r == "" || l == "") print "no result"; else print (r >= 0.5 && l == 0 ? "pass" : "FAIL") }')" ;;
         bench_report)
             # "report day: open and draw T s (goal under G s), vt-store records B s, ratio R"
             local what line t g b r

@@ -45,11 +45,12 @@ public:
     // Minutes after midnight at which a period starts.
     int PeriodStartMinutes(int period) const { return (period - 1) * 1440 / PeriodsPerDay; }
 
-    // Filled by LoadStoreMonth.
-    std::vector<int16_t> flags_;
-    std::vector<float> values_;
-
 private:
+    friend std::string LoadStoreMonth(const std::string& path, StoreMonth& month, int fallbackYear,
+                                      int fallbackMonth);
+
+    std::vector<int16_t> flags_;  // per record of the month
+    std::vector<float> values_;   // per record, tags 1..TagCount
     std::size_t Index(int day, int period) const
     {
         return static_cast<std::size_t>((day - 1) * PeriodsPerDay + period - 1);

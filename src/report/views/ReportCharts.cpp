@@ -16,7 +16,6 @@
 #include <QCursor>
 #include <QValueAxis>
 #include <algorithm>
-#include <set>
 
 #include "report/figures/ReportCsv.h"
 

@@ -18,6 +18,7 @@
 #include <cstdio>
 
 #include "files/StoreFileReader.h"
+#include "platform/Clock.h"
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -105,14 +106,23 @@ void ReportWindow::BuildMenus()
 
 std::string ReportWindow::OpenStore(const std::string& path, int day, const std::vector<int>& tags)
 {
+    return Open(path, day, tags, false);
+}
+
+std::string ReportWindow::Open(const std::string& path, int day, const std::vector<int>& tags, bool keepTicks)
+{
     StoreMonth month;
-    const CivilTime now = ToCivil(QDate::currentDate().toJulianDay() - QDate(1899, 12, 30).toJulianDay());
+    const CivilTime now = ToCivil(ClockNow());  // a file not named by its month is taken as this month's
     if (std::string problem = LoadStoreMonth(path, month, now.Year, now.Month); !problem.empty())
         return problem;
     if (!tags.empty())
         if (std::string problem = TagListProblem(month, tags); !problem.empty())
             return problem;
-    const std::vector<int> keep = tags.empty() && month_.TagCount == month.TagCount ? ShownTags() : tags;
+    // The ticks stay as they are from file to file and on every reload, even when none is ticked.
+    keepTicks = keepTicks || (tags.empty() && month_.TagCount == month.TagCount && month.TagCount > 0);
+    std::vector<int> keep = keepTicks ? ShownTags() : tags;
+    // A neighbouring month may save fewer tags.
+    std::erase_if(keep, [&](int t) { return t < 1 || t > month.TagCount; });
     if (!watcher_->files().isEmpty())
         watcher_->removePaths(watcher_->files());
     month_ = std::move(month);
@@ -130,7 +140,7 @@ std::string ReportWindow::OpenStore(const std::string& path, int day, const std:
         auto* item = new QListWidgetItem(QString("%1  %2").arg(tag.Number).arg(QString::fromStdString(TagHeading(tag))));
         item->setData(Qt::UserRole, tag.Number);
         item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
-        const bool on = keep.empty() ? checked < DefaultChartTags
+        const bool on = keep.empty() && !keepTicks ? checked < DefaultChartTags
                                      : std::find(keep.begin(), keep.end(), tag.Number) != keep.end();
         item->setCheckState(on ? Qt::Checked : Qt::Unchecked);
         checked += on ? 1 : 0;
@@ -241,7 +251,7 @@ void ReportWindow::StepDay(int days)
                          " " + MonthTitle(month_));
         return;
     }
-    const std::string problem = OpenStore(next, days < 0 ? DaysInMonth(year, month) : 1, ShownTags());
+    const std::string problem = Open(next, days < 0 ? DaysInMonth(year, month) : 1, {}, true);
     if (!problem.empty())
         status_->setText(QString::fromStdString(problem));
 }
@@ -257,7 +267,7 @@ void ReportWindow::StepMonth(int months)
                          MonthTitle(month_));
         return;
     }
-    const std::string problem = OpenStore(next, std::min(day_, DaysInMonth(year, month)), ShownTags());
+    const std::string problem = Open(next, std::min(day_, DaysInMonth(year, month)), {}, true);
     if (!problem.empty())
         status_->setText(QString::fromStdString(problem));
 }
@@ -266,7 +276,7 @@ void ReportWindow::Reload()
 {
     if (month_.TagCount == 0)
         return;
-    const std::string problem = OpenStore(month_.Path, day_, ShownTags());
+    const std::string problem = Open(month_.Path, day_, {}, true);
     if (!problem.empty())
         status_->setText(QString::fromStdString(problem));
 }

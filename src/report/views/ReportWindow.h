@@ -47,6 +47,8 @@ public:
     QString StatusText() const;
 
 private:
+    // keepTicks: the tags ticked now stay ticked (tags is then ignored).
+    std::string Open(const std::string& path, int day, const std::vector<int>& tags, bool keepTicks);
     void BuildMenus();
     void FillTagList();
     void Refresh();

@@ -26,7 +26,8 @@ Xvfb ":$display" -screen 0 1280x1024x24 -nolisten tcp > "$work/xvfb.out" 2>&1 &
 xpid=$!
 export DISPLAY=":$display"
 unset QT_QPA_PLATFORM
-for _ in $(seq 50); do [ -e "/tmp/.X11-unix/X$display" ] && break; sleep 0.1; done
+for _ in $(seq 100); do [ -e "/tmp/.X11-unix/X$display" ] && break; sleep 0.1; done
+[ -e "/tmp/.X11-unix/X$display" ] || fail "Xvfb did not start on :$display"
 
 mkdir -p "$outdir"
 title="vtreport - $(basename "$store")"
@@ -39,11 +40,11 @@ for view in day month site tags; do
     for _ in $(seq 50); do
         sleep 0.2
         kill -0 "$reppid" 2> /dev/null || fail "vtreport ended early ($view)"
-        import -window "$title" "$shot" 2> /dev/null && { taken=1; break; }
+        timeout 10 import -window "$title" "$shot" 2> /dev/null && { taken=1; break; }
     done
     [ -n "$taken" ] || fail "no window captioned '$title' ($view)"
     sleep 0.5
-    import -window "$title" "$shot" || fail "the $view view could not be taken"
+    timeout 10 import -window "$title" "$shot" || fail "the $view view could not be taken"
     kill "$reppid" && wait "$reppid" 2> /dev/null
     reppid=
     spread=$(identify -format '%[fx:standard_deviation]' "$shot")

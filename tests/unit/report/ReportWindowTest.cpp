@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QListWidget>
 #include <QTabWidget>
 #include <QTest>
 
@@ -72,6 +73,30 @@ TEST_F(ReportWindowTest, ShowsTheFirstSixOnlineTagsAndTheChosenView)
     window->ShowView(ReportView::Month);
     EXPECT_EQ(tabs->currentIndex(), 1);
     EXPECT_NE(window->StatusText().indexOf("March 2024"), -1);
+}
+
+TEST_F(ReportWindowTest, UntickingEveryTagLeavesEmptyChartsAndTheWholeTagTable)
+{
+    auto* list = window->findChild<QListWidget*>();
+    ASSERT_NE(list, nullptr);
+    for (int i = 0; i < list->count(); ++i)
+        list->item(i)->setCheckState(Qt::Unchecked);
+    EXPECT_TRUE(window->ShownTags().empty());
+    for (ReportView view : {ReportView::Day, ReportView::Month, ReportView::Site}) {
+        window->ShowView(view);
+        // The day's and the month's lines without a tag column; the site total keeps its own.
+        const std::string csv = window->ShownCsv();
+        const std::string header = csv.substr(0, csv.find('\n'));
+        EXPECT_EQ(header, view == ReportView::Day     ? "date,period,start,end,state"
+                          : view == ReportView::Month ? "date,periods not saved,periods after start-up"
+                                                      : "date,period,start,end,state,site total,site demand,peak rank");
+    }
+    window->ShowView(ReportView::Tags);
+    EXPECT_EQ(window->ViewTags().size(), 7u);  // every online tag, ticked or not
+    // A reload and another day keep nothing ticked.
+    window->Reload();
+    QTest::keyClick(window.get(), Qt::Key_Left);
+    EXPECT_TRUE(window->ShownTags().empty());
 }
 
 TEST_F(ReportWindowTest, OneKeyMovesADayOrAMonthAcrossFiles)
