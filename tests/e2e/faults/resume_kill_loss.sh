@@ -6,8 +6,9 @@
 # kills lost; the loss per kill is printed as a share of a period's energy for each meter.
 #   resume_kill_loss.sh BIN_DIR off|on
 # VT_RESUME_KILLS (default 5) and VT_FAULT_SEED (random moments) override the defaults.
-# With the setting on, the pulse counter and the running total must lose under 1% of a period a
-# kill; with it off, the pulse counter must be seen to lose (the measurement would be blind otherwise).
+# With the setting on, the pulse counter must lose under 1% of a period a kill; with it off, it must
+# be seen to lose (the measurement would be blind otherwise). A running total's records are readings
+# of the meter, which no kill can change: it is checked to grow as the clock says.
 set -u
 bin=$1 mode=$2
 . "$(dirname "$0")/faults-lib.sh"
@@ -75,7 +76,11 @@ stop_monitor
 error_reports && fail "errors were logged"
 
 "$store" records "$(store_path $month)" > "$work/records.csv" || fail "vt-store records"
-# Sums over the periods first + 1 .. last; the total's energy is its growth from the record before.
+# Sums over the periods first + 1 .. last. The running total's records are readings of the meter,
+# so its growth over them is what the meters gave between the two saves that bound the span (all
+# three run at the same rate and are read in the same pass, so they lag the host alike): the
+# yardstick for the others. The total itself is checked against the clock, within the host's
+# point updates (every 100 ms, 45 s of this clock, at each end of the span).
 awk -F, -v d=$day -v from=$((first + 1)) -v to=$last -v kills="$kills" -v mode="$mode" '
     NR == 1 { for (c = 5; c <= NF; ++c) col[$c] = c; next }
     $1 != d { next }
@@ -83,16 +88,20 @@ awk -F, -v d=$day -v from=$((first + 1)) -v to=$last -v kills="$kills" -v mode="
     $2 >= from && $2 <= to { rate += $col["Rate"]; pulse += $col["Pulse"]; after = $col["Total"] }
     END {
         periods = to - from + 1
-        expected = 900 * periods
-        split("Rate Pulse Total", names, " ")
-        got["Rate"] = rate; got["Pulse"] = pulse; got["Total"] = after - before
-        for (n = 1; n <= 3; ++n) {
-            loss[names[n]] = (expected - got[names[n]]) / kills / 900 * 100
+        truth = after - before
+        split("Rate Pulse", names, " ")
+        got["Rate"] = rate; got["Pulse"] = pulse
+        for (n = 1; n <= 2; ++n) {
+            loss[names[n]] = (truth - got[names[n]]) / kills / 900 * 100
             printf "%-5s %s: %.1f of %.1f units in %d periods; lost per kill: %.2f%% of a period\n",
-                   names[n], mode, got[names[n]], expected, periods, loss[names[n]]
+                   names[n], mode, got[names[n]], truth, periods, loss[names[n]]
         }
+        drift = (900 * periods - truth) / kills / 900 * 100
+        printf "Total %s: grew %.1f in %d periods (%.1f by the clock): a kill loses none of a running total (%.2f%% a kill by the clock)\n",
+               mode, truth, periods, 900 * periods, drift
         bad = 0
-        if (mode == "on" && (loss["Pulse"] > 1 || loss["Total"] > 1)) { print "FAIL: over 1% lost with resume on"; bad = 1 }
+        if (drift > 2 * 45 / 900 * 100 / kills || drift < -2 * 45 / 900 * 100 / kills) { print "FAIL: the running total is off"; bad = 1 }
+        if (mode == "on" && loss["Pulse"] > 1) { print "FAIL: over 1% lost with resume on"; bad = 1 }
         if (mode == "off" && loss["Pulse"] < 5) { print "FAIL: no loss seen with resume off"; bad = 1 }
         exit bad
     }' "$work/records.csv" || fail "energy lost per kill"
