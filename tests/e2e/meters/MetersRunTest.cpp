@@ -204,5 +204,20 @@ TEST_F(MetersRun, ModbusAndMqttMetersThroughOutagesIntoTheStoreFile) {
     EXPECT_EQ(ErrorLines(), "");
 }
 
+TEST_F(MetersRun, MistakesInDeviceSectionsStopTheHostWithTheLine) {
+    const fs::path file = root_ / "bad.scn";
+    WriteAll(file, "[host]\ngeneration = 4\n\n[modbus Meter]\naddress = 127.0.0.1:1502\nmap = T12 holding 0 uint64\n");
+    Result r = Host({"run", "--scenario", file.string()});
+    EXPECT_EQ(r.ExitCode, 1);
+    EXPECT_NE(r.Err.find("bad.scn, line 6: the type is int16, uint16, int32, uint32 or float32, not uint64"), std::string::npos)
+        << r.Err;
+    // Well formed, but no such point on a V4 host.
+    WriteAll(file, "[host]\ngeneration = 4\n\n[mqtt Site]\nbroker = 127.0.0.1\nmap = T12 a/b\npublish = L600 c/d\n");
+    r = Host({"run", "--scenario", file.string()});
+    EXPECT_EQ(r.ExitCode, 1);
+    EXPECT_NE(r.Err.find("bad.scn, line 7: [R6P10L10] is not a point of a V4 host"), std::string::npos) << r.Err;
+    EXPECT_EQ(Host({"status"}).Out.find("job running: yes"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace scenario
