@@ -21,9 +21,8 @@ QModbusDataUnit::RegisterType RegisterTypeOf(ModbusTable table) {
     return QModbusDataUnit::Invalid;
 }
 
-std::string DeviceWhat(const ModbusDeviceSpec& spec) {
-    return "modbus " + spec.Name + " (" + (spec.Serial ? spec.SerialPort : spec.Host + ":" + std::to_string(spec.Port)) +
-           " unit " + std::to_string(spec.Unit) + ")";
+std::string DeviceWhere(const ModbusDeviceSpec& spec) {
+    return (spec.Serial ? spec.SerialPort : spec.Host + ":" + std::to_string(spec.Port)) + " unit " + std::to_string(spec.Unit);
 }
 
 std::string TableName(ModbusTable table) {
@@ -39,7 +38,7 @@ std::string TableName(ModbusTable table) {
 }  // namespace
 
 ModbusDevice::ModbusDevice(const ModbusDeviceSpec& spec, HostState& state, int generation, HostLogger log)
-    : spec_(spec), log_(log), generation_(generation), health_(DeviceWhat(spec), log) {
+    : spec_(spec), log_(log), generation_(generation), health_("modbus " + spec.Name, DeviceWhere(spec), log) {
     for (const ModbusValueSpec& map : spec_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
     requests_ = GroupReads(spec_.Maps);
     refused_.assign(requests_.size(), false);

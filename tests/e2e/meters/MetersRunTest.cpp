@@ -185,10 +185,12 @@ TEST_F(MetersRun, ModbusAndMqttMetersThroughOutagesIntoTheStoreFile) {
     EXPECT_FALSE(InError(HostTable::Lines, 0));
     EXPECT_FALSE(InError(HostTable::Tags, 2));
     const std::string hostOut = ReadAll(root_ / "host.out");
-    EXPECT_EQ(Count(hostOut, "modbus Incomer (127.0.0.1:" + std::to_string(meterPort) + " unit 1): lost"), 1) << hostOut;
-    EXPECT_EQ(Count(hostOut, "modbus Incomer (127.0.0.1:" + std::to_string(meterPort) + " unit 1): back"), 1) << hostOut;
-    EXPECT_EQ(Count(hostOut, "mqtt Site (127.0.0.1:" + std::to_string(brokerPort_) + "): lost"), 1) << hostOut;
-    EXPECT_EQ(Count(hostOut, "mqtt Site (127.0.0.1:" + std::to_string(brokerPort_) + "): back"), 1) << hostOut;
+    EXPECT_EQ(Count(hostOut, "modbus Incomer: connected (127.0.0.1:" + std::to_string(meterPort) + " unit 1)"), 1) << hostOut;
+    EXPECT_EQ(Count(hostOut, "modbus Incomer: lost"), 1) << hostOut;
+    EXPECT_EQ(Count(hostOut, "modbus Incomer: back"), 1) << hostOut;
+    EXPECT_EQ(Count(hostOut, "mqtt Site: connected (127.0.0.1:" + std::to_string(brokerPort_) + ")"), 1) << hostOut;
+    EXPECT_EQ(Count(hostOut, "mqtt Site: lost"), 1) << hostOut;
+    EXPECT_EQ(Count(hostOut, "mqtt Site: back"), 1) << hostOut;
 
     // The monitor's rates went out: the gas rate published, the energy rate written to the meter.
     const float gasRate = hostState_.Reading(HostTable::Tags, 202);
