@@ -42,6 +42,7 @@ ModbusDevice::ModbusDevice(const ModbusDeviceSpec& spec, HostState& state, int g
     for (const ModbusValueSpec& map : spec_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
     requests_ = GroupReads(spec_.Maps);
     refused_.assign(requests_.size(), false);
+    badValueLogged_.assign(spec_.Maps.size(), false);
     writeInFlight_.assign(spec_.Writes.size(), false);
     writeFailLogged_.assign(spec_.Writes.size(), false);
     if (spec_.Serial) {
@@ -176,7 +177,19 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
                 continue;
             }
             for (int k = 0; k < count; ++k) words[k] = unit.value(offset + k);
-            StoreDeviceValue(mapPoints_[m], DecodeModbusValue(map, words));
+            const double value = DecodeModbusValue(map, words);
+            if (!FitsReading(value)) {
+                // Not a number, or beyond a reading's range: the point keeps its last value, in error.
+                SetDeviceError(mapPoints_[m], true);
+                if (!badValueLogged_[m]) {
+                    log_(health_.What() + ": " + TableName(map.Table) + " " + std::to_string(map.Address) +
+                         " holds no usable value for " + PointRefText(map.Point, generation_));
+                    badValueLogged_[m] = true;
+                }
+                continue;
+            }
+            badValueLogged_[m] = false;
+            StoreDeviceValue(mapPoints_[m], value);
             SetDeviceError(mapPoints_[m], false);
         }
         refused_[request] = false;
