@@ -126,7 +126,6 @@ void MqttLink::OnConnect(mosquitto* mosq, void* self, int rc) {
         for (const auto& [topic, maps] : link->topicMaps_) mosquitto_subscribe(mosq, nullptr, topic.c_str(), 0);
     }
     std::lock_guard<std::mutex> lock(link->mutex_);
-    link->connected_ = rc == 0;
     link->events_.push_back(Event{rc == 0, rc == 0 ? "" : mosquitto_connack_string(rc)});
     link->Post();
 }
@@ -134,7 +133,6 @@ void MqttLink::OnConnect(mosquitto* mosq, void* self, int rc) {
 void MqttLink::OnDisconnect(mosquitto*, void* self, int rc) {
     auto* link = static_cast<MqttLink*>(self);
     std::lock_guard<std::mutex> lock(link->mutex_);
-    link->connected_ = false;
     link->events_.push_back(Event{false, rc == 0 ? "disconnected" : "connection lost"});
     link->Post();
 }
