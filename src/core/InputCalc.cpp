@@ -66,12 +66,13 @@ void Input_Calc_Total(ScanContext& scan, int16_t tag, DateTime now) {
 
     // The rate is the growth since the meter's previous reading, kept in Previous: Integrated is
     // cleared by start-up and by every period save, and comparing with that would book the whole
-    // running total as one scan's growth. The first reading after start-up only sets the base.
+    // running total as one scan's growth. The first reading after start-up only sets the base,
+    // unless the base was taken back from before a restart.
     const float old = value.Previous;
     value.Integrated = value.Current;
     const double hours = (now - value.LastReadTime) * HoursPerDay;
     // A clock gone back gives no span to rate the growth over: the rate stays as it was.
-    if (scan.State.StartingUp != 1 && value.Current > old && hours >= 0) {
+    if ((scan.State.StartingUp != 1 || value.Resumed) && value.Current > old && hours >= 0) {
         const float growth = ops.Sub(value.Current, old);
         const float newRate = ops.Single(ops.Div(static_cast<double>(growth), hours));
         const float rate = Smoothed(ops, n, value.Rate, newRate);
@@ -94,7 +95,7 @@ void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
     const int16_t n = scan.Settings.AverageScans;
     SingleArithmetic ops;
 
-    if (scan.State.StartingUp == 1) {
+    if (scan.State.StartingUp == 1 && !value.Resumed) {
         // The first reading only sets the base: no rate, no output, no grid update.
         value.Previous = value.Current;
         value.PulseTime = now;

@@ -160,7 +160,7 @@ VbError ScanLogLine(ScanContext& scan) {
 }
 
 VbError Pass(ScanContext& scan) {
-    PassClock clock;
+    PassClock clock(scan.ReadClock);
     if (VbError error = MeasuredPass(scan, clock)) return error;
     if (VbError error = MathsPass(scan, clock)) return error;
     if (VbError error = DisplayPass(scan, clock)) return error;

@@ -115,8 +115,13 @@ private:
     void Tick();
     // The clock stepped by seconds without the monitor moving it.
     void OnClockStep(double seconds);
-    // The clock as the tick ends, for the next tick to tell a step from time passing.
+    // Now, from the PC clock. Every read the scan works with comes through here, so a step is seen
+    // at the first read after it, before any calculation uses the new time.
+    DateTime ReadClock();
+    // Where the clock stands now counts as time passing (after the monitor moved it itself).
     void MarkClock();
+    // The tag values to the resume file, when the settings ask for it.
+    void KeepValuesIfAsked(DateTime now);
     void ShowIdleStatus();
     void ShowStatus(const std::string& text);
     // The closing rule allowed the close or start-up ended the program.
@@ -134,6 +139,7 @@ private:
     std::function<void()> stage2Hook_;
     ClockStepWatch clockSteps_;
     std::function<double()> steadySeconds_;
+    bool keepFailed_ = false;  // the last keeping of the tag values failed (and was reported)
     bool loaded_ = false;
     bool busy_ = false;   // stage 2 or a scan is running (it lets events run, which may bring a tick)
     bool ended_ = false;

@@ -6,6 +6,7 @@
 #include "core/InputGeneral.h"
 #include "core/Monitor.h"
 #include "core/MonitorTrap.h"
+#include "core/ResumeAfterRestart.h"
 #include "core/ScanContext.h"
 #include "files/CsvImport.h"
 #include "files/HalfHourSave.h"
@@ -45,11 +46,19 @@ void Monitor::Timer1_Timer() {
     if (!loaded_ || ended_ || busy_) return;
     BusyGuard busy(busy_);
     Tick();
-    if (!ended_) MarkClock();
+}
+
+DateTime Monitor::ReadClock() {
+    // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
+    const double speed = ClockSpeed();
+    const DateTime now = ClockNow();
+    const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
+    if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
+    clockSteps_.Mark(now, steady, speed);
+    return now;
 }
 
 void Monitor::MarkClock() {
-    // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
     const double speed = ClockSpeed();
     clockSteps_.Mark(ClockNow(), steadySeconds_ ? steadySeconds_() : SteadySeconds(), speed);
 }
@@ -62,10 +71,7 @@ void Monitor::Tick() {
     }
 
     TrapErrors("Timer1_Timer", [this] {
-        const double speed = ClockSpeed();
-        const DateTime now = ClockNow();
-        const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
-        if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
+        const DateTime now = ReadClock();
         view_.SetPanelText(StatusPanel::Panel3D1, FormatDate(now, "ddd, mmm d yyyy") + NL(1) + FormatDate(now, "hh:mm:ss"));
 
         if (!Host->JobRun()) {
@@ -74,7 +80,10 @@ void Monitor::Tick() {
         }
 
         const double moved = ClockSync->Update();
-        if (moved != 0) ShiftRememberedTimes(moved);
+        if (moved != 0) {
+            ShiftRememberedTimes(moved);
+            MarkClock();  // the monitor's own move is no step
+        }
         Watchdog->Update();
         if (ended_) return;
 
@@ -82,7 +91,7 @@ void Monitor::Tick() {
             view_.SetPanelText(StatusPanel::Panel3D4, "Off Line");
             return;
         }
-        if (Countdown(ClockNow())) RunScan();
+        if (Countdown(ReadClock())) RunScan();
     });
 }
 
@@ -112,6 +121,15 @@ void Monitor::OnClockStep(double seconds) {
         Values[i].LastReadTime += days;
         Values[i].PulseTime += days;
     }
+}
+
+// now: when the period save last looked, which tells the period the values belong to.
+void Monitor::KeepValuesIfAsked(DateTime now) {
+    if (Settings.ResumeAfterRestart == 0 || Settings.Demo != 0) return;
+    const VbError error = KeepTagValues(Setup, Values, Settings, now);
+    // Reported once, and again only after it worked in between: a full disk would fill the log.
+    if (error && !keepFailed_) ReportError("KeepTagValues", error);
+    keepFailed_ = error.Failed();
 }
 
 bool Monitor::Countdown(DateTime now) {
@@ -147,7 +165,7 @@ void Monitor::RunScan() {
         view_.SetPanelText(StatusPanel::Panel3D2, "Scanning Now - Demo Random Data" + NL(1) + "Demo Mode - No File Storage");
     else
         view_.SetPanelText(StatusPanel::Panel3D2, "Scanning Now" + NL(1) + LCase(Trim(Settings.StoreFilePath)));
-    LastScanTime = ClockNow();
+    LastScanTime = ReadClock();
 
     ShowStatus("Checking Setup File");
     if (ended_) return;
@@ -164,7 +182,7 @@ void Monitor::RunScan() {
         ReadSettings();
         sckHost_->OpenHostSocket(Host->JobSetupFolder());
         StoreContext store = Store();
-        if (StartUpFileInfo(store, ClockNow()) == SetupLoadResult::ProgramEnds) {
+        if (StartUpFileInfo(store, ReadClock()) == SetupLoadResult::ProgramEnds) {
             MarkEnded();
             return;
         }
@@ -187,7 +205,9 @@ void Monitor::RunScan() {
         ShowStatus("Calling Half Hour Save");
         if (ended_) return;
         StoreContext store = Store();
-        HalfHourSave(store, ClockNow());
+        const DateTime saveTime = ReadClock();
+        HalfHourSave(store, saveTime);
+        KeepValuesIfAsked(saveTime);
     }
 
     // CSV log files are imported whatever the mode.

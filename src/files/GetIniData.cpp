@@ -116,4 +116,5 @@ void GetIniData(const std::string& setupIniFile, MonitorSettings& s, clsClockSyn
 
     ReadRounded(General, "ShedMeter", "0", file, [&](int16_t v) { s.ShedMeter = v; });
     ReadRounded(General, "UnShedMeter", "0", file, [&](int16_t v) { s.UnShedMeter = v; });
+    ReadRounded(General, "ResumeAfterRestart", "0", file, [&](int16_t v) { s.ResumeAfterRestart = v; });
 }

@@ -1,6 +1,7 @@
 #include "files/HalfHourSave.h"
 
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include "files/BackupStoreFile.h"
@@ -18,7 +19,8 @@
 namespace {
 
 constexpr double MinutesPerDay = 1440.0;
-constexpr double HalfSecond = 0.5 / 86400.0;
+constexpr double SecondsPerDay = 86400.0;
+constexpr double HalfSecond = 0.5 / SecondsPerDay;
 
 enum class SaveOutcome { Saved, Failed, ProgramEnds };
 
@@ -116,7 +118,8 @@ void HalfHourSave(StoreContext& c, DateTime now)
     const int16_t p = PeriodNumber(now, s.PeriodsPerDay);
     // A clock step ends the period that ran before it, even when the clock now shows the same
     // period number; what was gathered up to the step belongs to that period.
-    const DateTime stepFrom = c.State.ClockStepFrom;
+    // Whole seconds: the time parts round to the nearest second, and 00:59:59.6 is still before 01:00.
+    const DateTime stepFrom = std::floor(c.State.ClockStepFrom * SecondsPerDay) / SecondsPerDay;
     c.State.ClockStepFrom = 0;
     const bool stepped = stepFrom != 0 && PeriodEndDateTime(stepFrom, s.PeriodsPerDay) != PeriodEndDateTime(now, s.PeriodsPerDay);
     if (p == c.State.LastSavedPeriod && !stepped)

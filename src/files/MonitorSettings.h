@@ -26,6 +26,8 @@ struct MonitorSettings {
     std::string BackupDir;
     int16_t ShedMeter = 0;
     int16_t UnShedMeter = 0;
+    // Non-zero: the tag values are kept after every scan and taken back by a restart in the same period.
+    int16_t ResumeAfterRestart = 0;
 };
 
 // The store file name prefix as the settings file gives it: blanks trimmed, backslashes made "-",

@@ -196,6 +196,8 @@ bool HasDisplay() {
 // Where the program folder is not the program file's own (an installed, read-only program), the
 // programs started from the program folder are the ones installed beside the program file.
 static std::optional<fs::path> FindBesideProgramFile(std::string_view pathText) {
+    const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
+    if (given && *given) return std::nullopt;  // a program folder given is the only place
     const fs::path path = LocalPath(pathText);
     const std::string ownFolder = fs::path(ProgramFilePath()).parent_path().string();
     if (ownFolder.empty() || path.parent_path() != fs::path(ProgramFolder()) || ownFolder == ProgramFolder())

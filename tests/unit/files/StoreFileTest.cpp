@@ -283,7 +283,8 @@ TEST_F(StoreFileTest, AClockSetOnSavesThePeriodThatRan)
     WriteMtg(StandardMtg(48));
     ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 0, 40, 0)), SetupLoadResult::Loaded);
     values[1].Integrated = 6;
-    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 0, 59, 59);
+    // Late in the last second before the step, which a time of day would round up to 01:00:00.
+    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 0, 59, 59) + 0.7 / 86400;
     SaveAt(2, 0, 25);
     std::string b = ReadBytes(StorePath("2403"));
     EXPECT_EQ(GetF32(b, Slot(97, 1)), 6.0F);

@@ -1,0 +1,73 @@
+// vt-store on any file: each report either prints or says why not, and never fails otherwise.
+// The same bytes go to the store file reports and, as a settings file, to the peak table.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+
+#include "StoreReport.h"
+#include "platform/Files.h"
+#include "platform/Prefix.h"
+
+namespace {
+
+std::string Folder;
+
+void Check(bool ok)
+{
+    if (!ok)
+        std::abort();
+}
+
+// A report's outcome: printed (status 0, something on out) or refused (status 1, a reason on err).
+void CheckOutcome(int status, const std::ostringstream& out, const std::ostringstream& err)
+{
+    Check(status == 0 || status == 1);
+    if (status == 0)
+        Check(!out.str().empty());
+    else
+        Check(!err.str().empty());
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***)
+{
+    char shm[] = "/dev/shm/vt-fuzz-vtstore-XXXXXX";
+    char tmp[] = "/tmp/vt-fuzz-vtstore-XXXXXX";
+    char* made = ::mkdtemp(shm);
+    if (!made)
+        made = ::mkdtemp(tmp);
+    if (!made)
+        std::abort();
+    Folder = made;
+    std::atexit([] {
+        std::error_code ec;
+        std::filesystem::remove_all(Folder, ec);
+    });
+    UsePrefix(Folder + "/prefix");
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
+{
+    // A month's name, so the records report dates its days (February of a leap year).
+    const std::string file = Folder + "/Vtrs2402.lum";
+    if (WriteFileAtomically(file, std::string_view(reinterpret_cast<const char*>(data), size)).Failed())
+        return 0;
+    using Report = int (*)(const std::string&, std::ostream&, std::ostream&);
+    const Report reports[] = {
+        StoreInfoReport,
+        [](const std::string& f, std::ostream& o, std::ostream& e) { return StoreRecordsReport(f, o, e, false); },
+        [](const std::string& f, std::ostream& o, std::ostream& e) { return StoreRecordsReport(f, o, e, true); },
+        PeakTableReport,
+    };
+    for (Report report : reports) {
+        std::ostringstream out, err;
+        CheckOutcome(report(file, out, err), out, err);
+    }
+    return 0;
+}
