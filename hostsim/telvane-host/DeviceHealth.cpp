@@ -4,14 +4,15 @@
 
 bool DeviceHealth::Up() {
     if (state_ == State::Up) return false;
-    log_(what_ + (state_ == State::Unknown ? ": connected" : ": back"));
+    log_(what_ + (state_ == State::Unknown ? ": connected (" + where_ + ")" : ": back"));
     state_ = State::Up;
     return true;
 }
 
 bool DeviceHealth::Down(const std::string& reason) {
     if (state_ == State::Down) return false;
-    log_(what_ + ": lost (" + reason + "); its points are in error");
+    // Never reached at all: say where it was looked for.
+    log_(what_ + ": lost (" + reason + ")" + (state_ == State::Unknown ? " at " + where_ : ""));
     state_ = State::Down;
     return true;
 }

@@ -1,6 +1,8 @@
 #pragma once
 // Whether a device or broker answers, as the host's log tells it: one line when it is first
 // reached or lost, and one when it comes back, however many polls fail or succeed in between.
+// Lines stay short ("modbus Incomer: lost (Connection refused)") to fit the host's log ring; the
+// first names where the device is.
 #include <functional>
 #include <string>
 
@@ -8,7 +10,8 @@ using HostLogger = std::function<void(const std::string&)>;
 
 class DeviceHealth {
 public:
-    DeviceHealth(std::string what, HostLogger log) : what_(std::move(what)), log_(std::move(log)) {}
+    DeviceHealth(std::string what, std::string where, HostLogger log)
+        : what_(std::move(what)), where_(std::move(where)), log_(std::move(log)) {}
 
     // True when this is a change of state (and a line was logged).
     bool Up();
@@ -19,6 +22,7 @@ public:
 private:
     enum class State { Unknown, Up, Down };
     std::string what_;
+    std::string where_;
     HostLogger log_;
     State state_ = State::Unknown;
 };

@@ -1,6 +1,9 @@
 #pragma once
 // The host points a device feeds or follows, reached directly in the host's point state: a
 // reading stored as the host shows it, and the point's error state.
+#include <cfloat>
+#include <cmath>
+
 #include "HostState.h"
 #include "PointRef.h"
 
@@ -12,8 +15,12 @@ inline HostPoint* LocateDevicePoint(HostState& state, int generation, const Poin
     return state.Point(table, index);
 }
 
+// Whether a value can be a host reading: finite and within a float's range. A device's NaN or
+// an overflow must never reach the monitor, which would store it.
+inline bool FitsReading(double value) { return std::isfinite(value) && std::fabs(value) <= FLT_MAX; }
+
 inline void StoreDeviceValue(HostPoint* point, double value) {
-    if (point != nullptr) HostStore(point->Reading, static_cast<float>(value));
+    if (point != nullptr && FitsReading(value)) HostStore(point->Reading, static_cast<float>(value));
 }
 
 inline void SetDeviceError(HostPoint* point, bool inError) {

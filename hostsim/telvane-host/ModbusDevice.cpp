@@ -21,9 +21,8 @@ QModbusDataUnit::RegisterType RegisterTypeOf(ModbusTable table) {
     return QModbusDataUnit::Invalid;
 }
 
-std::string DeviceWhat(const ModbusDeviceSpec& spec) {
-    return "modbus " + spec.Name + " (" + (spec.Serial ? spec.SerialPort : spec.Host + ":" + std::to_string(spec.Port)) +
-           " unit " + std::to_string(spec.Unit) + ")";
+std::string DeviceWhere(const ModbusDeviceSpec& spec) {
+    return (spec.Serial ? spec.SerialPort : spec.Host + ":" + std::to_string(spec.Port)) + " unit " + std::to_string(spec.Unit);
 }
 
 std::string TableName(ModbusTable table) {
@@ -39,10 +38,11 @@ std::string TableName(ModbusTable table) {
 }  // namespace
 
 ModbusDevice::ModbusDevice(const ModbusDeviceSpec& spec, HostState& state, int generation, HostLogger log)
-    : spec_(spec), log_(log), generation_(generation), health_(DeviceWhat(spec), log) {
+    : spec_(spec), log_(log), generation_(generation), health_("modbus " + spec.Name, DeviceWhere(spec), log) {
     for (const ModbusValueSpec& map : spec_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
     requests_ = GroupReads(spec_.Maps);
     refused_.assign(requests_.size(), false);
+    badValueLogged_.assign(spec_.Maps.size(), false);
     writeInFlight_.assign(spec_.Writes.size(), false);
     writeFailLogged_.assign(spec_.Writes.size(), false);
     if (spec_.Serial) {
@@ -177,7 +177,19 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
                 continue;
             }
             for (int k = 0; k < count; ++k) words[k] = unit.value(offset + k);
-            StoreDeviceValue(mapPoints_[m], DecodeModbusValue(map, words));
+            const double value = DecodeModbusValue(map, words);
+            if (!FitsReading(value)) {
+                // Not a number, or beyond a reading's range: the point keeps its last value, in error.
+                SetDeviceError(mapPoints_[m], true);
+                if (!badValueLogged_[m]) {
+                    log_(health_.What() + ": " + TableName(map.Table) + " " + std::to_string(map.Address) +
+                         " holds no usable value for " + PointRefText(map.Point, generation_));
+                    badValueLogged_[m] = true;
+                }
+                continue;
+            }
+            badValueLogged_[m] = false;
+            StoreDeviceValue(mapPoints_[m], value);
             SetDeviceError(mapPoints_[m], false);
         }
         refused_[request] = false;

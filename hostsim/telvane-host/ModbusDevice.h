@@ -51,6 +51,7 @@ private:
     std::vector<HostPoint*> mapPoints_;
     std::vector<ModbusReadRequest> requests_;
     std::vector<bool> refused_;       // per request: its refusal was logged
+    std::vector<bool> badValueLogged_;  // per map: an unusable value was logged
     std::unique_ptr<QModbusClient> client_;
     QObject context_;                 // lifetime of the connections made here
     QTimer poll_;

@@ -26,7 +26,7 @@ std::string Excerpt(const void* data, int length) {
 }  // namespace
 
 MqttLink::MqttLink(const MqttSourceSpec& spec, HostState& state, int generation, HostLogger log)
-    : spec_(spec), log_(log), health_("mqtt " + spec.Name + " (" + spec.Host + ":" + std::to_string(spec.Port) + ")", log) {
+    : spec_(spec), log_(log), health_("mqtt " + spec.Name, spec.Host + ":" + std::to_string(spec.Port), log) {
     std::call_once(libraryOnce, [] { mosquitto_lib_init(); });
     for (size_t i = 0; i < spec_.Maps.size(); ++i) {
         mapPoints_.push_back(LocateDevicePoint(state, generation, spec_.Maps[i].Point));
@@ -126,7 +126,6 @@ void MqttLink::OnConnect(mosquitto* mosq, void* self, int rc) {
         for (const auto& [topic, maps] : link->topicMaps_) mosquitto_subscribe(mosq, nullptr, topic.c_str(), 0);
     }
     std::lock_guard<std::mutex> lock(link->mutex_);
-    link->connected_ = rc == 0;
     link->events_.push_back(Event{rc == 0, rc == 0 ? "" : mosquitto_connack_string(rc)});
     link->Post();
 }
@@ -134,7 +133,6 @@ void MqttLink::OnConnect(mosquitto* mosq, void* self, int rc) {
 void MqttLink::OnDisconnect(mosquitto*, void* self, int rc) {
     auto* link = static_cast<MqttLink*>(self);
     std::lock_guard<std::mutex> lock(link->mutex_);
-    link->connected_ = false;
     link->events_.push_back(Event{false, rc == 0 ? "disconnected" : "connection lost"});
     link->Post();
 }

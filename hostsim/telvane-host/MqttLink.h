@@ -73,7 +73,6 @@ private:
     std::vector<std::string> lines_;
     std::map<std::string, uint64_t> badTopics_;
     bool posted_ = false;
-    bool connected_ = false;  // callback thread's view
     std::atomic<uint64_t> taken_{0};
     std::atomic<uint64_t> refused_{0};
 };

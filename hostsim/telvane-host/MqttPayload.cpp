@@ -6,6 +6,7 @@
 #include <QJsonValue>
 
 #include <cctype>
+#include <cfloat>
 #include <charconv>
 #include <cmath>
 
@@ -22,7 +23,17 @@ bool PlainNumber(std::string_view text, double& value) {
 
 }  // namespace
 
+static bool PayloadNumber(std::string_view payload, const std::string& field, double& value, std::string& fault);
+
+// A host reading is a float: a number beyond its range would arrive as infinity.
 bool PayloadValue(std::string_view payload, const std::string& field, double& value, std::string& fault) {
+    if (!PayloadNumber(payload, field, value, fault)) return false;
+    if (std::fabs(value) <= FLT_MAX) return true;
+    fault = "out of range";
+    return false;
+}
+
+static bool PayloadNumber(std::string_view payload, const std::string& field, double& value, std::string& fault) {
     if (payload.size() > MqttMaxPayload) {
         fault = "payload too long";
         return false;

@@ -57,7 +57,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         static const char* const fields[] = {"", "power_kw", "meter.total", "a.b.c"};
         double value = 0;
         std::string fault;
-        if (PayloadValue(rest, fields[data[1] % 4], value, fault)) Check(std::isfinite(value));
+        if (PayloadValue(rest, fields[data[1] % 4], value, fault)) Check(std::isfinite(static_cast<float>(value)));
         else Check(!fault.empty());
         return 0;
     }

@@ -7,18 +7,18 @@ namespace {
 
 TEST(DeviceHealth, OneLinePerChangeOfState) {
     std::vector<std::string> log;
-    DeviceHealth health("modbus M", [&](const std::string& line) { log.push_back(line); });
+    DeviceHealth health("modbus M", "10.0.0.9:502 unit 3", [&](const std::string& line) { log.push_back(line); });
     EXPECT_TRUE(health.Down("Connection refused"));
     EXPECT_FALSE(health.Down("Connection refused"));
     EXPECT_FALSE(health.Down("timeout"));
     EXPECT_TRUE(health.Up());
     EXPECT_FALSE(health.Up());
     EXPECT_TRUE(health.Down("timeout"));
-    EXPECT_EQ(log, (std::vector<std::string>{"modbus M: lost (Connection refused); its points are in error", "modbus M: back",
-                                             "modbus M: lost (timeout); its points are in error"}));
-    DeviceHealth fresh("mqtt B", [&](const std::string& line) { log.push_back(line); });
+    EXPECT_EQ(log, (std::vector<std::string>{"modbus M: lost (Connection refused) at 10.0.0.9:502 unit 3", "modbus M: back",
+                                             "modbus M: lost (timeout)"}));
+    DeviceHealth fresh("mqtt B", "broker:1883", [&](const std::string& line) { log.push_back(line); });
     EXPECT_TRUE(fresh.Up());
-    EXPECT_EQ(log.back(), "mqtt B: connected");
+    EXPECT_EQ(log.back(), "mqtt B: connected (broker:1883)");
 }
 
 TEST(DeviceHealth, BackoffDoublesToItsCeilingAndResets) {

@@ -123,13 +123,15 @@ TEST_F(ModbusDeviceTest, WritesFollowedValuesAndKeepThemForAReconnection) {
     ASSERT_TRUE(Pump([&] { return server.Get("holding", 200, 2) == std::vector<unsigned>{0xBF80, 0}; }, 15s)) << LogText();
 }
 
-TEST_F(ModbusDeviceTest, RefusedAddressesSpoilOnlyTheirOwnPoints) {
+TEST_F(ModbusDeviceTest, RefusalsAndUnusableValuesSpoilOnlyTheirOwnPoints) {
     ModbusServer server;
     ASSERT_TRUE(server.StartTcp());
     ASSERT_TRUE(server.Set("holding", 0, {77}));
+    ASSERT_TRUE(server.Set("input", 4, {0x7FC0, 0, 0x4120, 0}));  // a float NaN, then 10.0
     // The test server holds 2048 registers of each table: 3000 is refused with an exception.
     ModbusDevice device(Device("[modbus Part]\naddress = 127.0.0.1:" + std::to_string(server.Port()) +
-                               "\npoll = 0.1\nmap = T1 holding 0 uint16\nmap = T2 holding 3000 uint16\n"),
+                               "\npoll = 0.1\nmap = T1 holding 0 uint16\nmap = T2 holding 3000 uint16\n"
+                               "map = T3 input 4 float32\nmap = T4 input 6 float32\n"),
                         state_, 5, Logger());
     device.Start();
     ASSERT_TRUE(Pump([&] { return Reading(HostTable::Tags, 0) == 77.0f; }, 5s)) << LogText();
@@ -137,6 +139,11 @@ TEST_F(ModbusDeviceTest, RefusedAddressesSpoilOnlyTheirOwnPoints) {
     EXPECT_FALSE(InError(HostTable::Tags, 0));
     EXPECT_TRUE(InError(HostTable::Tags, 1));
     EXPECT_EQ(LogCount("refuses holding 3000..3000"), 1) << LogText();
+    EXPECT_TRUE(InError(HostTable::Tags, 2));
+    EXPECT_EQ(Reading(HostTable::Tags, 2), 0.0f);  // never NaN
+    EXPECT_EQ(LogCount("input 4 holds no usable value for [T3]"), 1) << LogText();
+    EXPECT_EQ(Reading(HostTable::Tags, 3), 10.0f);
+    EXPECT_FALSE(InError(HostTable::Tags, 3));
     EXPECT_EQ(LogCount("lost"), 0) << LogText();
 }
 

@@ -66,13 +66,14 @@ int main(int argc, char** argv) {
     std::unique_ptr<QModbusServer> server;
     int port = 0;
     int unit = 1;
-    Counter counter;
+    Counter* counter = nullptr;  // the server owns it
     if (kind == "tcp") {
         port = std::atoi(argv[2]);
         if (port == 0) port = FreePort();
         if (argc > 3) unit = std::atoi(argv[3]);
         auto tcp = std::make_unique<QModbusTcpServer>();
-        tcp->installConnectionObserver(&counter);
+        counter = new Counter;
+        tcp->installConnectionObserver(counter);
         server = std::move(tcp);
         server->setConnectionParameter(QModbusDevice::NetworkAddressParameter, "127.0.0.1");
         server->setConnectionParameter(QModbusDevice::NetworkPortParameter, port);
@@ -123,7 +124,7 @@ int main(int argc, char** argv) {
                 return;
             }
             if (command == "connections") {
-                std::printf("%d\n", counter.taken);
+                std::printf("%d\n", counter ? counter->taken : 0);
                 std::fflush(stdout);
                 continue;
             }

@@ -42,6 +42,8 @@ TEST(MqttPayload, NumbersAndFields) {
         {R"({"power_kw": null})", "power_kw", "not a number"},
         {R"({"power_kw": "high"})", "power_kw", "not a number"},
         {std::string(70000, '1'), "", "too long"},
+        {"1e39", "", "out of range"},
+        {R"({"power_kw": -1e300})", "power_kw", "out of range"},
     };
     for (const Bad& b : bad) {
         double value = 123;
