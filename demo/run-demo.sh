@@ -181,7 +181,7 @@ store_file() { find "$datalocal" -iname '*.lum' -printf '%T@ %p\n' 2> /dev/null 
 # the CSV import also flags the records it writes, but leaves tag 1 at 0.
 closed_periods() {
     "$store" records "$1" 2> /dev/null |
-        awk -F, 'NR > 1 && $4 == 1 && $5 != 0 { n++; last = $1 " " $3 } END { print n + 0, last }'
+        awk -F, 'NR > 1 && $4 == 1 && $5 != 0 { n++; last = $3 } END { print n + 0, last }'
 }
 
 # A few values of the last scan line ("M<tag>,current,integrated,rate;" pieces).

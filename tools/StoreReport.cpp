@@ -7,6 +7,7 @@
 #include "files/GetSetupData.h"
 #include "files/PeakTable.h"
 #include "files/StoreFile.h"
+#include "files/StoreFileReader.h"
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -31,53 +32,16 @@ std::string TypeText(const StoreTagSummary& tag)
     return "Unknown Tag Type";
 }
 
-struct OpenStore {
-    StoreFile File;
-    StoreHeader Header;
-    StoreLayout Layout;
-    std::vector<StoreTagSummary> Tags;
-    int TagCount = 0;
-};
+using OpenStore = OpenedStoreFile;
 
-// Opens path as a store file; on failure prints why and gives false.
+// Opens path as a store file; on failure says why and gives false.
 bool Open(const std::string& path, OpenStore& store, std::ostream& err)
 {
-    const std::string local = LocalPath(path).string();
-    if (VbError e = store.File.OpenReadOnly(local)) {
-        err << "vt-store: cannot open " << path << ": " << e.Description << "\n";
-        return false;
-    }
-    const VbResult<int64_t> length = store.File.Length();
-    if (!length.Ok() || length.Value < StoreNewFileLength) {
-        err << "vt-store: " << path << " is not a store file: it is " << (length.Ok() ? length.Value : 0)
-                  << " bytes long, shorter than a store file header\n";
-        return false;
-    }
-    store.File.ReadHeader(store.Header);
-    const std::string problem = StoreHeaderProblem(store.Header);
-    if (!problem.empty()) {
-        err << "vt-store: " << path << " is not a store file: " << problem << "\n";
-        return false;
-    }
-    store.TagCount = store.Header.MaxTags - 2 - store.Header.CenterCount;
-    if (store.TagCount < 1) {
-        err << "vt-store: " << path << " holds no tags: " << store.Header.MaxTags << " tag slots less 2 less "
-                  << store.Header.CenterCount << " centers leaves none (the monitor refuses such a file)\n";
-        return false;
-    }
-    if (store.TagCount > store.Header.MaxTags)
-        store.TagCount = store.Header.MaxTags;
-    store.Layout = StoreLayout{store.Header.DataStart, store.Header.MaxTags, store.Header.PeriodsPerDay};
-    if (length.Value < store.Header.DataStart - 1) {
-        err << "vt-store: " << path << " is not a store file: it ends (" << length.Value
-                  << " bytes) before its first period record\n";
-        return false;
-    }
-    if (VbError e = store.File.ReadTagSummaries(store.Header, store.Tags)) {
-        err << "vt-store: " << path << ": cannot read the tag summaries: " << e.Description << "\n";
-        return false;
-    }
-    return true;
+    const std::string problem = OpenStoreFileForReading(path, store);
+    if (problem.empty())
+        return true;
+    err << "vt-store: " << problem << "\n";
+    return false;
 }
 
 std::string CsvField(const std::string& text)
@@ -93,7 +57,7 @@ std::string CsvField(const std::string& text)
     return out + "\"";
 }
 
-} // namespace
+}  // namespace
 
 int StoreInfoReport(const std::string& path, std::ostream& out, std::ostream& err)
 {
@@ -132,31 +96,49 @@ int StoreInfoReport(const std::string& path, std::ostream& out, std::ostream& er
 
 namespace {
 
-// Year and month from a name ending in "yymm.lum"; false when it does not.
-bool MonthOfName(const std::string& path, int& year, int& month)
+// "2024-02-29 23:30"; minutes may reach 1440, which is 00:00 of the next day. Undated files count days.
+std::string PeriodEndText(bool dated, int year, int month, int day, int minutes)
 {
-    const std::string name = LCase(PathFilePart(path));
-    if (name.size() < 8 || name.compare(name.size() - 4, 4, ".lum") != 0)
-        return false;
-    const std::string digits = name.substr(name.size() - 8, 4);
-    for (char c : digits)
-        if (c < '0' || c > '9')
-            return false;
-    year = 2000 + std::stoi(digits.substr(0, 2));
-    month = std::stoi(digits.substr(2, 2));
-    return month >= 1 && month <= 12;
+    if (minutes >= 1440) {
+        minutes -= 1440;
+        ++day;
+        if (dated && day > DaysInMonth(year, month)) {
+            day = 1;
+            if (++month > 12) {
+                month = 1;
+                ++year;
+            }
+        }
+    }
+    char text[64];
+    if (dated)
+        std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", year, month, day, minutes / 60, minutes % 60);
+    else
+        std::snprintf(text, sizeof text, "day %d %02d:%02d", day, minutes / 60, minutes % 60);
+    return text;
 }
 
-} // namespace
+// A record the monitor never wrote reads as flag 0 and zeros everywhere; so does a save of nothing.
+bool HoldsNothing(int16_t flag, const std::vector<float>& values, int tagCount)
+{
+    if (flag != 0)
+        return false;
+    for (int t = 0; t < tagCount && t < static_cast<int>(values.size()); ++t)
+        if (values[static_cast<std::size_t>(t)] != 0.0F)
+            return false;
+    return true;
+}
 
-int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream& err)
+}  // namespace
+
+int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream& err, bool savedOnly)
 {
     OpenStore s;
     if (!Open(path, s, err))
         return 1;
     int year = 0;
     int month = 0;
-    const bool dated = MonthOfName(path, year, month);
+    const bool dated = StoreFileMonth(path, year, month);
     const int days = dated ? DaysInMonth(year, month) : StoreDaysPerMonth;
     std::vector<int> columns;
     out << "date,period,end,flag";
@@ -178,22 +160,65 @@ int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream&
                           << "\n";
                 return 1;
             }
+            const bool nothing = HoldsNothing(flag, values, s.TagCount);
+            if (nothing && savedOnly)
+                continue;
             char date[48];
             if (dated)
                 std::snprintf(date, sizeof date, "%04d-%02d-%02d", year, month, day);
             else
                 std::snprintf(date, sizeof date, "day %d", day);
-            const int endMinutes = p * 1440 / periods;
-            char end[32];
-            std::snprintf(end, sizeof end, "%02d:%02d", endMinutes / 60, endMinutes % 60);
-            out << date << ',' << p << ',' << end << ',' << flag;
-            for (int t : columns)
-                out << ',' << FormatSingle(values[static_cast<std::size_t>(t - 1)]);
+            out << date << ',' << p << ',' << PeriodEndText(dated, year, month, day, p * 1440 / periods)
+                      << ',';
+            if (!nothing)
+                out << flag;
+            for (int t : columns) {
+                out << ',';
+                if (!nothing)
+                    out << FormatSingle(values[static_cast<std::size_t>(t - 1)]);
+            }
             out << "\n";
         }
     }
     return out.good() ? 0 : 1;
 }
+
+constexpr int64_t MaxSettingsFileBytes = 4 * 1024 * 1024;
+
+// Why bytes are not the monitor's settings file, or "" when they are one: text of [section] and
+// key=value lines with its [general] settings or its [Peaks] table (other programs add sections).
+namespace {
+
+std::string SettingsFileProblem(const std::string& bytes)
+{
+    if (const auto nul = bytes.find('\0'); nul != std::string::npos)
+        return "it holds binary bytes (a NUL at offset " + std::to_string(nul) + ")";
+    bool sectionSeen = false;
+    std::size_t start = 0;
+    for (int line = 1; start < bytes.size(); ++line) {
+        std::size_t end = bytes.find('\n', start);
+        if (end == std::string::npos)
+            end = bytes.size();
+        const std::string whole = bytes.substr(start, end - start);
+        start = end + 1;
+        const std::size_t first = whole.find_first_not_of(" \t\r\f\v");
+        if (first == std::string::npos || whole[first] == ';' || whole[first] == '#')
+            continue;
+        if (whole[first] != '[') {
+            if (!sectionSeen)
+                return "line " + std::to_string(line) + " comes before any [section]";
+            continue;
+        }
+        sectionSeen = true;
+        const std::size_t close = whole.find(']', first);
+        const std::string name = LCase(Trim(whole.substr(first + 1, close == std::string::npos ? 0 : close - first - 1)));
+        if (name == "general" || name == "peaks")
+            return "";
+    }
+    return sectionSeen ? "it has neither a [general] nor a [Peaks] section" : "it holds no [section]";
+}
+
+}  // namespace
 
 int PeakTableReport(const std::string& iniPath, std::ostream& out, std::ostream& err)
 {
@@ -203,6 +228,22 @@ int PeakTableReport(const std::string& iniPath, std::ostream& out, std::ostream&
     }
     if (!FileExists(iniPath)) {
         err << "vt-store: cannot open " << iniPath << ": File not found\n";
+        return 1;
+    }
+    // Settings files are small; a big file is something else and is not read whole.
+    const VbResult<int64_t> length = FileLength(iniPath);
+    if (length.Ok() && length.Value > MaxSettingsFileBytes) {
+        err << "vt-store: " << iniPath << " is not a settings file: it is " << length.Value
+                  << " bytes long\n";
+        return 1;
+    }
+    const VbResult<std::string> bytes = ReadWholeFile(iniPath);
+    if (!bytes.Ok()) {
+        err << "vt-store: cannot read " << iniPath << ": " << bytes.Error.Description << "\n";
+        return 1;
+    }
+    if (const std::string problem = SettingsFileProblem(bytes.Value); !problem.empty()) {
+        err << "vt-store: " << iniPath << " is not a settings file: " << problem << "\n";
         return 1;
     }
     // The table reads as zeros when nothing has been saved there; say so rather than look empty.
@@ -219,3 +260,4 @@ int PeakTableReport(const std::string& iniPath, std::ostream& out, std::ostream&
     }
     return 0;
 }
+

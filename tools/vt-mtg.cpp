@@ -1,5 +1,5 @@
 // vt-mtg: builds a tag setup file (.MTG) from its text description and prints one back as text.
-//   vt-mtg build DESCRIPTION OUT.MTG
+//   vt-mtg build [--force] DESCRIPTION OUT.MTG
 //   vt-mtg dump FILE.MTG
 // Paths may be local paths or path texts of the prefix ("C:\Telvane\Job1\Setup\Site.MTG").
 #include <cerrno>
@@ -11,28 +11,35 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
+#include "files/SetupUseChecks.h"
 #include "platform/Paths.h"
+#include "support/ProgramInfo.h"
 
 namespace {
 
 const char* const UsageText =
-    "usage: vt-mtg build DESCRIPTION OUT.MTG   write a tag setup file from its text description\n"
-    "       vt-mtg dump FILE.MTG               print a tag setup file as a text description\n"
+    "usage: vt-mtg build [--force] DESCRIPTION OUT.MTG\n"
+    "                                write a tag setup file from its text description\n"
+    "       vt-mtg dump FILE.MTG     print a tag setup file as a text description\n"
+    "       vt-mtg --help | --version\n"
     "\n"
     "A description starts with [Header] (SetupVersion, SetupInfoWord, PeriodsPerDay, TariffCount,\n"
     "TariffEntryCount, CenterCount), followed by any of [Tariff i], [Tariff i Entry e], [PairTable p],\n"
     "[Center c], [Tag t] and [Fixed f] with lines 'Key = value'. Texts are in double quotes; a field\n"
     "not given is zero (texts blank). 'vt-mtg dump' of an existing file shows every key in use, and\n"
-    "building its output gives the same file byte for byte.\n";
-
-int Usage(bool asked)
-{
-    (asked ? std::cout : std::cerr) << UsageText;
-    return asked ? 0 : 2;
-}
+    "building its output gives the same file byte for byte.\n"
+    "\n"
+    "build refuses, naming the line, a setup the monitor cannot use: SetupVersion below 250,\n"
+    "PeriodsPerDay other than 24, 48 or 96, an online measured tag with an unknown ScanType, or\n"
+    "with a \"Scada Tag\" scan type and PageNo 0 (the host tag it reads). --force builds it anyway.\n"
+    "\n"
+    "Paths are local paths, or path texts of the prefix: \"C:\\Telvane\\Job1\\Setup\\Site.MTG\" is\n"
+    "<prefix>/drives/c/Telvane/Job1/Setup/Site.MTG. The prefix is $VOLTARIS_PREFIX (default\n"
+    "~/.voltaris).\n";
 
 // The whole file, or the reason it cannot be read.
 bool ReadFile(const std::string& pathText, std::string& bytes, std::string& why)
@@ -54,7 +61,7 @@ bool ReadFile(const std::string& pathText, std::string& bytes, std::string& why)
     return true;
 }
 
-int Build(const std::string& descriptionPath, const std::string& outPath)
+int Build(const std::string& descriptionPath, const std::string& outPath, bool force)
 {
     std::string text;
     std::string why;
@@ -71,6 +78,14 @@ int Build(const std::string& descriptionPath, const std::string& outPath)
     const SetupDescriptionResult parsed = ReadSetupDescription(text);
     if (!parsed.Error.empty()) {
         std::cerr << "vt-mtg: " << descriptionPath << ": " << parsed.Error << "\n";
+        return 1;
+    }
+    const std::vector<std::string> problems = SetupUseProblems(parsed);
+    for (const std::string& problem : problems)
+        std::cerr << "vt-mtg: " << descriptionPath << ": " << problem << "\n";
+    if (!problems.empty() && !force) {
+        std::cerr << "vt-mtg: " << outPath << " not written: the monitor cannot use this setup "
+                  << "(--force builds it anyway)\n";
         return 1;
     }
     const VbResult<std::string> bytes = EncodeSetupFile(parsed.Image);
@@ -124,17 +139,40 @@ int Dump(const std::string& path)
 
 int main(int argc, char** argv)
 {
-    const std::string command = argc > 1 ? argv[1] : "";
-    if (command == "build" && argc == 4)
-        return Build(argv[2], argv[3]);
-    if (command == "dump" && argc == 3)
-        return Dump(argv[2]);
-    if (argc == 2 && (command == "--help" || command == "-h" || command == "help"))
-        return Usage(true);
+    const char* const program = "vt-mtg";
+    std::vector<std::string> words;
+    bool force = false;
+    bool optionsEnd = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string a = argv[i];
+        if (optionsEnd || (!IsLongOption(a) && a != "--")) {
+            words.push_back(a);
+        } else if (a == "--") {
+            optionsEnd = true;
+        } else if (a == "--help") {
+            return PrintUsage(UsageText);
+        } else if (a == "--version") {
+            return PrintVersion(program);
+        } else if (a == "--force") {
+            force = true;
+        } else {
+            return RefuseCommandLine(program, "unknown option '" + a + "'", UsageText);
+        }
+    }
+    const std::string command = words.empty() ? "" : words[0];
+    if (words.size() == 1 && (command == "-h" || command == "help"))
+        return PrintUsage(UsageText);
+    if (force && command != "build")
+        return RefuseCommandLine(program, "--force goes with 'build'", UsageText);
+    if (command == "build" && words.size() == 3)
+        return Build(words[1], words[2], force);
+    if (command == "dump" && words.size() == 2)
+        return Dump(words[1]);
     if (command == "build" || command == "dump")
-        std::cerr << "vt-mtg: '" << command << "' takes " << (command == "build" ? "two paths" : "one path")
-                  << "\n";
-    else if (!command.empty())
-        std::cerr << "vt-mtg: unknown command '" << command << "'\n";
-    return Usage(false);
+        return RefuseCommandLine(program,
+                                 "'" + command + "' takes " + (command == "build" ? "two paths" : "one path"),
+                                 UsageText);
+    if (command.empty())
+        return RefuseCommandLine(program, "give a command", UsageText);
+    return RefuseCommandLine(program, "unknown command '" + command + "'", UsageText);
 }

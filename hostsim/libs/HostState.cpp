@@ -1,6 +1,7 @@
 #include "HostState.h"
 
 #include <dlfcn.h>
+#include <signal.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -8,6 +9,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 static_assert(__atomic_always_lock_free(sizeof(float), 0), "float readings must be lock-free");
@@ -94,6 +97,21 @@ HostStateData* MapExisting(const std::string& path) {
     }
     ::close(fd);
     return result;
+}
+
+// Pids stay below 2^22 (the kernel's limit), leaving 42 bits for the start time in clock ticks.
+constexpr int HostPidBits = 22;
+constexpr uint64_t HostPidMask = (uint64_t{1} << HostPidBits) - 1;
+
+// Whether the process that claimed the job still runs. A process that /proc hides from us (another
+// user under hidepid) but that exists is taken as alive: ending the monitor needs certainty.
+bool OwnerAlive(uint64_t owner) {
+    const auto pid = static_cast<pid_t>(owner & HostPidMask);
+    if (HostProcessIdentity(pid) == owner) return true;
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/%d", static_cast<int>(pid));
+    if (::access(path, F_OK) == 0) return false;  // visible: ended, a zombie, or the pid reused
+    return ::kill(pid, 0) == 0 || errno == EPERM;
 }
 
 template <class T, std::size_t N>
@@ -437,13 +455,37 @@ void HostState::SetRelayAddress(HostRelayTable table, int index, std::string_vie
     }
 
 VT_HOST_INT_FIELD(Generation, SetGeneration, Generation)
-VT_HOST_INT_FIELD(JobRunning, SetJobRunning, JobRunning)
 VT_HOST_INT_FIELD(UserMode, SetUserMode, UserMode)
 VT_HOST_INT_FIELD(RecorderCount, SetRecorderCount, RecorderCount)
 VT_HOST_INT_FIELD(RecorderVersion, SetRecorderVersion, RecorderVersion)
 VT_HOST_INT_FIELD(DialogAnswer, SetDialogAnswer, DialogAnswer)
 
 #undef VT_HOST_INT_FIELD
+
+int32_t HostState::JobRunning() {
+    if (data_ == nullptr) return 0;
+    const int32_t running = HostLoad(data_->JobRunning);
+    const uint64_t owner = HostLoad(data_->JobOwner);
+    if (running <= 0 || owner == 0) return running;
+    std::lock_guard<std::mutex> guard(ownerLock_);
+    const auto now = std::chrono::steady_clock::now();
+    if (owner != checkedOwner_ || now - checkedAt_ >= std::chrono::seconds(1)) {
+        ownerAlive_ = OwnerAlive(owner);
+        checkedOwner_ = owner;
+        checkedAt_ = now;
+    }
+    return ownerAlive_ ? running : 0;
+}
+
+void HostState::SetJobRunning(int32_t value) {
+    if (data_) HostStore(data_->JobRunning, value);
+}
+
+void HostState::ClaimJob() {
+    if (data_) HostStore(data_->JobOwner, HostProcessIdentity(static_cast<long>(::getpid())));
+}
+
+uint64_t HostState::JobOwner() { return data_ ? HostLoad(data_->JobOwner) : 0u; }
 
 uint32_t HostState::ReadInputModuleCount() { return data_ ? HostLoad(data_->ReadInputModuleCount) : 0u; }
 void HostState::CountReadInputModule() {
@@ -494,6 +536,35 @@ bool HostState::LogEntry(uint64_t sequence, std::string& module, std::string& ti
     }
     Unlock();
     return found;
+}
+
+uint64_t HostProcessIdentity(long pid) {
+    if (pid <= 0 || static_cast<uint64_t>(pid) > HostPidMask) return 0;
+    // /proc/<pid>/stat: "pid (name) state ppid ... starttime" with the start time the 22nd field;
+    // the name may hold spaces and parentheses, so fields are counted from the last ')'.
+    char path[64];
+    std::snprintf(path, sizeof path, "/proc/%ld/stat", pid);
+    int fd = ::open(path, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return 0;
+    char text[1024];
+    ssize_t n = ::read(fd, text, sizeof text - 1);
+    ::close(fd);
+    if (n <= 0) return 0;
+    text[n] = '\0';
+    const char* close = std::strrchr(text, ')');
+    if (close == nullptr || close[1] != ' ') return 0;
+    const char state = close[2];
+    if (state == 'Z' || state == 'X' || state == 'x') return 0;
+    const char* field = close + 2;  // field 3, the state
+    for (int i = 3; i < 22 && field != nullptr; ++i) {
+        field = std::strchr(field, ' ');
+        if (field != nullptr) ++field;
+    }
+    if (field == nullptr) return 0;
+    char* end = nullptr;
+    const unsigned long long start = std::strtoull(field, &end, 10);
+    if (end == field) return 0;
+    return (static_cast<uint64_t>(start) << HostPidBits) | static_cast<uint64_t>(pid);
 }
 
 std::string HostModuleFolder(const void* address) {

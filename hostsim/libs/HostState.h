@@ -9,8 +9,10 @@
 // Change the layout only by appending fields or tables and raising HostStateLayoutVersion.
 #include <pthread.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -110,7 +112,7 @@ struct HostStateData {
     uint32_t ReadInputModuleCount;
     uint32_t ReloadRecorderSetupCount;
     uint64_t LogCount;        // messages written to the host log so far
-    uint64_t Reserved0;
+    uint64_t JobOwner;        // the process that set the job running (HostProcessIdentity); 0 = none
 
     char JobTexts[static_cast<int>(HostJobText::Count)][HostPathSize];
     HostPoint Tags[HostMaxTags];
@@ -207,8 +209,14 @@ public:
     // Host-wide values.
     int32_t Generation();
     void SetGeneration(int32_t value);
+    // The job flag as the libraries answer it: a job whose owner has died without stopping it
+    // (killed) reads as 0. A flag set with no owner recorded is taken as it stands. The owner is
+    // looked at no more than once a second per state; the answer in between is the last one.
     int32_t JobRunning();
     void SetJobRunning(int32_t value);
+    // Makes the calling process the job's owner; the host does this before setting the job running.
+    void ClaimJob();
+    uint64_t JobOwner();
     int32_t UserMode();
     void SetUserMode(int32_t value);
     int32_t RecorderCount();
@@ -240,7 +248,16 @@ private:
 
     HostStateData* data_ = nullptr;
     std::string filePath_;
+    // The last look at the job's owner.
+    std::mutex ownerLock_;
+    uint64_t checkedOwner_ = 0;
+    bool ownerAlive_ = false;
+    std::chrono::steady_clock::time_point checkedAt_{};
 };
+
+// A live process as a number that a reused pid does not repeat: its pid and its start time since
+// boot. 0 when there is no such process, or it has ended (a zombie counts as ended).
+uint64_t HostProcessIdentity(long pid);
 
 // Folder holding the shared object or program that contains address (dladdr), as a local path.
 std::string HostModuleFolder(const void* address);

@@ -146,10 +146,17 @@ bool Register(const HostLayout& layout, std::string& error) {
 
 }  // namespace
 
+// Built, the libraries sit beside telvane-host; installed, in the private <prefix>/lib/voltaris
+// folder next to bin/, never on the system library path.
 std::string HostLibrarySourceFolder() {
     std::error_code ec;
     fs::path self = fs::read_symlink("/proc/self/exe", ec);
-    return ec ? std::string(".") : self.parent_path().string();
+    if (ec) return ".";
+    const fs::path beside = self.parent_path();
+    if (fs::is_regular_file(beside / HostLibraryNames[0], ec)) return beside.string();
+    const fs::path installed = beside.parent_path() / "lib" / "voltaris";
+    if (fs::is_regular_file(installed / HostLibraryNames[0], ec)) return installed.string();
+    return beside.string();
 }
 
 bool InstallHost(const Scenario& scenario, const HostLayout& layout, std::vector<std::string>& warnings,

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "DeviceLinks.h"
 #include "HostDde.h"
 #include "HostInstall.h"
 #include "HostLayout.h"
@@ -56,7 +57,14 @@ bool Hidden(const Scenario& scenario, const std::string& windowClass) {
 class RunningHost {
 public:
     RunningHost(const Scenario& scenario, const HostLayout& layout, HostState& state)
-        : scenario_(scenario), layout_(layout), state_(state), dde_(state, layout.Generation) {}
+        : scenario_(scenario),
+          layout_(layout),
+          state_(state),
+          dde_(state, layout.Generation),
+          devices_(scenario, state, layout.Generation, [log = &state](const std::string& text) {
+              Say(text);
+              log->AppendLog("telvane-host", text);
+          }) {}
 
     bool Start(std::string& error) {
         if (!dde_.Start(error)) return false;
@@ -68,6 +76,7 @@ public:
         }
         for (const MeterSpec& spec : scenario_.Meters) meters_.emplace_back(spec);
         Simulate();
+        if (!devices_.Start(error)) return false;
         std::string title = (layout_.Generation == 5 ? "Telvane V5 - " : "Telvane - ") + layout_.JobName;
         for (const std::string& windowClass : WindowClasses(layout_.Generation)) {
             if (!RegisterWindow(windowClass, title, !Hidden(scenario_, windowClass))) {
@@ -75,11 +84,14 @@ public:
                 return false;
             }
         }
+        // Owned by this process, so a host killed without stopping its job is not taken for a running one.
+        state_.ClaimJob();
         state_.SetJobRunning(1);
         return true;
     }
 
     void Stop() {
+        devices_.Stop();
         state_.SetJobRunning(0);
         UnregisterAllWindows();
         dde_.Stop();
@@ -98,6 +110,7 @@ public:
             }
         }
         Simulate();
+        devices_.Follow();
         dde_.Pump();
         return true;
     }
@@ -122,6 +135,7 @@ private:
     HostState& state_;
     HostDdeService dde_;
     std::vector<MeterSim> meters_;
+    DeviceLinks devices_;
 };
 
 bool LoadScenario(const std::string& path, Scenario& scenario, std::string& error) {
@@ -165,6 +179,9 @@ int RunHost(int argc, char** argv, int generation, const std::string& scenarioPa
         if (auto window = FindWindowByClass(windowClass)) {
             return Fail("a window " + windowClass + " is already open (pid " + std::to_string(window->OwnerPid) + ")");
         }
+    }
+    if (!CheckDevicePoints(scenario, generation, error)) {
+        return Fail((scenarioPath.empty() ? std::string("scenario") : scenarioPath) + ", " + error);
     }
     HostLayout layout = MakeLayout(scenario, generation);
     for (const MeterSpec& meter : scenario.Meters) {

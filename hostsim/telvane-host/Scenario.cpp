@@ -97,7 +97,16 @@ bool ParseKind(std::string_view text, MeterKind& kind) {
     return true;
 }
 
-enum class SectionKind { None, Host, Meter, Point, Page, Dde };
+enum class SectionKind { None, Host, Meter, Point, Page, Dde, Modbus, Mqtt };
+
+// Device lines may end in a comment: a ';' after a blank. Passwords keep every character.
+std::string_view WithoutComment(const std::string& key, std::string_view value) {
+    if (key == "password") return value;
+    for (size_t i = 1; i < value.size(); ++i) {
+        if (value[i] == ';' && std::isspace(static_cast<unsigned char>(value[i - 1]))) return TrimBlanks(value.substr(0, i));
+    }
+    return value;
+}
 
 struct Parser {
     Parser(Scenario& s, std::string& e) : scenario(s), error(e) {}
@@ -112,7 +121,43 @@ struct Parser {
         return false;
     }
 
+    // A device section is checked as a whole when the next section starts or the file ends,
+    // and a mistake names its header line.
+    bool CloseDeviceSection() {
+        std::string message;
+        int header = 0;
+        if (section == SectionKind::Modbus && !CheckModbusDevice(scenario.ModbusDevices.back(), message)) {
+            header = scenario.ModbusDevices.back().Line;
+        } else if (section == SectionKind::Mqtt && !CheckMqttSource(scenario.MqttSources.back(), message)) {
+            header = scenario.MqttSources.back().Line;
+        }
+        if (header == 0) return true;
+        error = "line " + std::to_string(header) + ": " + message;
+        return false;
+    }
+
+    bool DeviceKey(const std::string& key, std::string_view value) {
+        value = WithoutComment(key, value);
+        std::string message;
+        bool ok = section == SectionKind::Modbus
+                      ? SetModbusKey(scenario.ModbusDevices.back(), key, value, message)
+                      : SetMqttKey(scenario.MqttSources.back(), key, value, message);
+        if (!ok) return Fail(message);
+        if (section == SectionKind::Modbus) {
+            ModbusDeviceSpec& d = scenario.ModbusDevices.back();
+            for (auto* list : {&d.Maps, &d.Writes}) {
+                if (!list->empty() && list->back().Line == 0) list->back().Line = lineNumber;
+            }
+        } else {
+            MqttSourceSpec& s = scenario.MqttSources.back();
+            if (!s.Maps.empty() && s.Maps.back().Line == 0) s.Maps.back().Line = lineNumber;
+            if (!s.Publishes.empty() && s.Publishes.back().Line == 0) s.Publishes.back().Line = lineNumber;
+        }
+        return true;
+    }
+
     bool OpenSection(std::string_view header) {
+        if (!CloseDeviceSection()) return false;
         std::string_view inner = TrimBlanks(header);
         size_t blank = inner.find_first_of(" \t");
         std::string kind = Lower(inner.substr(0, blank));
@@ -143,6 +188,20 @@ struct Parser {
             }
             section = SectionKind::Page;
             scenario.Pages.push_back(page);
+            return true;
+        }
+        if (kind == "modbus") {
+            section = SectionKind::Modbus;
+            scenario.ModbusDevices.push_back(ModbusDeviceSpec());
+            scenario.ModbusDevices.back().Name = name;
+            scenario.ModbusDevices.back().Line = lineNumber;
+            return true;
+        }
+        if (kind == "mqtt") {
+            section = SectionKind::Mqtt;
+            scenario.MqttSources.push_back(MqttSourceSpec());
+            scenario.MqttSources.back().Name = name;
+            scenario.MqttSources.back().Line = lineNumber;
             return true;
         }
         if (kind == "dde") {
@@ -271,6 +330,8 @@ struct Parser {
         case SectionKind::Meter: return MeterKey(key, value);
         case SectionKind::Point: return PointKey(key, value);
         case SectionKind::Page: return PageKey(key, value);
+        case SectionKind::Modbus:
+        case SectionKind::Mqtt: return DeviceKey(key, value);
         case SectionKind::Dde:
             // Item names keep their spelling; the server compares them without case anyway.
             scenario.DdeItems.push_back(DdeItemSpec{sectionName, std::string(rawKey), std::string(value)});
@@ -293,6 +354,7 @@ bool ParseScenario(std::string_view text, Scenario& scenario, std::string& error
         if (!parser.Line(text.substr(start, end - start))) return false;
         start = end + 1;
     }
+    if (!parser.CloseDeviceSection()) return false;
     for (const MeterSpec& m : scenario.Meters) {
         if (!m.HasPoint && m.DdeTopic.empty()) {
             error = "meter " + m.Name + " has neither a point nor a dde topic";

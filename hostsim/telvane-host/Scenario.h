@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "DeviceSpecs.h"
 #include "PointRef.h"
 
 enum class MeterKind { Rate, Total, Pulse, HourPulse };
@@ -65,6 +66,8 @@ struct Scenario {
     std::vector<PointSpec> Points;
     std::vector<PageSpec> Pages;
     std::vector<DdeItemSpec> DdeItems;
+    std::vector<ModbusDeviceSpec> ModbusDevices;
+    std::vector<MqttSourceSpec> MqttSources;
 };
 
 // Parses a scenario text. On failure gives false and a message naming the line.

@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "Commands.h"
+#include "HostInstall.h"
 #include "HostRun.h"
+#include "support/ProgramInfo.h"
 
 namespace {
 
@@ -13,7 +15,8 @@ const char* const Usage =
     "usage: telvane-host COMMAND ...\n"
     "  run --generation 4|5 [--scenario FILE]\n"
     "                       install the host into the prefix, open its windows, run its job and\n"
-    "                       simulate the scenario's meters until stopped\n"
+    "                       simulate the scenario's meters and read its Modbus and MQTT devices\n"
+    "                       until stopped\n"
     "  stop                 end the running host's job and close its windows\n"
     "  status               generation, folders, run state and open windows, one 'name: value' a line\n"
     "  set POINT=VALUE ...  set host points; POINT is [T12], T12, [R1P2L3], [P3L4] or L124\n"
@@ -23,12 +26,24 @@ const char* const Usage =
     "  clock                print the prefix's date-time\n"
     "  clock START [SPEED]  run the prefix on a simulated clock from START (YYYY-MM-DDTHH:MM:SS)\n"
     "  clock real           return the prefix to the system clock\n"
-    "The prefix is $VOLTARIS_PREFIX (default ~/.voltaris).\n";
+    "  --help, --version    this text; the version and build\n"
+    "The prefix is $VOLTARIS_PREFIX (default ~/.voltaris): the host goes into its drive C:\n"
+    "(<prefix>/drives/c/Telvane5 or Telvane4 unless the scenario says otherwise) and keeps its\n"
+    "record in <prefix>/run/telvane-host.ini.\n";
+
+// The usage and the folder the host libraries are installed from, which depends on where this
+// program runs from.
+std::string FullUsage() {
+    return std::string(Usage) + "The host libraries are installed from " + HostLibrarySourceFolder() + ".\n";
+}
 
 int UsageError(const std::string& text) {
-    if (!text.empty()) std::fprintf(stderr, "telvane-host: %s\n", text.c_str());
-    std::fputs(Usage, stderr);
-    return 2;
+    return RefuseCommandLine("telvane-host", text.empty() ? "give a command" : text, FullUsage());
+}
+
+// The long options each command takes; those with a value skip it.
+bool KnownOption(const std::string& command, const std::string& option) {
+    return command == "run" && (option == "--generation" || option == "--scenario");
 }
 
 int Run(int argc, char** argv, const std::vector<std::string>& args) {
@@ -54,13 +69,31 @@ int Run(int argc, char** argv, const std::vector<std::string>& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) return UsageError("");
-    std::string command = argv[1];
-    std::vector<std::string> args(argv + 2, argv + argc);
-    if (command == "-h" || command == "--help" || command == "help") {
-        std::fputs(Usage, stdout);
-        return 0;
+    const std::vector<std::string> all(argv + 1, argv + argc);
+    // --help and --version anywhere answer at once; other options must belong to the command.
+    // "--" ends the options (a DDE text may start with "--").
+    std::string command;
+    std::vector<std::string> args;
+    bool optionsEnd = false;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const std::string& a = all[i];
+        if (optionsEnd || (!IsLongOption(a) && a != "--")) {
+            (command.empty() ? command : args.emplace_back()) = a;
+        } else if (a == "--") {
+            optionsEnd = true;
+        } else if (a == "--help") {
+            return PrintUsage(FullUsage());
+        } else if (a == "--version") {
+            return PrintVersion("telvane-host");
+        } else if (KnownOption(command, a)) {
+            args.push_back(a);
+            if (i + 1 < all.size()) args.push_back(all[++i]);
+        } else {
+            return UsageError("unknown option '" + a + "'");
+        }
     }
+    if (command.empty()) return UsageError("");
+    if (command == "-h" || command == "help") return PrintUsage(FullUsage());
     if (command == "run") return Run(argc, argv, args);
     if (command == "stop") return args.empty() ? StopHost() : UsageError("stop takes no arguments");
     if (command == "status") return args.empty() ? PrintStatus() : UsageError("status takes no arguments");
@@ -70,5 +103,5 @@ int main(int argc, char** argv) {
     if (command == "dde-set") {
         return args.size() == 3 ? DdeSet(args[0], args[1], args[2]) : UsageError("dde-set: give APPLICATION|TOPIC ITEM TEXT");
     }
-    return UsageError("unknown command " + command);
+    return UsageError("unknown command '" + command + "'");
 }

@@ -1,13 +1,14 @@
 // voltamon: the monitor. With a display it shows its main window; with --headless, or with no
-// display at all, the same monitor runs on the event loop alone, its messages going to the log.
+// display at all, the same monitor runs on the event loop alone, its messages going to stderr
+// and the log.
 #include <QApplication>
-#include <QCoreApplication>
 #include <cstdlib>
-#include <cstring>
 
-#include "core/HeadlessView.h"
+#include "app/HeadlessRun.h"
+#include "app/MonitorCommandLine.h"
 #include "core/Monitor.h"
 #include "platform/Programs.h"
+#include "platform/TermSignals.h"
 #include "ui/frmMain.h"
 
 namespace {
@@ -20,25 +21,6 @@ bool HasDisplay() {
     return false;
 }
 
-bool HeadlessAsked(int argc, char** argv) {
-    for (int i = 1; i < argc; ++i)
-        if (std::strcmp(argv[i], "--headless") == 0) return true;
-    return false;
-}
-
-int RunHeadless(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
-    QCoreApplication::setApplicationName(Monitor::Caption);
-    HeadlessView view;
-    Monitor monitor(view, view);
-    view.SetCommands(monitor);
-    monitor.Form_Load();
-    if (view.Closed() || monitor.Ended()) return view.ExitCode();
-    monitor.StartTimer();
-    const int code = app.exec();
-    return view.Closed() ? view.ExitCode() : code;
-}
-
 int RunWindowed(int argc, char** argv) {
     QApplication app(argc, argv);
     QApplication::setApplicationName(Monitor::Caption);
@@ -46,6 +28,10 @@ int RunWindowed(int argc, char** argv) {
     Monitor monitor(window, window);
     window.SetCommands(monitor);
     monitor.SetStage2Hook([&window] { window.Stage2Begun(); });
+    OnTermSignal([&monitor, &window] {
+        monitor.RequestExit();
+        window.CloseMainWindow();
+    });
     monitor.Form_Load();
     if (monitor.Ended()) return 1;
     window.show();
@@ -56,7 +42,9 @@ int RunWindowed(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    const MonitorCommandLine line = ReadMonitorCommandLine(argc, argv, true);
+    if (line.Action == CommandLineAction::Exit) return line.ExitCode;
     SetCommandLine(argc, argv);
-    if (HeadlessAsked(argc, argv) || !HasDisplay()) return RunHeadless(argc, argv);
+    if (line.Headless || !HasDisplay()) return RunHeadless(argc, argv);
     return RunWindowed(argc, argv);
 }

@@ -2,6 +2,8 @@
 
 #include <QCoreApplication>
 
+#include <cstdio>
+
 #include "platform/Clock.h"
 #include "platform/Programs.h"
 #include "support/Log.h"
@@ -9,15 +11,36 @@
 
 namespace {
 
-// One log line: the message's line breaks become blanks.
+// One log line: each run of line breaks becomes " | ", so a message of several lines stays one log
+// line and still shows where its lines were.
 std::string OneLine(const std::string& text) {
     std::string line;
     line.reserve(text.size());
+    bool inBreak = false;
     for (char c : text) {
-        if (c == '\n') continue;
-        line += c == '\r' ? ' ' : c;
+        if (c == '\r' || c == '\n') {
+            if (!inBreak) line += " | ";
+            inBreak = true;
+            continue;
+        }
+        inBreak = false;
+        line += c;
     }
     return line;
+}
+
+// The message as the window would show it, for a person at the terminal or the service journal:
+// its title, then its text with every line break kept (CR LF written as a plain line end).
+void CopyToStderr(const std::string& title, const std::string& text, const char* answer) {
+    std::string copy = ProgramName() + ": " + title + ": ";
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+        copy += text[i] == '\r' ? '\n' : text[i];
+    }
+    if (answer != nullptr) copy += answer;
+    copy += '\n';
+    std::fwrite(copy.data(), 1, copy.size(), stderr);
+    std::fflush(stderr);
 }
 
 }  // namespace
@@ -50,12 +73,15 @@ bool HeadlessView::LookForEvents() {
 }
 
 void HeadlessView::ShowMessage(const std::string& text, const std::string& title, MessageIcon) {
+    CopyToStderr(title, text, nullptr);
     AddToLog(OneLine(title + ": " + text));
 }
 
 MessageAnswer HeadlessView::Ask(const std::string& text, const std::string& title, MessageButtons buttons, MessageIcon) {
     const MessageAnswer answer = buttons == MessageButtons::YesNo ? MessageAnswer::No : MessageAnswer::OK;
-    AddToLog(OneLine(title + ": " + text) + (answer == MessageAnswer::No ? " (No)" : " (OK)"));
+    const char* given = answer == MessageAnswer::No ? " (No)" : " (OK)";
+    CopyToStderr(title, text, given);
+    AddToLog(OneLine(title + ": " + text) + given);
     return answer;
 }
 

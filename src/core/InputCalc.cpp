@@ -1,5 +1,6 @@
 #include "core/InputCalc.h"
 
+#include <algorithm>
 #include <string>
 
 #include "core/ScanTag.h"
@@ -42,9 +43,10 @@ void Input_Calc_Direct(ScanContext& scan, int16_t tag, DateTime now) {
     if (ops.Failed()) return ReportError(procedure, ops.Error());
     value.Current = scaled;
 
+    // A clock gone back since the last reading gives no span, never a negative one.
+    const double hours = std::max(0.0, (now - value.LastReadTime) * HoursPerDay);
     const float integrated =
-        ops.Single(static_cast<double>(value.Integrated) +
-                   static_cast<double>(value.Current) * (now - value.LastReadTime) * HoursPerDay);
+        ops.Single(static_cast<double>(value.Integrated) + static_cast<double>(value.Current) * hours);
     if (ops.Failed()) return ReportError(procedure, ops.Error());
     value.Integrated = integrated;
     value.LastReadTime = now;
@@ -64,12 +66,14 @@ void Input_Calc_Total(ScanContext& scan, int16_t tag, DateTime now) {
 
     // The rate is the growth since the meter's previous reading, kept in Previous: Integrated is
     // cleared by start-up and by every period save, and comparing with that would book the whole
-    // running total as one scan's growth. The first reading after start-up only sets the base.
+    // running total as one scan's growth. The first reading after start-up only sets the base,
+    // unless the base was taken back from before a restart.
     const float old = value.Previous;
     value.Integrated = value.Current;
-    if (scan.State.StartingUp != 1 && value.Current > old) {
+    const double hours = (now - value.LastReadTime) * HoursPerDay;
+    // A clock gone back gives no span to rate the growth over: the rate stays as it was.
+    if ((scan.State.StartingUp != 1 || value.Resumed) && value.Current > old && hours >= 0) {
         const float growth = ops.Sub(value.Current, old);
-        const double hours = (now - value.LastReadTime) * HoursPerDay;
         const float newRate = ops.Single(ops.Div(static_cast<double>(growth), hours));
         const float rate = Smoothed(ops, n, value.Rate, newRate);
         if (ops.Failed()) return ReportError(procedure, ops.Error());
@@ -91,7 +95,7 @@ void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
     const int16_t n = scan.Settings.AverageScans;
     SingleArithmetic ops;
 
-    if (scan.State.StartingUp == 1) {
+    if (scan.State.StartingUp == 1 && !value.Resumed) {
         // The first reading only sets the base: no rate, no output, no grid update.
         value.Previous = value.Current;
         value.PulseTime = now;
@@ -109,12 +113,26 @@ void Input_Calc_Pulse(ScanContext& scan, int16_t tag, DateTime now) {
     increment = ops.Mul(increment, record.UnitsPerPulse);
 
     const double hours = (now - value.PulseTime) * HoursPerDay;
+    bool good = true;
+    if (hours < 0) {
+        // The clock went back past the last pulse update: the pulses still count, but there is no
+        // span to rate or check them over, so the rate stays and the span starts again from now.
+        const float integrated = ops.Add(value.Integrated, increment);
+        if (ops.Failed()) return ReportError(procedure, ops.Error());
+        value.PulseTime = now;
+        value.Integrated = integrated;
+        if (increment > 0) value.LastGoodDelta = increment;
+        HostOutput(scan, record, value.Rate);
+        ShowGridNumber(scan, tag, GridColumnRate, GridNumber::SmoothedWithLimit(n, value.Rate, record.MaxRate));
+        ShowRowColour(scan, tag, ColourBlack);
+        value.Previous = value.Current;
+        return;
+    }
     const double seconds = hours * SecondsPerHour;
     float newRate = ops.Single(ops.Div(static_cast<double>(increment), hours));
     newRate = Smoothed(ops, n, value.Rate, newRate);
     if (ops.Failed()) return ReportError(procedure, ops.Error());
 
-    bool good = true;
     if (!(increment <= 0 && seconds <= PulsePauseSeconds)) {
         value.PulseTime = now;
         if (record.MaxRate <= 0 || newRate <= record.MaxRate) {

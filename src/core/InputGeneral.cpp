@@ -118,7 +118,8 @@ VbError MathsPass(ScanContext& scan, PassClock& clock) {
 }
 
 // Display tags show another tag's Integrated, or the sum over a center (center 0: the site total,
-// every tag counted in the total) of the measured tags as they stand after this scan's passes.
+// every tag counted in the total) of the measured tags as they stand after this scan's passes;
+// maths tags are left out of the sums.
 VbError DisplayPass(ScanContext& scan, PassClock& clock) {
     CenterSums centers;
     for (int n = 1; n <= scan.Setup.TagCount; ++n) {
@@ -159,7 +160,7 @@ VbError ScanLogLine(ScanContext& scan) {
 }
 
 VbError Pass(ScanContext& scan) {
-    PassClock clock;
+    PassClock clock(scan.ReadClock);
     if (VbError error = MeasuredPass(scan, clock)) return error;
     if (VbError error = MathsPass(scan, clock)) return error;
     if (VbError error = DisplayPass(scan, clock)) return error;

@@ -28,7 +28,7 @@ Monitor::~Monitor() {
 StoreContext Monitor::Store() { return StoreContext{Setup, Values, Settings, State, folders_, view_}; }
 
 ScanContext Monitor::Scan() {
-    return ScanContext{Setup, Values, Settings, State, *Host, view_, DdeInputs, CsvOnlyMode};
+    return ScanContext{Setup, Values, Settings, State, *Host, view_, DdeInputs, CsvOnlyMode, [this] { return ReadClock(); }};
 }
 
 void Monitor::StartTimer() {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "core/ClockStepWatch.h"
 #include "core/DdeInputLinks.h"
 #include "core/MonitorCommands.h"
 #include "core/MonitorTagAccess.h"
@@ -67,6 +68,12 @@ public:
     // True once the monitor has ended (the closing rule let the window close, or start-up ended
     // the program); nothing runs after that.
     bool Ended() const { return ended_; }
+    // Whether the host job runs now (false without a host).
+    bool HostJobRunning();
+    // The steady clock in seconds against which steps of the PC clock are told from time passing
+    // (by default the machine's monotonic clock); tests that move a frozen clock give their own.
+    void SetSteadyClock(std::function<double()> seconds) { steadySeconds_ = std::move(seconds); }
+
     // Called once when stage 2 begins (the please-wait window closes itself from then on).
     void SetStage2Hook(std::function<void()> hook) { stage2Hook_ = std::move(hook); }
 
@@ -104,6 +111,17 @@ private:
     bool Countdown(DateTime now);
     void RunScan();
     void ShiftRememberedTimes(double seconds);
+    // The body of a tick, between the busy mark and the look at the clock that ends it.
+    void Tick();
+    // The clock stepped by seconds without the monitor moving it.
+    void OnClockStep(double seconds);
+    // Now, from the PC clock. Every read the scan works with comes through here, so a step is seen
+    // at the first read after it, before any calculation uses the new time.
+    DateTime ReadClock();
+    // Where the clock stands now counts as time passing (after the monitor moved it itself).
+    void MarkClock();
+    // The tag values to the resume file, when the settings ask for it.
+    void KeepValuesIfAsked(DateTime now);
     void ShowIdleStatus();
     void ShowStatus(const std::string& text);
     // The closing rule allowed the close or start-up ended the program.
@@ -119,6 +137,9 @@ private:
     std::unique_ptr<DdeLinkLabel> ddeLabel_;
     std::unique_ptr<MonitorTimer> timer1_;
     std::function<void()> stage2Hook_;
+    ClockStepWatch clockSteps_;
+    std::function<double()> steadySeconds_;
+    bool keepFailed_ = false;  // the last keeping of the tag values failed (and was reported)
     bool loaded_ = false;
     bool busy_ = false;   // stage 2 or a scan is running (it lets events run, which may bring a tick)
     bool ended_ = false;

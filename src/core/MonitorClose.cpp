@@ -18,6 +18,8 @@ bool Monitor::QueryClose() {
     return close;
 }
 
+bool Monitor::HostJobRunning() { return Host && Host->JobRun(); }
+
 void Monitor::RequestExit() { ExitRequested = 1; }
 
 void Monitor::MarkEnded() {

@@ -3,6 +3,7 @@
 #include "core/InputGeneral.h"
 #include "core/Monitor.h"
 #include "core/MonitorTrap.h"
+#include "core/ResumeAfterRestart.h"
 #include "core/ScanContext.h"
 #include "core/SupportHostCalls.h"
 #include "files/StartUpFileInfo.h"
@@ -108,7 +109,7 @@ void Monitor::FormLoadPart2() {
         for (StatusPanel panel : {StatusPanel::Panel3D4, StatusPanel::Panel3D2, StatusPanel::Panel3D1})
             view_.SetPanelColour(panel, ColourRed);
 
-        const DateTime now = ClockNow();
+        const DateTime now = ReadClock();
         const std::size_t maxTags = Setup.MaxTags < 0 ? 0 : static_cast<std::size_t>(Setup.MaxTags);
         for (std::size_t n = 1; n <= maxTags && n < Values.size(); ++n) {
             Values[n].Integrated = 0;
@@ -117,8 +118,14 @@ void Monitor::FormLoadPart2() {
         }
 
         if (CsvOnlyMode == 0) {
+            if (Settings.ResumeAfterRestart != 0) {
+                const int taken = TakeBackTagValues(Setup, Values, Settings, now);
+                if (taken > 0) AddToLog("Resumed " + std::to_string(taken) + " tags from before the restart");
+            }
             ScanContext scan = Scan();
             Input_General(scan);
+            EndTakeBack(Values);
+            KeepValuesIfAsked(ReadClock());
         } else {
             for (int row = 1; row <= Setup.TagCount; ++row) {
                 view_.SetGridCell(row, 2, "CSV Only");

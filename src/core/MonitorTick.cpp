@@ -1,10 +1,12 @@
 // Timer1: once a second the date and time, the host watch, the clock and watchdog, the countdown,
 // and when it reaches zero one scan.
+#include <chrono>
 #include <cmath>
 
 #include "core/InputGeneral.h"
 #include "core/Monitor.h"
 #include "core/MonitorTrap.h"
+#include "core/ResumeAfterRestart.h"
 #include "core/ScanContext.h"
 #include "files/CsvImport.h"
 #include "files/HalfHourSave.h"
@@ -34,12 +36,34 @@ private:
     bool& busy_;
 };
 
+double SteadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
 }  // namespace
 
 void Monitor::Timer1_Timer() {
     if (!loaded_ || ended_ || busy_) return;
     BusyGuard busy(busy_);
+    Tick();
+}
 
+DateTime Monitor::ReadClock() {
+    // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
+    const double speed = ClockSpeed();
+    const DateTime now = ClockNow();
+    const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
+    if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
+    clockSteps_.Mark(now, steady, speed);
+    return now;
+}
+
+void Monitor::MarkClock() {
+    const double speed = ClockSpeed();
+    clockSteps_.Mark(ClockNow(), steadySeconds_ ? steadySeconds_() : SteadySeconds(), speed);
+}
+
+void Monitor::Tick() {
     if (State.StartingUp == 1) {
         FormLoadPart2();
         if (!ended_) AutoRun();
@@ -47,7 +71,7 @@ void Monitor::Timer1_Timer() {
     }
 
     TrapErrors("Timer1_Timer", [this] {
-        const DateTime now = ClockNow();
+        const DateTime now = ReadClock();
         view_.SetPanelText(StatusPanel::Panel3D1, FormatDate(now, "ddd, mmm d yyyy") + NL(1) + FormatDate(now, "hh:mm:ss"));
 
         if (!Host->JobRun()) {
@@ -56,7 +80,10 @@ void Monitor::Timer1_Timer() {
         }
 
         const double moved = ClockSync->Update();
-        if (moved != 0) ShiftRememberedTimes(moved);
+        if (moved != 0) {
+            ShiftRememberedTimes(moved);
+            MarkClock();  // the monitor's own move is no step
+        }
         Watchdog->Update();
         if (ended_) return;
 
@@ -64,7 +91,7 @@ void Monitor::Timer1_Timer() {
             view_.SetPanelText(StatusPanel::Panel3D4, "Off Line");
             return;
         }
-        if (Countdown(ClockNow())) RunScan();
+        if (Countdown(ReadClock())) RunScan();
     });
 }
 
@@ -77,6 +104,32 @@ void Monitor::ShiftRememberedTimes(double seconds) {
         const TagRecord& tag = Setup.TagTable[i];
         if (tag.Online == 1 && tag.TagType == TagTypeMeasured) Values[i].LastReadTime += days;
     }
+}
+
+// A step the monitor did not make (set by hand, local time moving for summer time) is no time
+// passing: the tags' time bases move with it, so no span is booked for it either way. The period
+// that ran before it is saved at the next scan, however the clock now names the period.
+void Monitor::OnClockStep(double seconds) {
+    AddToLog("PC clock stepped by " + std::to_string(static_cast<long long>(RoundHalfEven(seconds))) + " secs");
+    if (State.ClockStepFrom == 0) State.ClockStepFrom = clockSteps_.LastMark();
+    const double days = seconds / SecondsPerDay;
+    for (int n = 1; n <= Setup.TagCount; ++n) {
+        const auto i = static_cast<std::size_t>(n);
+        if (i >= Setup.TagTable.size() || i >= Values.size()) break;
+        const TagRecord& tag = Setup.TagTable[i];
+        if (tag.Online != 1 || tag.TagType != TagTypeMeasured) continue;
+        Values[i].LastReadTime += days;
+        Values[i].PulseTime += days;
+    }
+}
+
+// now: when the period save last looked, which tells the period the values belong to.
+void Monitor::KeepValuesIfAsked(DateTime now) {
+    if (Settings.ResumeAfterRestart == 0 || Settings.Demo != 0) return;
+    const VbError error = KeepTagValues(Setup, Values, Settings, now);
+    // Reported once, and again only after it worked in between: a full disk would fill the log.
+    if (error && !keepFailed_) ReportError("KeepTagValues", error);
+    keepFailed_ = error.Failed();
 }
 
 bool Monitor::Countdown(DateTime now) {
@@ -112,7 +165,7 @@ void Monitor::RunScan() {
         view_.SetPanelText(StatusPanel::Panel3D2, "Scanning Now - Demo Random Data" + NL(1) + "Demo Mode - No File Storage");
     else
         view_.SetPanelText(StatusPanel::Panel3D2, "Scanning Now" + NL(1) + LCase(Trim(Settings.StoreFilePath)));
-    LastScanTime = ClockNow();
+    LastScanTime = ReadClock();
 
     ShowStatus("Checking Setup File");
     if (ended_) return;
@@ -129,7 +182,7 @@ void Monitor::RunScan() {
         ReadSettings();
         sckHost_->OpenHostSocket(Host->JobSetupFolder());
         StoreContext store = Store();
-        if (StartUpFileInfo(store, ClockNow()) == SetupLoadResult::ProgramEnds) {
+        if (StartUpFileInfo(store, ReadClock()) == SetupLoadResult::ProgramEnds) {
             MarkEnded();
             return;
         }
@@ -152,7 +205,9 @@ void Monitor::RunScan() {
         ShowStatus("Calling Half Hour Save");
         if (ended_) return;
         StoreContext store = Store();
-        HalfHourSave(store, ClockNow());
+        const DateTime saveTime = ReadClock();
+        HalfHourSave(store, saveTime);
+        KeepValuesIfAsked(saveTime);
     }
 
     // CSV log files are imported whatever the mode.

@@ -3,6 +3,7 @@
 // the host object, the screen and the per-tag DDE links. All owned by the main window; the scan
 // procedures keep nothing between calls.
 #include <cstdint>
+#include <functional>
 
 #include "core/DdeInputLinks.h"
 #include "core/MonitorView.h"
@@ -21,4 +22,5 @@ struct ScanContext {
     MonitorView& View;          // grid cells, row colours, Panel3D2, DoEvents
     DdeInputLinks& DdeInputs;   // lblDDEInput
     int16_t& CsvOnlyMode;       // "/csv": the scan runs only the CSV import, never Input_General
+    std::function<DateTime()> ReadClock = {};  // now for the pass; the PC clock when not given
 };

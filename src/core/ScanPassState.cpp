@@ -17,7 +17,8 @@ VbError CenterSums::Sum(const ScanContext& scan, const PassClock& clock, int cen
     for (int m = 1; m <= scan.Setup.TagCount; ++m) {
         if (!ScanTagInRange(scan, m)) return VbError(ErrSubscript);
         const TagRecord& member = scan.Setup.TagTable[m];
-        if (member.Online != 1 || member.TagType != TagTypeMeasured) continue;
+        // Display and maths tags are views of other tags: counting them would count those twice.
+        if (member.Online != 1 || member.TagType != TagTypeMeasured || member.ScanType == ScanTypeMaths) continue;
         const bool counts = center == 0 ? member.InTotal == 1 : member.CenterNo == center;
         if (!counts) continue;
         total = ops.Add(total, scan.Values[m].Integrated);

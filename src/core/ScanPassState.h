@@ -1,7 +1,9 @@
 #pragma once
 // What one acquisition pass keeps while it walks the tags: the time it reads, and the center sums
 // its display tags share. Both are worked out again once events have run.
+#include <functional>
 #include <map>
+#include <utility>
 
 #include "core/ScanContext.h"
 #include "platform/Clock.h"
@@ -12,9 +14,10 @@
 // may take any time. The tags handled in between share it: they lie microseconds apart.
 class PassClock {
 public:
+    explicit PassClock(std::function<DateTime()> read = {}) : read_(std::move(read)) {}
     DateTime Now() {
         if (stale_) {
-            now_ = ClockNow();
+            now_ = read_ ? read_() : ClockNow();
             stale_ = false;
         }
         return now_;
@@ -27,13 +30,14 @@ public:
     unsigned Rounds() const { return rounds_; }
 
 private:
+    std::function<DateTime()> read_;
     DateTime now_ = 0;
     bool stale_ = true;
     unsigned rounds_ = 0;
 };
 
-// The sum of Integrated over a center's measured tags (center 0: every tag in the site total),
-// added left to right in tag order. Display tags of the same center share it until events have
+// The sum of Integrated over a center's measured tags other than maths tags (center 0: every such
+// tag in the site total), added left to right in tag order. Display tags of the same center share it until events have
 // run, since a socket request may set a tag in between.
 class CenterSums {
 public:

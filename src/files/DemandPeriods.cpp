@@ -76,6 +76,11 @@ DateTime PeriodLastEndDateTime(DateTime now, int periodsPerDay)
     return DateOnly(t) + PeriodEndTime(n, periodsPerDay);
 }
 
+DateTime PeriodEndDateTime(DateTime time, int periodsPerDay)
+{
+    return DateOnly(time) + PeriodEndTime(PeriodNumber(time, periodsPerDay), periodsPerDay);
+}
+
 int32_t PeriodRecordIndex(DateTime time, int periodsPerDay)
 {
     return (Day(time) - 1) * periodsPerDay + PeriodNumber(time, periodsPerDay) - 1;

@@ -15,6 +15,8 @@ DateTime PeriodEndTime(int period, int periodsPerDay);
 // The end of the most recently ended period as seen at now (looks back 5 minutes, so a call
 // shortly after a boundary gives that boundary).
 DateTime PeriodLastEndDateTime(DateTime now, int periodsPerDay);
+// The date and time at which the period that contains time ends.
+DateTime PeriodEndDateTime(DateTime time, int periodsPerDay);
 // 0-based record index within the month of the period that contains time:
 // (day of month - 1) x periodsPerDay + period number - 1.
 int32_t PeriodRecordIndex(DateTime time, int periodsPerDay);

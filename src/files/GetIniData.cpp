@@ -49,6 +49,14 @@ bool StartsWithNumber(const std::string& text)
 
 } // namespace
 
+std::string ReadStoreFilePrefix(const std::string& setupIniFile)
+{
+    std::string prefix =
+        Trim(CutAtNull(GetPrivateProfileString(General, "StoreFilePrefix", "Vtrs", 80, setupIniFile)));
+    std::replace(prefix.begin(), prefix.end(), '\\', '-');
+    return prefix.empty() ? "Voltaris" : prefix;
+}
+
 void GetIniData(const std::string& setupIniFile, MonitorSettings& s, clsClockSync& clockSync,
                 clsWatchdog& watchdog, const HostFolders& host, SettingsView& view, DateTime now)
 {
@@ -58,9 +66,7 @@ void GetIniData(const std::string& setupIniFile, MonitorSettings& s, clsClockSyn
     ReadIntoField(s.DiagFile, General, "DiagFile", "c:\\lumdiag.txt", 80, file);
     ReadIntoField(s.errorlog, General, "errorlog", "off", 4, file);
 
-    std::string prefix = Trim(CutAtNull(GetPrivateProfileString(General, "StoreFilePrefix", "Vtrs", 80, file)));
-    std::replace(prefix.begin(), prefix.end(), '\\', '-');
-    s.StoreFilePrefix = prefix.empty() ? "Voltaris" : prefix;
+    s.StoreFilePrefix = ReadStoreFilePrefix(file);
     const VbResult<std::string> storeFile = GetStoreFileName(host.JobDataFolder(), s.StoreFilePrefix, now);
     if (!storeFile.Ok())
         ReportError("GetIniData", storeFile.Error);
@@ -110,4 +116,5 @@ void GetIniData(const std::string& setupIniFile, MonitorSettings& s, clsClockSyn
 
     ReadRounded(General, "ShedMeter", "0", file, [&](int16_t v) { s.ShedMeter = v; });
     ReadRounded(General, "UnShedMeter", "0", file, [&](int16_t v) { s.UnShedMeter = v; });
+    ReadRounded(General, "ResumeAfterRestart", "0", file, [&](int16_t v) { s.ResumeAfterRestart = v; });
 }

@@ -26,7 +26,13 @@ struct MonitorSettings {
     std::string BackupDir;
     int16_t ShedMeter = 0;
     int16_t UnShedMeter = 0;
+    // Non-zero: the tag values are kept after every scan and taken back by a restart in the same period.
+    int16_t ResumeAfterRestart = 0;
 };
+
+// The store file name prefix as the settings file gives it: blanks trimmed, backslashes made "-",
+// "Voltaris" when empty. The report program finds the job's store file with it too.
+std::string ReadStoreFilePrefix(const std::string& setupIniFile);
 
 // Reads every key of setupIniFile into settings, hands the clock-sync and watchdog keys to their
 // objects and builds the store file path for the month of now. Errors are reported as

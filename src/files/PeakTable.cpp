@@ -1,5 +1,7 @@
 #include "files/PeakTable.h"
 
+#include <cmath>
+
 #include "support/Profile.h"
 #include "support/VbConvert.h"
 
@@ -20,6 +22,9 @@ std::string Read(const std::string& key, const std::string& file)
 
 VbError UpdatePeaks(float total, const std::string& label, const std::string& setupIniFile)
 {
+    // No number to rank, and its text would spoil the table for every later reader.
+    if (!std::isfinite(total))
+        return VbError(ErrOverflow);
     int insertAt = 1;
     for (int n = PeakRanks; n >= 1; --n) {
         const float stored = static_cast<float>(Val(Read(ValueKey(n), setupIniFile)));

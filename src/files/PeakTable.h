@@ -12,7 +12,8 @@ struct PeakEntry {
     std::string Time;   // "mmm dd, yy. hh:mm"
 };
 
-// Enters total with its label; a total equal to a stored one ranks below it.
+// Enters total with its label; a total equal to a stored one ranks below it. A total that is no
+// finite number is error 6 (Overflow) and leaves the table as it was.
 VbError UpdatePeaks(float total, const std::string& label, const std::string& setupIniFile);
 // Ranks 1..24 (index 0 unused).
 std::vector<PeakEntry> ReadPeaks(const std::string& setupIniFile);

@@ -347,6 +347,7 @@ public:
     {
         SetupDescriptionResult result;
         image_ = &result.Image;
+        lines_ = &result.Lines;
         // A byte order mark, as some editors write one, is not part of the first line.
         std::istringstream in(text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? text.substr(3) : text);
         std::string raw;
@@ -448,6 +449,7 @@ private:
         if (!sections_.insert(id).second)
             throw ParseError{"section [" + id + "] given twice"};
         sectionName_ = id;
+        (*lines_)[id] = lineNo_;
     }
 
     static void Expect(const std::vector<std::string>& w, std::size_t count)
@@ -522,6 +524,7 @@ private:
             throw ParseError{Shown(key) + " given twice in [" + sectionName_ + "]"};
         if (!Apply(key, value))
             throw ParseError{"unknown key '" + Shown(key) + "' in [" + sectionName_ + "]"};
+        (*lines_)[sectionName_ + "." + key] = lineNo_;
     }
 
     bool Apply(const std::string& key, const std::string& value)
@@ -636,6 +639,7 @@ private:
     }
 
     SetupFileImage* image_ = nullptr;
+    std::map<std::string, int>* lines_ = nullptr;
     Section section_ = Section::None;
     std::string sectionName_;
     int index_ = 0;

@@ -19,6 +19,7 @@
 // Texts are in double quotes with \" \\ and \xHH escapes; padding blanks are left out. Numbers are
 // decimal (or 0x hex); a float may be given as 0x and its 8 hex digits of bits. Anything not given
 // is zero (texts blank).
+#include <map>
 #include <string>
 
 #include "files/SetupFileImage.h"
@@ -29,5 +30,7 @@ std::string WriteSetupDescription(const SetupFileImage& image);
 struct SetupDescriptionResult {
     SetupFileImage Image;
     std::string Error;  // "line 12: ..." when the text is not a valid description
+    // Where each section and key was given: "Tag 3" and "Tag 3.ScanType" -> line number.
+    std::map<std::string, int> Lines;
 };
 SetupDescriptionResult ReadSetupDescription(const std::string& text);

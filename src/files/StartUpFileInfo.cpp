@@ -1,6 +1,7 @@
 #include "files/StartUpFileInfo.h"
 
 #include <cmath>
+#include <optional>
 
 #include "files/DemandPeriods.h"
 #include "files/StoreFile.h"
@@ -20,6 +21,15 @@ std::string PeriodsMessage(const std::string& path, int periodsPerDay)
            "The options are either 24, 48 or 96 periods per day." + NL(2) +
            "To remedy this we recommend that you delete the store file" + NL(1) + lower + NL(1) +
            "and check the setting in the Voltaris Setup program.";
+}
+
+std::string DamagedHeaderMessage(const std::string& path, const StoreHeaderFault& fault)
+{
+    const std::string lower = LCase(path);
+    return "WARNING!!!" + NL(2) + "Store file " + lower + NL(1) + "has a damaged header." + NL(1) + "Its " +
+           fault.Field + " (byte " + std::to_string(fault.Offset) + ") is " + std::to_string(fault.Value) + ", " +
+           fault.Expected + "." + NL(2) + "To remedy this we recommend that you delete the store file" + NL(1) +
+           lower + NL(1) + "or put back its copy from the backup folder.";
 }
 
 std::string NoTagsMessage()
@@ -94,6 +104,7 @@ SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
     const VbError opened = file.Open(path);
     errors.Note(opened);
     VbResult<int64_t> length = file.Length();
+    std::optional<StoreHeaderFault> damage;
     if (opened.Failed() || !length.Ok() || length.Value < StoreNewFileLength) {
         s.MaxTags = SetupTagSlots;
         if (s.PeriodsPerDay == 0)
@@ -109,6 +120,7 @@ SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
             s.TariffCount = header.TariffCount;
             s.TariffEntryCount = header.TariffEntryCount;
             s.CenterCount = header.CenterCount;
+            damage = StoreHeaderDamage(header);
         }
     }
     file.Close();
@@ -126,7 +138,15 @@ SetupLoadResult StartUpFileInfo(StoreContext& c, DateTime now)
         c.View.EndProgram();
         return SetupLoadResult::ProgramEnds;
     }
-    // A negative center count would put tags beyond the table; its sizing below reports it.
+    // A damaged header would have every scan and save fail for the rest of the month: refused
+    // like wrong periods per day, before any table is sized from it.
+    if (damage) {
+        errors.Report();
+        c.View.ShowMessage(DamagedHeaderMessage(path, *damage), "Error in Store File", MessageIcon::Critical);
+        c.View.EndProgram();
+        return SetupLoadResult::ProgramEnds;
+    }
+    // A negative center count from the tag setup would put tags beyond the table; its sizing below reports it.
     s.TagCount = static_cast<int16_t>(tagCount < s.MaxTags ? tagCount : s.MaxTags);
 
     errors.Note(Resize(s.Centers, int64_t{s.CenterCount} + 1));

@@ -20,6 +20,10 @@ struct MonitorState {
     int16_t DataOkFlag = 0;        // flag of the next period record: 0 for the first after start-up
     int32_t LastSavedPeriod = 0;   // period number of the last period save; 0 until start-up
     DateTime SetupFileStamp = 0;   // modification time of the tag setup file at the last load
+    // The clock as it stood just before it was seen to step (set back, or local time changing for
+    // summer time) since the period save last looked; 0 when it has not stepped.
+    DateTime ClockStepFrom = 0;
+    DateTime LastSavedEnd = 0;     // end of the latest period saved in this run
     CsvRejectMemo CsvRejectsNoted; // what the rejects file holds for CSV files still waiting
 };
 

@@ -1,6 +1,9 @@
 #include "files/StoreFile.h"
 
+#include <algorithm>
+
 #include "files/ByteFields.h"
+#include "files/GetSetupData.h"
 #include "files/SetupFileLayout.h"
 
 int64_t StoreSetupCopySize(int tariffCount, int tariffEntryCount, int centerCount, int maxTags)
@@ -161,4 +164,36 @@ VbError StoreFile::WriteRecord(const StoreLayout& layout, int32_t record, int16_
     for (std::size_t t = 0; t < values.size(); ++t)
         PutFloat32At(bytes, 2 + 4 * t, values[t]);
     return file_.WriteAt(layout.RecordOffset(record), bytes);
+}
+
+std::optional<StoreHeaderFault> StoreHeaderDamage(const StoreHeader& h)
+{
+    // Each table is sized one above its count (slot 0), and none may exceed what a setup load allows.
+    const int64_t limit = MaxSetupTableElements - 1;
+    const std::string within = "where 0 to " + std::to_string(limit) + " can be held";
+    auto fault = [](const char* field, int offset, int64_t value, std::string expected) {
+        return StoreHeaderFault{field, offset, value, std::move(expected)};
+    };
+    if (h.MaxTags < 1 || h.MaxTags > limit)
+        return fault("MaxTags", StoreOffsetMaxTags, h.MaxTags, "where 1 to " + std::to_string(limit) + " tag slots can be held");
+    if (h.TariffCount < 0 || h.TariffCount > limit)
+        return fault("TariffCount", 68, h.TariffCount, within);
+    const int64_t rows = std::max<int64_t>(int64_t{h.TariffCount}, int64_t{h.MaxTags}) + 1;
+    const int64_t entryLimit = MaxSetupTableElements / rows - 1;
+    if (h.TariffEntryCount < 0 || h.TariffEntryCount > entryLimit)
+        return fault("TariffEntryCount", 70, h.TariffEntryCount,
+                     "where 0 to " + std::to_string(entryLimit) + " can be held with its other dimensions");
+    if (h.CenterCount < 0 || h.CenterCount > limit)
+        return fault("CenterCount", 74, h.CenterCount, within);
+    if (h.TagDataStart == 0 && h.DataStart == 0)
+        return std::nullopt;
+    const int64_t tagDataStart = StoreTagDataStart(h.TariffCount, h.TariffEntryCount, h.CenterCount, h.MaxTags);
+    if (h.TagDataStart != tagDataStart)
+        return fault("TagDataStart", StoreOffsetTagDataStart, h.TagDataStart,
+                     "where its dimensions give " + std::to_string(tagDataStart));
+    const int64_t dataStart = StoreDataStart(tagDataStart, h.MaxTags, h.PeriodsPerDay);
+    if (h.DataStart != dataStart)
+        return fault("DataStart", StoreOffsetDataStart, h.DataStart,
+                     "where its dimensions give " + std::to_string(dataStart));
+    return std::nullopt;
 }

@@ -3,6 +3,7 @@
 // demand period (31 days of them), all at fixed places. The file is kept open across many record
 // reads and writes (a period save writes one record; an import writes thousands).
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -108,3 +109,15 @@ private:
 
 // Whether a header describes a store file this program can use; the text says what is wrong.
 std::string StoreHeaderProblem(const StoreHeader& header);
+
+// A header field of an existing store file that cannot be right: a dimension the monitor's tables
+// cannot hold or the format cannot have, or a position its dimensions contradict.
+struct StoreHeaderFault {
+    std::string Field;  // the field's name, as the header table names it
+    int Offset = 0;     // where it lies in the header
+    int64_t Value = 0;
+    std::string Expected;  // what it would have to be, in words
+};
+// The first such field, in header order and dimensions before positions. Positions that were never
+// written (both 0) are no fault: the check of the file at start-up writes them.
+std::optional<StoreHeaderFault> StoreHeaderDamage(const StoreHeader& header);

@@ -14,6 +14,9 @@ struct TagValue {
     float LastGoodDelta = 0;
     float LastGoodRate = 0;
     float Rate = 0;
+    // Taken back at start-up from the last scan before a restart: the first reading counts on from
+    // the kept base instead of only setting one.
+    bool Resumed = false;
 };
 
 using TagValues = std::vector<TagValue>;

@@ -30,7 +30,10 @@ int32_t TelvaneRecAlarmRelays::RecorderRelayNumber() const {
 std::string TelvaneRecAlarmRelays::IndexReference() const {
     if (index_ <= 0) return {};
     std::string relay = Word + std::to_string(RecorderRelayNumber());
-    return host_->V4() ? "R" + std::to_string(RecorderNumber()) + relay : relay;
+    if (!host_->V4()) return relay;
+    std::string reference = "R";
+    reference += std::to_string(RecorderNumber());
+    return reference + relay;
 }
 
 void TelvaneRecAlarmRelays::IndexReference(const std::string& reference) {

@@ -70,7 +70,11 @@ int32_t TelvaneRecPage::PageNumber() const {
 
 std::string TelvaneRecPage::IndexReference() const {
     if (index_ <= 0) return {};
-    return "R" + std::to_string(RecorderNumber()) + "P" + std::to_string(PageNumber());
+    std::string reference = "R";
+    reference += std::to_string(RecorderNumber());
+    reference += "P";
+    reference += std::to_string(PageNumber());
+    return reference;
 }
 
 void TelvaneRecPage::IndexReference(const std::string& reference) { Index(ParsePageReference(reference)); }
@@ -99,7 +103,11 @@ void TelvaneRecPage::SetListBox(ListControl& box) {
     int32_t keep = index_;
     for (int32_t page = 1; page <= IndexMax(); ++page) {
         index_ = page;
-        box.AddItem("[" + IndexReference() + "] " + Name(), page);
+        std::string item = "[";
+        item += IndexReference();
+        item += "] ";
+        item += Name();
+        box.AddItem(item, page);
     }
     index_ = keep;
 }

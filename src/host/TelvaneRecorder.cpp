@@ -18,7 +18,12 @@ bool TelvaneRecorder::Enabled() {
     return count.Ok() && count.Value >= index_;
 }
 
-std::string TelvaneRecorder::IndexReference() const { return index_ > 0 ? "R" + std::to_string(index_) : std::string(); }
+std::string TelvaneRecorder::IndexReference() const {
+    if (index_ <= 0) return {};
+    std::string reference = "R";
+    reference += std::to_string(index_);
+    return reference;
+}
 
 void TelvaneRecorder::IndexReference(const std::string& reference) {
     if (Left(reference, 1) == "R") Index(SelectionNumber(Val(Mid(reference, 2))));

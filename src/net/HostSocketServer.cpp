@@ -1,12 +1,16 @@
 #include "net/HostSocketServer.h"
 
+#include <algorithm>
+#include <chrono>
 #include <map>
 #include <string>
 
 #include <QHostAddress>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 
+#include "net/ClientAddressList.h"
 #include "net/SocketProtocol.h"
 #include "net/clsWindowsSockets.h"
 #include "support/Log.h"
@@ -27,6 +31,8 @@ int SocketErrorNumber(QAbstractSocket::SocketError error) {
 
 constexpr int ErrInvalidPropertyValue = 380;
 
+using SteadyClock = std::chrono::steady_clock;
+
 // Dotted text; an IPv4 peer reached through an IPv6 socket is shown as plain IPv4.
 std::string DottedIp(const QHostAddress& address) {
     bool isV4 = false;
@@ -42,10 +48,16 @@ struct HostSocketServer::Impl {
         QTcpSocket* Socket = nullptr;
         std::string Label;     // the request identifier of the connection request
         std::string RemoteIp;  // kept, since a closed socket forgets its peer
+        std::string Share;     // the client address as the per-address share counts it
+        bool MaySet = false;   // the peer is on the list of addresses allowed to set values
+        bool Understood = false;  // it has sent a read or a set, not only fragments
+        SteadyClock::time_point LastHeard;  // connected, or last data received
     };
 
-    Impl(TagValueAccess& t, SocketTrace& tr, SocketLimits l) : tags(t), trace(tr), limits(l) {
+    Impl(TagValueAccess& t, SocketTrace& tr, SocketLimits l)
+        : tags(t), trace(tr), defaults(l), limits(l), setters(ClientAddressList::LoopbackOnly()) {
         QObject::connect(&listener, &QTcpServer::newConnection, &listener, [this] { AcceptPending(); });
+        QObject::connect(&idleSweep, &QTimer::timeout, &listener, [this] { CloseIdle(); });
     }
 
     // Quietly: the socket log window may already be gone.
@@ -62,16 +74,28 @@ struct HostSocketServer::Impl {
 
     void Open(std::string_view jobSetupFolder) {
         std::string addressText;
+        std::string settersText;
+        limits = defaults;
         {
             clsWindowsSockets settings(jobSetupFolder);
             const VbResult<int32_t> port = settings.VoltarisMonitorPortNo();
             if (!port.Ok()) Report(port.Error);
             localPort = port.Value;
             addressText = settings.ListenAddress();
+            if (const auto seconds = settings.IdleSeconds()) limits.IdleMs = *seconds * 1000;
+            if (const auto perAddress = settings.MaxConnectionsPerAddress()) limits.MaxConnectionsPerAddress = *perAddress;
+            settersText = settings.SetsAllowedFrom();
         }
+        limits.MaxConnectionsPerAddress = std::clamp(limits.MaxConnectionsPerAddress, 1, limits.MaxConnections);
+
+        std::vector<std::string> rejected;
+        setters = settersText.empty() ? ClientAddressList::LoopbackOnly() : ClientAddressList::Parse(settersText, rejected);
+        // A bad entry allows nobody: the others still count.
+        for (const std::string& entry : rejected) Report(VbError(ErrInvalidCall, "Invalid address in SetsAllowedFrom " + entry));
 
         CloseConnections();
         listener.close();
+        idleSweep.stop();
 
         QHostAddress address(QHostAddress::LocalHost);
         if (addressText == "*") {
@@ -89,6 +113,7 @@ struct HostSocketServer::Impl {
         }
 
         if (listener.isListening()) {
+            idleSweep.start(std::clamp(limits.IdleMs / 8, 10, 1000));
             Trace("Listening to port: " + std::to_string(localPort));
         } else {
             Trace("Error Opening port: " + std::to_string(localPort));
@@ -109,9 +134,23 @@ struct HostSocketServer::Impl {
 
     void ConnectionRequest(QTcpSocket* socket) {
         const std::string requestId = std::to_string(socket->socketDescriptor());
-        const std::string remoteIp = DottedIp(socket->peerAddress());
+        const QHostAddress peer = socket->peerAddress();
+        const std::string remoteIp = DottedIp(peer);
         Trace("Connection request id " + requestId + " from " + remoteIp);
 
+        // Room is made by closing a connection of this address when it holds its share, else of any
+        // address when the server is full: one that never sent a whole request before one that
+        // did, and of those the one silent longest.
+        const std::string share = ShareKey(peer);
+        const auto sameAddress = [&share](const Element& e) { return e.Share == share; };
+        const auto anyAddress = [](const Element&) { return true; };
+        const auto ofThisAddress = std::count_if(elements.begin(), elements.end(),
+                                                 [&](const auto& entry) { return sameAddress(entry.second); });
+        if (ofThisAddress >= limits.MaxConnectionsPerAddress) {
+            CloseLeastUseful(sameAddress);
+        } else if (static_cast<int>(elements.size()) >= limits.MaxConnections) {
+            CloseLeastUseful(anyAddress);
+        }
         if (static_cast<int>(elements.size()) >= limits.MaxConnections) {
             socket->abort();
             socket->deleteLater();
@@ -124,7 +163,7 @@ struct HostSocketServer::Impl {
             if (used != number) break;
             ++number;
         }
-        elements[number] = Element{socket, requestId, remoteIp};
+        elements[number] = Element{socket, requestId, remoteIp, share, setters.Allows(peer), false, SteadyClock::now()};
 
         // Qt buffers no more than one request's worth; the rest waits in the kernel.
         socket->setReadBufferSize(limits.MaxRequestBytes + 1);
@@ -145,6 +184,30 @@ struct HostSocketServer::Impl {
         });
     }
 
+    template <typename Pred>
+    void CloseLeastUseful(Pred pred) {
+        int victim = 0;
+        std::pair<bool, SteadyClock::time_point> rank{true, SteadyClock::time_point::max()};
+        for (const auto& [number, element] : elements) {
+            const std::pair<bool, SteadyClock::time_point> own{element.Understood, element.LastHeard};
+            if (pred(element) && (victim == 0 || own < rank)) {
+                victim = number;
+                rank = own;
+            }
+        }
+        if (victim != 0) CloseElement(victim, /*abort=*/true);
+    }
+
+    void CloseIdle() {
+        const auto now = SteadyClock::now();
+        const auto idle = std::chrono::milliseconds(limits.IdleMs);
+        std::vector<int> silent;
+        for (const auto& [number, element] : elements) {
+            if (now - element.LastHeard >= idle) silent.push_back(number);
+        }
+        for (const int number : silent) CloseElement(number, /*abort=*/true);
+    }
+
     bool Owns(int number, const QTcpSocket* socket) const {
         const auto it = elements.find(number);
         return it != elements.end() && it->second.Socket == socket;
@@ -159,10 +222,12 @@ struct HostSocketServer::Impl {
             return;
         }
 
-        const Element& element = elements.at(number);
+        Element& element = elements.at(number);
+        element.LastHeard = SteadyClock::now();
         const RequestOutcome outcome =
             HandleRequest(std::string_view(data.constData(), static_cast<size_t>(data.size())),
-                          element.RemoteIp, element.Label, tags);
+                          element.RemoteIp, element.Label, tags, element.MaySet);
+        element.Understood = element.Understood || outcome.Understood;
         if (trace.Tracing()) {
             for (const std::string& line : outcome.Trace) trace.AddLog(line);
         }
@@ -196,12 +261,16 @@ struct HostSocketServer::Impl {
     void CloseAll(bool traced) {
         CloseConnections(traced);
         listener.close();
+        idleSweep.stop();
     }
 
     TagValueAccess& tags;
     SocketTrace& trace;
-    SocketLimits limits;
+    const SocketLimits defaults;  // what the settings do not replace
+    SocketLimits limits;          // in force since the last Open
+    ClientAddressList setters;
     QTcpServer listener;
+    QTimer idleSweep;
     int32_t localPort = 0;
     std::map<int, Element> elements;  // sckHost 1 ...
 };

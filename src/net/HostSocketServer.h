@@ -12,10 +12,19 @@
 #include "net/SocketTrace.h"
 #include "net/TagValueAccess.h"
 
-// Bounds that keep a misbehaving client from hurting the monitor.
+// Bounds that keep a misbehaving client from hurting the monitor. The socket settings may replace
+// the idle time and the per-address cap (net/clsWindowsSockets.h).
 struct SocketLimits {
-    // Open connections at once; a connection request beyond this is closed at once, unserved.
+    // Open connections at once. A connection request beyond this closes another connection to make
+    // room, so silent clients can never keep a new one out: one that never sent a whole request
+    // goes before one that did, and of those the one silent longest.
     int MaxConnections = 100;
+    // Open connections of one client address at once; beyond this a connection of that same
+    // address makes room (chosen as above), so one address never crowds out the others.
+    int MaxConnectionsPerAddress = 50;
+    // A connection that has sent nothing for this long is closed (checked a few times a second,
+    // at least once a second).
+    int IdleMs = 120 * 1000;
     // Bytes taken as one request. A longer piece is no request of this protocol: the connection
     // that sent it is closed.
     int MaxRequestBytes = 4096;
@@ -31,9 +40,10 @@ public:
     HostSocketServer(const HostSocketServer&) = delete;
     HostSocketServer& operator=(const HostSocketServer&) = delete;
 
-    // (Re)starts the server: reads the port (and listen address) from jobSetupFolder's
-    // "WinSockets.ini", closes every connection, closes element 0 and listens again. Failures are
-    // reported to the main log as "OpenHostSocket, Error n. description" and leave element 0 closed.
+    // (Re)starts the server: reads the port, the listen address, the connection limits and the
+    // addresses allowed to set values from jobSetupFolder's "WinSockets.ini", closes every
+    // connection, closes element 0 and listens again. Failures are reported to the main log as
+    // "OpenHostSocket, Error n. description"; a port that cannot be opened leaves element 0 closed.
     void OpenHostSocket(std::string_view jobSetupFolder);
 
     // Closes every connection and element 0 without tracing (at shutdown).

@@ -1,5 +1,7 @@
 #include "net/SocketProtocol.h"
 
+#include <cmath>
+
 #include "net/ParseMeterRef.h"
 #include "support/VbConvert.h"
 
@@ -37,12 +39,13 @@ std::optional<TagField> KeywordField(std::string_view keyword) {
 }
 
 RequestOutcome HandleRequest(std::string_view request, std::string_view remoteIp, std::string_view label,
-                             TagValueAccess& tags) {
+                             TagValueAccess& tags, bool setsAllowed) {
     RequestOutcome out;
     out.Trace.push_back(Concat({"Received: ", request, " from ", remoteIp, "(", label, ")"}));
 
     const std::vector<std::string_view> fields = SplitFields(request);
     if (fields.size() != 2 && fields.size() != 3) return out;
+    out.Understood = true;
 
     const int32_t tagNo = ParseMeterRef(fields[0]);
     const bool namesTag = tagNo >= 1 && tagNo <= tags.MaxTags();
@@ -57,13 +60,20 @@ RequestOutcome HandleRequest(std::string_view request, std::string_view remoteIp
         return out;
     }
 
+    if (!setsAllowed) {
+        out.Trace.push_back(Concat({"Set Refused: ", request, " from ", remoteIp, " (this address may not set values)"}));
+        return out;
+    }
     if (namesTag && field) {
-        // A number beyond the float range would overflow the field; the set is then dropped.
+        // Only a finite float may reach the tag table: from there it goes into the store file and
+        // the peak table.
         const VbResult<double> number = ValChecked(fields[2]);
-        if (number.Ok()) {
-            const VbResult<float> single = CSng(number.Value);
-            if (single.Ok()) tags.WriteField(tagNo, *field, single.Value);
+        const VbResult<float> single = number.Ok() ? CSng(number.Value) : VbResult<float>{0.0F, number.Error};
+        if (!single.Ok() || !std::isfinite(single.Value)) {
+            out.Trace.push_back(Concat({"Set Refused: ", request, " from ", remoteIp, " (not a finite 32-bit number)"}));
+            return out;
         }
+        tags.WriteField(tagNo, *field, single.Value);
     }
     out.Trace.push_back(Concat({"Set Data: ", request, " from ", remoteIp}));
     return out;

@@ -2,6 +2,7 @@
 // The socket settings: JobSetupFolder + "\WinSockets.ini", section "Sockets". The other keys of the
 // section belong to other programs of the family and are left alone.
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,8 @@
 #include "support/clsIni.h"
 
 inline constexpr int32_t DefaultMonitorPortNo = 1007;
+// The longest idle time the key can give, in seconds.
+inline constexpr int32_t LongestIdleSeconds = 86400;
 
 class clsWindowsSockets {
 public:
@@ -24,8 +27,21 @@ public:
     // address 127.0.0.1; "*" means every address; otherwise an IPv4 or IPv6 address in text form.
     std::string ListenAddress();
 
+    // Key IdleSeconds: a connection that sends nothing for this long is closed. Read as a number,
+    // rounded; none when missing or below 1, at most a day.
+    std::optional<int32_t> IdleSeconds();
+
+    // Key MaxConnectionsPerAddress: connections one client address may hold at once. Read as a
+    // number, rounded; none when missing or below 1.
+    std::optional<int32_t> MaxConnectionsPerAddress();
+
+    // Key SetsAllowedFrom: the client addresses whose set requests are obeyed (see
+    // net/ClientAddressList.h); empty when missing.
+    std::string SetsAllowedFrom();
+
     const std::string& FileName() const { return ini_.FileName(); }
 
 private:
+    std::optional<int32_t> PositiveNumber(const char* key);
     clsIni ini_;
 };

@@ -26,11 +26,13 @@
 namespace {
 
 // The simulated clock: it showed Anchor when the real clock stood at AnchorUnix, and runs
-// Speed times faster than real time from there.
+// Speed times faster than real time from there. Like a PC clock it runs in universal time and
+// shows local time through the time zone, so summer time begins and ends on it as on a real one.
 struct SimulatedClock {
     DateTime Anchor = 0;
     double AnchorUnix = 0;
     double Speed = 1;
+    double AnchorInstant = 0;  // Anchor as Unix time in the zone of this process
 };
 
 constexpr int64_t kMsPerDay = 86400000;
@@ -163,7 +165,7 @@ std::optional<SimulatedClock> ParseState(std::string_view text) {
         else if (SameKey(key, "Speed")) speed = ParseDouble(value);
     }
     if (!anchor || !anchorUnix || !speed || !(*speed > 0)) return std::nullopt;
-    return SimulatedClock{*anchor, *anchorUnix, *speed};
+    return SimulatedClock{*anchor, *anchorUnix, *speed, UnixFromLocalDateTime(*anchor)};
 }
 
 std::string StateText(const SimulatedClock& state) {
@@ -282,10 +284,17 @@ std::optional<SimulatedClock> CurrentState(StateCache& cache) {
 constexpr DateTime kEarliest = -657434.0;
 constexpr DateTime kLatest = 2958465.0 + 86399.0 / 86400.0;
 
+// Unix times the zone conversion takes: the years 100 to 9999 and a little more.
+constexpr double kEarliestUnix = -59011459200.0 - 86400.0 * 2;
+constexpr double kLatestUnix = 253402300800.0 + 86400.0 * 2;
+
 DateTime SimulatedNow(const SimulatedClock& state) {
-    const DateTime now = AddMilliseconds(state.Anchor, (RealUnixNow() - state.AnchorUnix) * state.Speed * 1000.0);
+    const double instant = state.AnchorInstant + (RealUnixNow() - state.AnchorUnix) * state.Speed;
     // A state file with an absurd speed runs off the calendar: it stops at its ends instead.
-    if (std::isnan(now)) return state.Anchor;
+    if (std::isnan(instant)) return state.Anchor;
+    if (instant <= kEarliestUnix) return kEarliest;
+    if (instant >= kLatestUnix) return kLatest;
+    const DateTime now = LocalDateTimeFromUnix(instant);
     return now < kEarliest ? kEarliest : now > kLatest ? kLatest : now;
 }
 

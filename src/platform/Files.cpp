@@ -321,7 +321,11 @@ VbError WriteFileAtomically(std::string_view pathText, std::string_view content)
     fs::path temporary;
     int fd = -1;
     for (int attempt = 0; attempt < 100 && fd < 0; ++attempt) {
-        temporary = folder / ("." + target.filename().string() + TemporarySuffix());
+        // Appended, never prepended: GCC 12 at -O3 warns falsely on "literal" + std::string.
+        std::string name = ".";
+        name += target.filename().string();
+        name += TemporarySuffix();
+        temporary = folder / name;
         fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
         if (fd < 0 && errno != EEXIST) return VbErrorFromErrno(errno);
     }

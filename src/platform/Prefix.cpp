@@ -58,6 +58,8 @@ std::filesystem::path PrefixRoot() {
     return root;
 }
 
+std::filesystem::path PrefixRootName() { return ChosenRoot(); }
+
 std::filesystem::path PrefixWindowsFolder() { return PrefixRoot() / "windows"; }
 
 std::filesystem::path PrefixRunFolder() { return PrefixRoot() / "run"; }

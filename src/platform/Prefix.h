@@ -10,6 +10,8 @@
 // The prefix root, created with its standard folders on first use. Read from the
 // environment on every call, so a test may point it elsewhere.
 std::filesystem::path PrefixRoot();
+// The prefix folder this process uses, without making any folder (for texts such as --help).
+std::filesystem::path PrefixRootName();
 
 // Points this process at another prefix ($VOLTARIS_PREFIX; an empty root unsets it). Readers
 // that keep state of the prefix between calls (the clock) see the change at once; a plain

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/Paths.h"
+#include "platform/Prefix.h"
 
 extern char** environ;
 
@@ -23,6 +24,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string commandLine;
+std::string programNameOverride;
 
 bool IsRegularFile(const fs::path& path) {
     struct stat info {};
@@ -191,8 +193,21 @@ bool HasDisplay() {
 
 }  // namespace
 
+// Where the program folder is not the program file's own (an installed, read-only program), the
+// programs started from the program folder are the ones installed beside the program file.
+static std::optional<fs::path> FindBesideProgramFile(std::string_view pathText) {
+    const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
+    if (given && *given) return std::nullopt;  // a program folder given is the only place
+    const fs::path path = LocalPath(pathText);
+    const std::string ownFolder = fs::path(ProgramFilePath()).parent_path().string();
+    if (ownFolder.empty() || path.parent_path() != fs::path(ProgramFolder()) || ownFolder == ProgramFolder())
+        return std::nullopt;
+    return ResolveFile(PathJoin(ownFolder, path.filename().string()));
+}
+
 VbError StartProgram(std::string_view pathText, std::string_view parameters, WindowShow show) {
     std::optional<fs::path> program = FindProgram(pathText);
+    if (!program) program = FindBesideProgramFile(pathText);
     if (!program) return VbError(ErrFileNotFound);
     if (::access(program->c_str(), X_OK) != 0) return VbError(ErrInvalidCall);
     return Launch(*program, SplitParameters(parameters), show);
@@ -224,12 +239,31 @@ std::string ProgramFilePath() {
 
 std::string ProgramFolder() {
     const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
-    std::string folder = (given && *given) ? std::string(given) : fs::path(ProgramFilePath()).parent_path().string();
+    std::string folder;
+    if (given && *given) {
+        folder = given;
+    } else {
+        folder = fs::path(ProgramFilePath()).parent_path().string();
+        // An installed program's folder is read-only: its logs go to the prefix instead.
+        if (::access(folder.c_str(), W_OK) != 0) folder = FallbackProgramFolder().string();
+    }
     while (folder.size() > 1 && (folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
     return folder;
 }
 
-std::string ProgramName() { return fs::path(ProgramFilePath()).stem().string(); }
+std::filesystem::path FallbackProgramFolder() {
+    const fs::path folder = PrefixRoot() / "program";
+    std::error_code ec;
+    fs::create_directories(folder, ec);
+    return folder;
+}
+
+std::string ProgramName() {
+    if (!programNameOverride.empty()) return programNameOverride;
+    return fs::path(ProgramFilePath()).stem().string();
+}
+
+void SetProgramName(std::string name) { programNameOverride = std::move(name); }
 
 std::string CommandLine() { return commandLine; }
 

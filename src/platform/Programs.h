@@ -1,5 +1,6 @@
 #pragma once
 // Starting programs and shell "open".
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -17,9 +18,16 @@ VbError StartProgram(std::string_view pathText, std::string_view parameters, Win
 VbError ShellOpen(std::string_view pathText, std::string_view parameters);
 
 // The folder of the running program file, or $VOLTARIS_PROGRAM_DIR when set. No trailing separator.
+// When the program file's folder cannot be written (an installed program), the prefix's program/
+// folder instead, so logs always have a place.
 std::string ProgramFolder();
-// The program file's name without its extension ("voltamon").
+// <prefix>/program, made when missing.
+std::filesystem::path FallbackProgramFolder();
+// The program file's name without its extension ("voltamon"), or the name set below.
 std::string ProgramName();
+// A program that stands for another under its own file name (the headless monitor) keeps that
+// program's name for its files.
+void SetProgramName(std::string name);
 // Full path of the running program file.
 std::string ProgramFilePath();
 // The whole command line after the program name, arguments joined with single blanks

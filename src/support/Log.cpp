@@ -1,5 +1,6 @@
 #include "support/Log.h"
 
+#include <cstdio>
 #include <string>
 
 #include "platform/Clock.h"
@@ -17,6 +18,7 @@ bool debugMode = false;
 std::function<bool(const std::string&, const std::string&)> askTerminate;
 std::function<void()> closeMain;
 bool inFailurePrompt = false;
+bool logFailureSaid = false;
 
 constexpr double DiagnosticFileLimit = 5000000;
 
@@ -79,8 +81,18 @@ void SetLogFailurePrompt(std::function<bool(const std::string&, const std::strin
 }
 
 void AddToLog(std::string_view text) {
-    const VbError error = RotatingAppend(MainLogPath(), Stamped(text), MainLogRotation);
-    if (!error.Failed() || !debugMode || inFailurePrompt) return;
+    const std::string path = MainLogPath();
+    const VbError error = RotatingAppend(path, Stamped(text), MainLogRotation);
+    if (!error.Failed()) return;
+    if (!logFailureSaid) {
+        // A monitor must never run without a trace: the first lost line says so where a person or
+        // the service journal sees it.
+        logFailureSaid = true;
+        std::fprintf(stderr, "%s: cannot write the log %s (Error %d/ %s); log lines are lost while it cannot\n",
+                     ProgramName().c_str(), path.c_str(), error.Number, error.Description.c_str());
+        std::fflush(stderr);
+    }
+    if (!debugMode || inFailurePrompt) return;
     // The line is lost either way; under "/d" the user may choose to stop a monitor that cannot log.
     const std::string question = "AddToLog, Error " + std::to_string(error.Number) + "/ " + error.Description +
                                  NL(2) + "Do you wish to terminate the Voltaris Monitor?";

@@ -1,7 +1,9 @@
 // Read round trips against the monitor's socket server on loopback, beside an echo server on the same
 // kind of Qt event loop, both measured in this run by one load generator: 1, 10 and 50 clients, each
 // keeping one "[M<n>];Value" request in flight. Then the same 50-client load while 200-tag scans run
-// in the server's thread every 100 ms, letting events run between tags.
+// in the server's thread every 100 ms, letting events run between tags. Last, the 10-client load
+// beside clients that send half a request and then nothing: 100 of them from four other addresses
+// (the server full before the load connects), and 200 from one other address (beyond its share).
 // Each server runs in a child process of its own; the load is bounded in clients and time.
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -390,6 +392,73 @@ LoadResult Measure(ServerKind kind, const RunFolders& folders, int clients) {
     return r;
 }
 
+// Connections from loopback addresses 127.0.0.<from> in turn, each sending half a request and
+// then nothing.
+class SilentCrowd {
+public:
+    SilentCrowd(int port, int count, const std::vector<int>& from) {
+        for (int n = 0; n < count; ++n) {
+            const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+            if (fd < 0) continue;
+            sockaddr_in source{};
+            source.sin_family = AF_INET;
+            source.sin_addr.s_addr = htonl(INADDR_LOOPBACK - 1 + static_cast<uint32_t>(from[static_cast<size_t>(n) % from.size()]));
+            sockaddr_in addr{};
+            addr.sin_family = AF_INET;
+            addr.sin_port = htons(static_cast<uint16_t>(port));
+            addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+            if (::bind(fd, reinterpret_cast<sockaddr*>(&source), sizeof source) != 0 ||
+                ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
+                ::close(fd);
+                continue;
+            }
+            (void)!::send(fd, "[M2", 3, MSG_NOSIGNAL);
+            fds_.push_back(fd);
+        }
+    }
+    ~SilentCrowd() {
+        for (const int fd : fds_) ::close(fd);
+    }
+    SilentCrowd(const SilentCrowd&) = delete;
+    SilentCrowd& operator=(const SilentCrowd&) = delete;
+
+    // Connections the server has not closed.
+    int StillOpen() const {
+        int open = 0;
+        char c;
+        for (const int fd : fds_) {
+            const ssize_t r = ::recv(fd, &c, 1, MSG_PEEK | MSG_DONTWAIT);
+            if (r < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) ++open;
+        }
+        return open;
+    }
+
+private:
+    std::vector<int> fds_;
+};
+
+struct CrowdResult {
+    LoadResult load;
+    int open = -1;  // crowd connections still open after the load
+};
+
+// The load of a server beside a silent crowd that connected first.
+CrowdResult MeasureBesideCrowd(ServerKind kind, const RunFolders& folders, int clients, int crowd,
+                               const std::vector<int>& from) {
+    CrowdResult result;
+    if (kind != ServerKind::Echo && !folders.WritePort(FreePort())) return result;
+    ServerProcess server(kind, folders.JobSetup());
+    if (server.Port() <= 0) {
+        std::fprintf(stderr, "the server did not start\n");
+        return result;
+    }
+    SilentCrowd silent(server.Port(), crowd, from);
+    result.load = RunLoad(server.Port(), clients, kind == ServerKind::Echo);
+    result.open = silent.StillOpen();
+    server.Stop();
+    return result;
+}
+
 void Show(const char* what, int clients, const LoadResult& r) {
     if (r.ok)
         std::printf("  %-34s %2d clients: %8.0f round trips/s  p50 %.3f ms  p99 %.3f ms  (%zu round trips)\n", what, clients,
@@ -414,12 +483,14 @@ int main() {
 
     std::printf("Read round trips on loopback, %.1f s each after %.1f s warm-up\n", MeasureSeconds, WarmUpSeconds);
     bool ok = true;
+    LoadResult tenClients;
     for (int clients : {1, 10, 50}) {
         const LoadResult ours = Measure(ServerKind::Monitor, folders, clients);
         const LoadResult echo = Measure(ServerKind::Echo, folders, clients);
         Show("socket server", clients, ours);
         Show("echo server", clients, echo);
         ok = ok && ours.ok && echo.ok;
+        if (clients == 10) tenClients = ours;
         if (ours.ok && echo.ok)
             std::printf("socket: %d clients: %.0f round trips/s (echo %.0f), ratio %.2f, p50 %.3f ms (echo %.3f), "
                         "p99 %.3f ms (echo %.3f)\n",
@@ -434,5 +505,28 @@ int main() {
                             clients, scanning.perSecond, scanning.p50Ms, scanning.p99Ms, echo.p99Ms);
         }
     }
+
+    // Baselines: the echo server beside the same crowd (which it keeps whole), and the 10-client
+    // load above with no crowd.
+    struct Crowd {
+        const char* label;
+        const char* line;
+        int count;
+        std::vector<int> from;
+    };
+    for (const Crowd& c : {Crowd{"socket server, 100 silent beside", "socket beside 100 silent clients", 100, {2, 3, 4, 5}},
+                           Crowd{"socket server, 200 silent of one address", "socket beside a one-address flood", 200, {2}}}) {
+        const CrowdResult r = MeasureBesideCrowd(ServerKind::Monitor, folders, 10, c.count, c.from);
+        const CrowdResult echo = MeasureBesideCrowd(ServerKind::Echo, folders, 10, c.count, c.from);
+        Show(c.label, 10, r.load);
+        Show("echo server, same crowd", 10, echo.load);
+        ok = ok && r.load.ok && echo.load.ok;
+        if (r.load.ok && echo.load.ok && tenClients.ok)
+            std::printf("%s: 10 clients: %.0f round trips/s (echo %.0f), ratio %.2f, p99 %.3f ms (echo %.3f), "
+                        "alone %.0f round trips/s, silent still open %d of %d\n",
+                        c.line, r.load.perSecond, echo.load.perSecond, r.load.perSecond / echo.load.perSecond, r.load.p99Ms,
+                        echo.load.p99Ms, tenClients.perSecond, r.open, c.count);
+    }
+
     return ok ? 0 : 1;
 }

@@ -2,8 +2,8 @@
 # Every benchmark of a build, then one table: figure, our result, the baseline measured in the
 # same run, their ratio, the goal and whether it is met.
 #   run-bench.sh BUILD_DIR
-# The bench_* programs of BUILD_DIR/bin are Google Benchmark programs (bench_socket is a plain one
-# that ignores the JSON options and prints its own summary lines); bench_memory.sh beside
+# The bench_* programs of BUILD_DIR/bin are Google Benchmark programs (bench_socket and bench_report
+# are plain ones that ignore the JSON options and print their own summary lines); bench_memory.sh beside
 # this script measures start-up time and resident memory of the running monitor.
 set -u
 here=$(cd "$(dirname "$0")" && pwd)
@@ -108,7 +108,51 @@ run_benchmark() {
             ep99=$(sed -n 's/.*(echo p99 \([0-9.]*\)).*/\1/p' <<< "$line")
             row "socket p99 latency during a 200-tag scan, 50 clients (vs echo, no scan)" "${p99:--} ms" "${ep99:--} ms" \
                 "$(awk -v a="$p99" -v b="$ep99" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }')" "< 5 ms" \
-                "$(awk -v r="$p99" 'BEGIN { if (r == "") print "no result"; else print (r < 5 ? "pass" : "FAIL") }')" ;;
+                "$(awk -v r="$p99" 'BEGIN { if (r == "") print "no result"; else print (r < 5 ? "pass" : "FAIL") }')"
+            # "socket beside ...: 10 clients: R round trips/s (echo E), ratio X, ..., silent still open O of N"
+            local what open
+            for what in "100 silent clients" "a one-address flood"; do
+                line=$(grep "^socket beside $what: " "$out" | head -n 1)
+                rate=$(sed -n 's/.* clients: \([0-9.]*\) round trips.*/\1/p' <<< "$line")
+                echo=$(sed -n 's/.*round trips\/s (echo \([0-9.]*\)).*/\1/p' <<< "$line")
+                ratio=$(sed -n 's/.*, ratio \([0-9.]*\),.*/\1/p' <<< "$line")
+                open=$(sed -n 's/.*silent still open \([0-9]* of [0-9]*\).*/\1/p' <<< "$line")
+                row "socket round trips, 10 clients beside $what (vs echo, same crowd; silent kept: ${open:-?})" \
+                    "${rate:--} /s" "${echo:--} /s" "${ratio:--}" ">= 0.5" \
+                    "$(awk -v r="$ratio" 'BEGIN { if (r == "") print "no result"; else print (r >= 0.5 ? "pass" : "FAIL") }')"
+            done ;;
+        bench_meters)
+            # "meters modbus: ... host A % of a core (idle host B %), last point read yes" and
+            # "meters mqtt: ... host A msg/s against mosquitto_sub B msg/s, ratio R, last values lost L"
+            local line share idle rate sub ratio lost
+            line=$(grep "^meters modbus: " "$out" | head -n 1)
+            share=$(sed -n 's/.*: host \([0-9.]*\) % of a core.*/\1/p' <<< "$line")
+            idle=$(sed -n 's/.*(idle host \([0-9.]*\) %).*/\1/p' <<< "$line")
+            row "host polling 200 Modbus points on 4 devices every second: CPU (vs the host without devices)" \
+                "${share:--} %" "${idle:--} %" \
+                "$(awk -v a="$share" -v b="$idle" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }')" "< 2 % of a core" \
+                "$(awk -v r="$share" -v l="$line" 'BEGIN { if (r == "") print "no result"; else print (r < 2 && l ~ /last point read yes/ ? "pass" : "FAIL") }')"
+            line=$(grep "^meters mqtt: " "$out" | head -n 1)
+            rate=$(sed -n 's/.*: host \([0-9.]*\) msg\/s against.*/\1/p' <<< "$line")
+            sub=$(sed -n 's/.*mosquitto_sub \([0-9.]*\) msg\/s.*/\1/p' <<< "$line")
+            ratio=$(sed -n 's/.*, ratio \([0-9.]*\),.*/\1/p' <<< "$line")
+            lost=$(sed -n 's/.*last values lost \([0-9]*\).*/\1/p' <<< "$line")
+            row "MQTT 5,000 msg/s into 200 points: taken (vs mosquitto_sub), last values lost ${lost:--}" \
+                "${rate:--} /s" "${sub:--} /s" "${ratio:--}" ">= 0.5, none lost" \
+                "$(awk -v r="$ratio" -v l="$lost" 'BEGIN { if (r == "" || l == "") print "no result"; else print (r >= 0.5 && l == 0 ? "pass" : "FAIL") }')" ;;
+        bench_report)
+            # "report day: open and draw T s (goal under G s), vt-store records B s, ratio R"
+            local what line t g b r
+            for what in day month "month of all 198 tags"; do
+                line=$(grep "^report $what: " "$out" | head -n 1)
+                t=$(sed -n 's/.*open and draw \([0-9.]*\) s.*/\1/p' <<< "$line")
+                g=$(sed -n 's/.*(goal under \([0-9.]*\) s).*/\1/p' <<< "$line")
+                b=$(sed -n 's/.*vt-store records \([0-9.]*\) s.*/\1/p' <<< "$line")
+                r=$(sed -n 's/.*, ratio \([0-9.]*\).*/\1/p' <<< "$line")
+                row "vtreport: open a 96 x 200 month, draw the $what (vs vt-store records)" "${t:--} s" "${b:--} s" \
+                    "${r:--}" "${g:+< $g s}" \
+                    "$(awk -v t="$t" -v g="$g" 'BEGIN { if (t == "") print "no result"; else if (g == "") print "-"; else print (t < g ? "pass" : "FAIL") }')"
+            done ;;
         *)
             summary_rows "$out" || row "$name" "-" "-" "-" "-" "no ratio found in its output" ;;
     esac

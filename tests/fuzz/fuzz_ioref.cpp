@@ -20,9 +20,9 @@
 #include "platform/Prefix.h"
 #include "support/Profile.h"
 
-// telvane-host's own parsers are not in a library; they are compiled in here.
-#include "../../hostsim/telvane-host/PointRef.cpp"
-#include "../../hostsim/telvane-host/Scenario.cpp"
+// telvane-host's own parsers, from its scenario library.
+#include "PointRef.h"
+#include "Scenario.h"
 
 namespace {
 

@@ -1,6 +1,8 @@
 // Socket requests from arbitrary bytes: no crash, a reply exactly for two-field requests (the
-// request echoed, ";", then nothing or a "0.00" number), writes only for three-field requests and
-// only to tags 1 .. MaxTags, and a trace that always starts with the received text.
+// request echoed, ";", then nothing or a "0.00" number), writes only for three-field requests,
+// only to tags 1 .. MaxTags and only of finite numbers, none from a client that may not set, and
+// a trace that always starts with the received text.
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -28,6 +30,7 @@ public:
     }
     void WriteField(int tagNo, TagField, float value) override {
         Check(tagNo >= 1 && tagNo <= MaxTags());
+        Check(std::isfinite(value));
         values[static_cast<size_t>(tagNo)] = value;
         ++writes;
     }
@@ -67,10 +70,20 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Check(value.empty() || IsFixedTwo(value));
         Check(out.Trace.size() == 2 && out.Trace[1] == "Sending: " + *out.Reply + " to 127.0.0.1");
     } else if (fields == 3) {
-        Check(out.Trace.size() == 2 && out.Trace[1] == "Set Data: " + std::string(request) + " from 127.0.0.1");
+        Check(out.Trace.size() == 2);
+        const bool refused = out.Trace[1].starts_with("Set Refused: " + std::string(request) + " from 127.0.0.1 (");
+        Check(refused || out.Trace[1] == "Set Data: " + std::string(request) + " from 127.0.0.1");
+        Check(!refused || tags.writes == 0);
     } else {
         Check(out.Trace.size() == 1);
     }
+    Check(out.Understood == (fields == 2 || fields == 3));
     Check(tags.writes <= (fields == 3 ? 1 : 0));
+
+    // The same from a client that may not set: the same reply, no write.
+    FuzzTags untouched(200);
+    const RequestOutcome barred = HandleRequest(request, "10.0.0.9", "12", untouched, /*setsAllowed=*/false);
+    Check(barred.Reply == out.Reply);
+    Check(untouched.writes == 0);
     return 0;
 }

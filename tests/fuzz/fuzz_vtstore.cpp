@@ -58,7 +58,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     const std::string file = Folder + "/Vtrs2402.lum";
     if (WriteFileAtomically(file, std::string_view(reinterpret_cast<const char*>(data), size)).Failed())
         return 0;
-    for (auto report : {StoreInfoReport, StoreRecordsReport, PeakTableReport}) {
+    using Report = int (*)(const std::string&, std::ostream&, std::ostream&);
+    const Report reports[] = {
+        StoreInfoReport,
+        [](const std::string& path, std::ostream& out, std::ostream& err) { return StoreRecordsReport(path, out, err); },
+        [](const std::string& path, std::ostream& out, std::ostream& err) {
+            return StoreRecordsReport(path, out, err, true);
+        },
+        PeakTableReport,
+    };
+    for (Report report : reports) {
         std::ostringstream out, err;
         CheckOutcome(report(file, out, err), out, err);
     }

@@ -5,7 +5,7 @@
 # the fault can be lifted, that the period saves resume.
 #   file_faults.sh BIN_DIR CASE
 # CASE: store-folder-is-a-file, store-folder-read-only, backup-folder-vanished, disk-full,
-#       line-library-missing, host-libraries-missing
+#       line-library-missing, host-libraries-missing, damaged-store-header
 set -u
 bin=$1 case=$2
 . "$(dirname "$0")/faults-lib.sh"
@@ -149,6 +149,37 @@ host-libraries-missing)
     error_reports | grep -q ' - GetSetupData, Error 53/ File not found' ||
         fail "the missing tag setup file was not reported: $(error_reports | head -3)"
     echo "ended with exit code $code; reported: $(error_reports | head -3 | cut -c1-160)"
+    ;;
+
+damaged-store-header)
+    # A store file whose header says 32767 tag slots: the restarted monitor refuses it at start-up,
+    # naming the field and its value, ends with exit code 1 and leaves the file as it was.
+    begin
+    wait_for 20 eval '[ "$(saved_count)" -ge 1 ]' || fail "no period saved before the damage"
+    stop_monitor
+    printf '\xff\x7f' | dd of="$store_file" bs=1 seek=60 conv=notrunc status=none || fail "could not damage the header"
+    cp "$store_file" "$work/damaged.lum"
+    : > "$log"
+    start_monitor /log
+    code=
+    for _ in $(seq 300); do
+        if ! kill -0 "$monpid" 2> /dev/null; then
+            wait "$monpid"
+            code=$?
+            monpid=
+            break
+        fi
+        sleep 0.05
+    done
+    [ -n "$code" ] || fail "the monitor kept running on a damaged store file"
+    [ "$code" = 1 ] || fail "the monitor ended with exit code $code, not 1"
+    grep -q 'Error in Store File: .*Its MaxTags (byte 60) is 32767, ' "$log" ||
+        fail "no message naming the damaged field: $(grep -m1 'Store File' "$log")"
+    [ "$(scan_lines)" = 0 ] || fail "the monitor scanned on the damaged file"
+    reports=$(error_reports)
+    [ -z "$reports" ] || fail "errors logged on the damaged file: $reports"
+    cmp -s "$store_file" "$work/damaged.lum" || fail "the damaged store file was written to"
+    echo "refused: $(grep -m1 -o 'Its MaxTags[^.]*' "$log")"
     ;;
 
 *)

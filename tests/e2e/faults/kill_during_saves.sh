@@ -115,7 +115,7 @@ check_records() {
             zero = 0
             for (t = 1; t <= m; ++t) if ($(4 + t) + 0 == 0) ++zero
             if ($(5 + m) + 0 != 0) { print "record " $1 " " $2 ": display tag slot holds " $(5 + m); bad = 1; exit }
-            if (zero == m) { if ($4 != 0) { print "record " $1 " " $2 ": flag " $4 " without values"; bad = 1; exit } next }
+            if (zero == m) { if ($4 + 0 != 0) { print "record " $1 " " $2 ": flag " $4 " without values"; bad = 1; exit } next }
             if (zero != 0) { print "record " $1 " " $2 " is torn: " zero " of " m " tags unsaved: " $0; bad = 1; exit }
             if ($4 != 0 && $4 != 1) { print "record " $1 " " $2 ": flag " $4; bad = 1; exit }
             mean = 0

@@ -60,6 +60,28 @@ TEST(HostObject, V5HostSeenReadWrittenAndClosed) {
     EXPECT_FALSE(telvane.TelvnRun());
 }
 
+TEST(HostObject, V5HostKilledWithoutStoppingItsJobIsSeenAsNoJob) {
+    TestPrefix prefix;
+    BackgroundHost host(prefix, {"--generation", "5"});
+    ASSERT_TRUE(host.WaitRunning()) << host.Output();
+    Telvane telvane;
+    ASSERT_TRUE(telvane.V5());
+    ASSERT_TRUE(telvane.JobRun());
+    const pid_t pid = host.Pid();
+    ASSERT_EQ(::kill(pid, SIGKILL), 0);
+    // Through the loaded library, as the monitor asks once a second; the dead host is not reaped yet.
+    const auto killed = std::chrono::steady_clock::now();
+    bool seen = false;
+    while (!seen && std::chrono::steady_clock::now() - killed < 5s) {
+        seen = !telvane.JobRun();
+        if (!seen) std::this_thread::sleep_for(100ms);
+    }
+    EXPECT_TRUE(seen) << "the library still says the job runs 5 s after its host was killed";
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, 3s);
+    host.Kill();
+    EXPECT_FALSE(telvane.JobRun());
+}
+
 TEST(HostObject, V4LineWritesGoOverDde) {
     TestPrefix prefix;
     BackgroundHost host(prefix, {"--generation", "4"});

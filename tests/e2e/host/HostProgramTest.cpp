@@ -216,8 +216,8 @@ TEST(HostProgram, KilledHostLeavesNoLiveWindowsAndAStopClearsItsJob) {
     auto status = Status(prefix);
     EXPECT_EQ(status["host process"], "not running");
     EXPECT_EQ(status["windows"], "");
-    // The point state still says running, as the library would tell a monitor; stop clears it.
-    EXPECT_EQ(status["job running"], "yes");
+    // Its job flag is still set, but the job's owner is dead: the job is no longer running.
+    EXPECT_EQ(status["job running"], "no");
     EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
     EXPECT_EQ(Status(prefix)["job running"], "no");
 
@@ -339,6 +339,33 @@ TEST(HostProgram, BadArgumentsAndMissingHost) {
     ToolResult help = RunTool(prefix, {"--help"});
     EXPECT_EQ(help.ExitCode, 0);
     EXPECT_NE(help.Out.find("dde-set"), std::string::npos);
+    EXPECT_NE(help.Out.find("$VOLTARIS_PREFIX"), std::string::npos) << help.Out;
+    const std::string libraries =
+        "The host libraries are installed from " + std::filesystem::path(TELVANE_HOST_PROGRAM).parent_path().string() + ".\n";
+    EXPECT_NE(help.Out.find(libraries), std::string::npos) << help.Out;
+    EXPECT_EQ(help.Err, "");
+    EXPECT_EQ(RunTool(prefix, {"status", "--help"}).Out, help.Out);
+
+    ToolResult version = RunTool(prefix, {"--version"});
+    EXPECT_EQ(version.ExitCode, 0);
+    EXPECT_EQ(version.Out.rfind("telvane-host ", 0), 0u) << version.Out;
+    EXPECT_NE(version.Out.find("\nbuild: "), std::string::npos) << version.Out;
+
+    // Unknown options are refused with the usage before anything runs; run's own options are not.
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {"--frobnicate"}, {"status", "--verbose"}, {"run", "--generation", "5", "--speed", "2"},
+             {"get", "--all"}, {"--scenario", "x.scn"}}) {
+        ToolResult refused = RunTool(prefix, args);
+        EXPECT_EQ(refused.ExitCode, 2) << args.back();
+        EXPECT_EQ(refused.Err.rfind("telvane-host: unknown option '--", 0), 0u) << refused.Err;
+        EXPECT_NE(refused.Err.find(help.Out), std::string::npos) << refused.Err;
+        EXPECT_EQ(refused.Out, "");
+    }
+    EXPECT_EQ(RunTool(prefix, {"frobnicate"}).Err, "telvane-host: unknown command 'frobnicate'\n" + help.Out);
+    // After "--" a DDE text may look like an option; with no host running the item cannot be set.
+    ToolResult dash = RunTool(prefix, {"dde-set", "--", "Weather|Now", "Temp", "--5"});
+    EXPECT_NE(dash.ExitCode, 2) << dash.Err;
+    EXPECT_EQ(dash.Err.find("unknown option"), std::string::npos) << dash.Err;
 
     // Nothing installed: the point commands say so instead of inventing a host.
     ToolResult get = RunTool(prefix, {"get", "T1"});

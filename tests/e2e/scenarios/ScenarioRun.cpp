@@ -124,6 +124,16 @@ std::vector<std::string> Split(const std::string& text, char separator) {
     return parts;
 }
 
+// The fields of a CSV line without quotes; empty ones count, a last one too ("a,," is three).
+static std::vector<std::string> CsvFields(const std::string& line) {
+    std::vector<std::string> fields;
+    std::size_t start = 0;
+    for (std::size_t at; (at = line.find(',', start)) != std::string::npos; start = at + 1)
+        fields.push_back(line.substr(start, at - start));
+    fields.push_back(line.substr(start));
+    return fields;
+}
+
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines = Split(text, '\n');
     for (std::string& line : lines)
@@ -361,7 +371,7 @@ StoreRecords ScenarioTest::Records(const std::string& storeFileText) {
         records.Error = "vt-store records gave nothing";
         return records;
     }
-    const std::vector<std::string> head = Split(lines[0], ',');
+    const std::vector<std::string> head = CsvFields(lines[0]);
     if (head.size() < 4 || head[0] != "date" || head[3] != "flag") {
         records.Error = "unexpected heading: " + lines[0];
         return records;
@@ -370,14 +380,16 @@ StoreRecords ScenarioTest::Records(const std::string& storeFileText) {
     records.Columns.assign(head.begin() + 4, head.end());
     for (std::size_t i = 1; i < lines.size(); ++i) {
         if (lines[i].empty()) continue;
-        const std::vector<std::string> fields = Split(lines[i], ',');
+        const std::vector<std::string> fields = CsvFields(lines[i]);
         if (fields.size() != head.size()) {
             records.Error = "line of another width: " + lines[i];
             return records;
         }
         Record record;
-        record.Flag = std::stoi(fields[3]);
-        for (std::size_t c = 4; c < fields.size(); ++c) record.Values.push_back(std::stod(fields[c]));
+        record.Saved = !fields[3].empty();
+        record.Flag = record.Saved ? std::stoi(fields[3]) : 0;
+        for (std::size_t c = 4; c < fields.size(); ++c)
+            record.Values.push_back(record.Saved ? std::stod(fields[c]) : 0.0);
         records.Rows[{fields[0], std::stoi(fields[1])}] = record;
     }
     records.Ok = true;

@@ -52,6 +52,7 @@ std::string RateTagSetup(const std::string& name, const std::string& more = "", 
 struct Record {
     int Flag = -1;
     std::vector<double> Values;
+    bool Saved = true;  // false: vt-store showed it empty (flag 0, all zeros); read as 0 here
 };
 
 struct StoreRecords {

@@ -1,5 +1,7 @@
 // How the monitor ends: with the host job, or, when the host's main window goes while its job
 // still runs, by asking the host to close ("APPCLOSE" to its tray window) and ending after it.
+#include <signal.h>
+
 #include <chrono>
 
 #include "ScenarioRun.h"
@@ -54,6 +56,21 @@ TEST_F(Shutdown, HostStopEndsTheMonitorWithinATickOrTwo) {
     // A tick is 100 ms here; two and the process's own ending, with room for a busy machine.
     EXPECT_LT(std::chrono::steady_clock::now() - stopped, 2s);
     EXPECT_EQ(ErrorLines(), "");
+}
+
+TEST_F(Shutdown, HostKilledWithoutStoppingItsJobEndsTheMonitorWithinSeconds) {
+    ASSERT_NO_FATAL_FAILURE(StartBoth(""));
+    // No stop: the job flag stays set in the point state, and the host's windows and tray go with it.
+    ASSERT_EQ(::kill(host_, SIGKILL), 0);
+    const auto killed = std::chrono::steady_clock::now();
+    EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor runs on beside a dead host\n" << Diagnostics();
+    // The libraries look at the job's owner once a second, then a tick of 100 ms and the ending;
+    // room for a busy machine.
+    EXPECT_LT(std::chrono::steady_clock::now() - killed, 5s);
+    EXPECT_EQ(WaitExit(host_, 5s), 128 + SIGKILL);
+    EXPECT_EQ(ErrorLines(), "");
+    // The store file reads back whole.
+    EXPECT_TRUE(Records(StoreFile("End", At(2026, 11, 1, 0, 0))).Ok);
 }
 
 TEST_F(Shutdown, HostMainWindowGoneAsksTheHostToCloseAndTheMonitorEndsAfterIt) {

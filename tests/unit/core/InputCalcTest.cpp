@@ -192,3 +192,49 @@ TEST_F(InputCalc, PulseFirstReadingAfterStartUpOnlySetsTheBase) {
 }
 
 }  // namespace
+
+// A clock set back past a tag's last reading: no calculation books a negative span. A direct
+// meter gains nothing for it, a running total keeps its rate, a pulse counter still counts its
+// pulses but neither rates nor checks them over a span that does not exist.
+TEST_F(InputCalc, AClockGoneBackBooksNoNegativeSpan) {
+    Measured(4, 24);
+    TagValue& direct = Value(4);
+    direct.Current = 60;
+    direct.Integrated = 5;
+    direct.LastReadTime = TestStart() + Seconds(3600);  // read an hour "later" than now
+    At(30);
+    Input_Calc_Direct(Scan(), 4, Now());
+    EXPECT_FLOAT_EQ(direct.Integrated, 5.0f);
+    EXPECT_FLOAT_EQ(direct.Rate, 60.0f);
+    EXPECT_DOUBLE_EQ(direct.LastReadTime, Now());
+
+    Measured(6, 28);
+    TagValue& total = Value(6);
+    total.Previous = 100;
+    total.Current = 130;
+    total.Rate = 12;
+    total.LastReadTime = TestStart() + Seconds(3600);
+    Input_Calc_Total(Scan(), 6, Now());
+    EXPECT_FLOAT_EQ(total.Rate, 12.0f);
+    EXPECT_FLOAT_EQ(total.Integrated, 130.0f);
+    EXPECT_FLOAT_EQ(total.Previous, 130.0f);
+
+    TagRecord& pulse = Measured(7, 22);
+    pulse.MaxRate = 1;  // any rate over a real span would be refused
+    TagValue& counter = Value(7);
+    counter.Rate = 3;
+    counter.Integrated = 2;
+    counter.PulseTime = TestStart() + Seconds(3600);
+    Pulse(40, 50, 30);
+    EXPECT_FLOAT_EQ(counter.Integrated, 12.0f);
+    EXPECT_FLOAT_EQ(counter.Rate, 3.0f);
+    EXPECT_FLOAT_EQ(counter.LastGoodDelta, 10.0f);
+    EXPECT_FLOAT_EQ(counter.Previous, 50.0f);
+    EXPECT_DOUBLE_EQ(counter.PulseTime, Now());
+    EXPECT_EQ(view.Cell(7, 5), "(5) 3.00 (1.00)");
+    // The next scan rates over the span from there.
+    pulse.MaxRate = 0;
+    Pulse(50, 50.5f, 30 + 3600);
+    EXPECT_NEAR(counter.Rate, (5 * 3.0f + 0.5f) / 6, 1e-5);
+    EXPECT_TRUE(LogLines().empty());
+}

@@ -145,6 +145,43 @@ TEST_F(InputGeneral, MeasuredThenMathsThenDisplayTags) {
     EXPECT_EQ(view.DoEventsCalls, 2 * static_cast<int>(expected.size()));
 }
 
+// A maths tag is a view of other tags: with a center number and in the site total it still adds
+// nothing to a center display, while a log-file tag of the center counts like any measured tag.
+TEST_F(InputGeneral, CenterDisplaysCountNeitherMathsNorDisplayTags) {
+    for (int n : {1, 2}) {
+        TagRecord& meter = Measured(n, ScanRateTag);
+        meter.PageNo = static_cast<int16_t>(n);
+        meter.InTotal = 1;
+        meter.CenterNo = 3;
+        Host().SetReading(HostTable::Tags, n - 1, 60.0f * n);  // 1 and 2 units a minute
+    }
+    TagRecord& maths = Measured(4, ScanTypeMaths);
+    for (auto& term : maths.MathsTerms) term.TermTag = 200;
+    maths.MathsTerms[0] = {1, 0, 1.0f};
+    maths.MathsTerms[1] = {2, 1, 1.0f};
+    maths.InTotal = 1;
+    maths.CenterNo = 3;
+    TagRecord& logged = Measured(5, ScanTypeFromLogFile);
+    logged.CenterNo = 3;
+    logged.InTotal = 1;
+    Value(5).Integrated = 7;
+    // A display tag in the center and the total, shown before the others, counts for neither.
+    TagRecord& shown = Display(6, 1, 1);
+    shown.InTotal = 1;
+    shown.CenterNo = 3;
+    Display(7, 0, 3);
+    Display(8, 0, 0);
+    At(60);
+
+    Input_General(Scan());
+
+    EXPECT_FLOAT_EQ(Value(4).Integrated, 3.0f);  // the maths tag itself is worked out
+    EXPECT_FLOAT_EQ(Value(6).Integrated, 1.0f);
+    EXPECT_FLOAT_EQ(Value(7).Integrated, 1.0f + 2.0f + 7.0f);
+    EXPECT_FLOAT_EQ(Value(8).Integrated, 1.0f + 2.0f + 7.0f);
+    EXPECT_TRUE(LogLines().empty());
+}
+
 TEST_F(InputGeneral, ScanLogLineHoldsEveryOnlineMeasuredTag) {
     settings.ScanLogging = 1;
     Measured(2, ScanRateTag).PageNo = 1;

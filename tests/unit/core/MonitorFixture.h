@@ -133,6 +133,7 @@ protected:
     // Builds the monitor and runs stage 1.
     void Load() {
         monitor = std::make_unique<Monitor>(view, view);
+        monitor->SetSteadyClock([this] { return steady_; });
         view.SetCommands(*monitor);
         monitor->Form_Load();
     }
@@ -144,8 +145,14 @@ protected:
     }
 
     static DateTime Now() { return ClockNow(); }
-    // Moves the PC clock to start + seconds.
-    static void At(double seconds) { ClockSet(MonitorTestStart() + Secs(seconds)); }
+    // Moves the PC clock to start + seconds, as time passing: the steady clock moves with it.
+    void At(double seconds) {
+        const DateTime target = MonitorTestStart() + Secs(seconds);
+        steady_ += (target - ClockNow()) * 86400 / ClockSpeed();
+        ClockSet(target);
+    }
+    // Moves the PC clock as a step: no time passes.
+    static void StepTo(double seconds) { ClockSet(MonitorTestStart() + Secs(seconds)); }
 
     // One tick with the recording started afresh.
     void Tick() {
@@ -165,6 +172,7 @@ protected:
         return std::find(lines.begin(), lines.end(), line) != lines.end();
     }
 
+    double steady_ = 0;
     HostFixture host;
     RecordingMonitorView view;
     std::unique_ptr<Monitor> monitor;

@@ -81,6 +81,44 @@ TEST_F(MonitorTest, ClockSetBackRestartsTheCountdownFromNow) {
     EXPECT_TRUE(Scanned());
 }
 
+// The clock set back an hour by someone else between two ticks: the tick sees the step, moves the
+// measured tags' time bases with it and logs it; the next scan books only the time that passed and
+// saves what it gathered as the period that ran before the step.
+TEST_F(MonitorTest, ClockSetBackByOthersBooksNoNegativeTimeAndEndsThePeriodThatRan) {
+    WriteSettings("[general]\r\nStoreFilePrefix=Test\r\ntimer1scan=30\r\nLogScans=1\r\n");
+    host.State().SetReading(HostTable::Tags, 0, 60.0f);  // a unit a minute
+    Start();
+    TickAt(30);  // 30 s at 60 an hour
+    ASSERT_TRUE(Logged("M1,60.00,0.50,60.00;"));
+    TickAt(31);
+    const DateTime lastRead = monitor->Values[1].LastReadTime;
+    const DateTime displayRead = monitor->Values[2].LastReadTime;
+    const DateTime offlineRead = monitor->Values[3].LastReadTime;
+
+    StepTo(31 - 3600);
+    Tick();
+    EXPECT_TRUE(Logged("PC clock stepped by -3600 secs"));
+    EXPECT_NEAR((monitor->Values[1].LastReadTime - lastRead) * 86400, -3600, 0.01);
+    EXPECT_DOUBLE_EQ(monitor->Values[2].LastReadTime, displayRead);
+    EXPECT_DOUBLE_EQ(monitor->Values[3].LastReadTime, offlineRead);
+    EXPECT_DOUBLE_EQ(monitor->State.ClockStepFrom, MonitorTestStart() + Secs(31));
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 0 secs"});
+    // The next tick a second later is time passing, not a step.
+    TickAt(32 - 3600);
+    EXPECT_DOUBLE_EQ(monitor->State.ClockStepFrom, MonitorTestStart() + Secs(31));
+
+    // Half a unit from 10:05:00 to 10:05:30, then 31 s more from 10:05:30 to the step and on.
+    TickAt(31 - 3600 + 30);
+    ASSERT_TRUE(Scanned());
+    EXPECT_TRUE(Logged("M1,60.00,1.02,60.00;"));
+    EXPECT_EQ(monitor->State.ClockStepFrom, 0);
+    EXPECT_DOUBLE_EQ(monitor->State.LastSavedEnd, MakeDateTime(2026, 11, 19, 10, 30, 0));
+    EXPECT_EQ(monitor->State.LastSavedPeriod, 19);  // 09:00 to 09:30 runs now
+    EXPECT_EQ(monitor->Values[1].Integrated, 0.0f);
+    const std::vector<std::string> lines = MainLogLines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.find("Error") != std::string::npos; }), 0);
+}
+
 TEST_F(MonitorTest, ClockSyncStepMovesRememberedTimesWithTheClock) {
     // Hour pulse on host tag 5; the clock stands at 10:03:20, so a pulse sets it back to 10:00:00.
     WriteSettings(std::string(DefaultSettings) + "[Monitor_PC_Clock_Sync]\r\nInputTag=5\r\nOffset=0\r\n");

@@ -2,6 +2,8 @@
 #include "files/PeakTable.h"
 #include "support/Profile.h"
 
+#include <limits>
+
 using namespace filestest;
 
 namespace {
@@ -78,6 +80,22 @@ TEST_F(PeakTableTest, ValuesWithTextAfterTheNumber)
     EXPECT_EQ(peaks[5].Value, "2000.5 kW");
     EXPECT_EQ(peaks[6].Value, "2000.25");
     EXPECT_EQ(peaks[6].Time, "between");
+}
+
+TEST_F(PeakTableTest, TotalThatIsNoFiniteNumberLeavesTheFileAsItWas)
+{
+    FillDescending();
+    const fs::path file = root / "prefix" / "drives" / "c" / "Setup" / "VoltarisSetup.ini";
+    const std::string before = ReadBytes(file);
+    for (float total : {std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
+                        std::numeric_limits<float>::quiet_NaN()}) {
+        EXPECT_EQ(UpdatePeaks(total, "never", ini).Number, 6) << total;
+        EXPECT_EQ(ReadBytes(file), before) << total;
+    }
+    // The largest float is a number like any other.
+    EXPECT_FALSE(UpdatePeaks(std::numeric_limits<float>::max(), "top", ini).Failed());
+    EXPECT_EQ(ReadPeaks(ini)[1].Value, "3.402823E+38");
+    EXPECT_EQ(ReadPeaks(ini)[2].Value, "2400");
 }
 
 } // namespace

@@ -228,6 +228,78 @@ TEST_F(StoreFileTest, WhatEachTagLeavesInItsSlot)
     EXPECT_EQ(state.DataOkFlag, 0);
 }
 
+// The clock set back half an hour at 10:10: the save after the step stores 10:00 to 10:10 as
+// period 21 (not as the period the clock now shows), and the half hour that runs a second time
+// adds to the records of its first run; a running total keeps its later reading.
+TEST_F(StoreFileTest, AClockSetBackSavesThePeriodBeforeTheStepAndAddsRepeatedPeriods)
+{
+    StartMarch();
+    setup.TagTable[5].ScanType = 28;  // the boiler's meter gives a running total
+    const auto ini = [&] { return ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"); };
+    values[1].Integrated = 5;
+    values[5].Integrated = 1000;
+    SaveAt(10, 0, 20);  // period 20, the first after start-up: flag 0
+
+    values[1].Integrated = 2;
+    values[5].Integrated = 1004;
+    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 10, 9, 59);
+    SaveAt(9, 40, 30);
+    std::string b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(Get16(b, Slot(116)), 1);
+    EXPECT_EQ(GetF32(b, Slot(116, 1)), 2.0F);
+    EXPECT_EQ(GetF32(b, Slot(114, 1)), 0.0F);  // 09:00 to 09:30 is not touched
+    EXPECT_EQ(state.ClockStepFrom, 0);
+    EXPECT_NE(ini().find("PeakTime=Mar 03, 24. 10:30"), std::string::npos) << ini();
+    EXPECT_EQ(state.LastSavedPeriod, 20);
+
+    // 09:40 to 10:00 again, then 10:00 to 10:30 again.
+    values[1].Integrated = 3;
+    values[5].Integrated = 1010;
+    SaveAt(10, 0, 20);
+    b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(b, Slot(115, 1)), 5.0F + 3.0F);
+    EXPECT_EQ(GetF32(b, Slot(115, 5)), 1010.0F);
+    EXPECT_EQ(Get16(b, Slot(115)), 0) << "whole only if both runs were";
+    values[1].Integrated = 4;
+    values[5].Integrated = 1020;
+    SaveAt(10, 30, 20);
+    b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(b, Slot(116, 1)), 2.0F + 4.0F);
+    EXPECT_EQ(GetF32(b, Slot(116, 5)), 1020.0F);
+    EXPECT_EQ(Get16(b, Slot(116)), 1);
+    // Past the repeated time, records are written afresh again.
+    PutF32(b, Slot(117, 1), 99.0F);
+    WriteBytes(StorePath("2403"), b);
+    values[1].Integrated = 7;
+    SaveAt(11, 0, 20);
+    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), Slot(117, 1)), 7.0F);
+    EXPECT_EQ(LogLines(), 0);
+}
+
+// Set on: 00:59:59 is followed by 02:00 (summer time begins). The save stores the period that
+// ran, 00:30 to 01:00, not 01:30 to 02:00, which never ran; a step inside one period saves nothing.
+TEST_F(StoreFileTest, AClockSetOnSavesThePeriodThatRan)
+{
+    WriteMtg(StandardMtg(48));
+    ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 0, 40, 0)), SetupLoadResult::Loaded);
+    values[1].Integrated = 6;
+    // Late in the last second before the step, which a time of day would round up to 01:00:00.
+    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 0, 59, 59) + 0.7 / 86400;
+    SaveAt(2, 0, 25);
+    std::string b = ReadBytes(StorePath("2403"));
+    EXPECT_EQ(GetF32(b, Slot(97, 1)), 6.0F);
+    EXPECT_EQ(GetF32(b, Slot(99, 1)), 0.0F);
+    EXPECT_NE(ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini").find("PeakTime=Mar 03, 24. 01:00"),
+              std::string::npos);
+
+    values[1].Integrated = 1;
+    state.ClockStepFrom = MakeDateTime(2024, 3, 3, 2, 5, 0);
+    SaveAt(2, 10, 0);  // on by five minutes, still in period 5
+    EXPECT_EQ(ReadBytes(StorePath("2403")), b);
+    EXPECT_EQ(state.ClockStepFrom, 0);
+    EXPECT_EQ(values[1].Integrated, 1.0F);
+}
+
 TEST_F(StoreFileTest, DemoTouchesNoFileButKeepsPeaksAndResets)
 {
     StartMarch();
@@ -391,6 +463,95 @@ TEST_F(StoreFileTest, StoreFilesTheMonitorCannotUseEndIt)
               "There are no valid tags in the store file!\r\n\r\nRecommend that you delete the existing store "
               "file\r\nand then restart the Voltaris Monitor");
     EXPECT_TRUE(view.ended);
+}
+
+// An existing file whose header cannot be right ends the monitor at its check, the way wrong
+// periods per day do, and is left as it was: the message names the field and what it holds.
+TEST_F(StoreFileTest, DamagedHeaderEndsTheMonitorAndNamesTheField)
+{
+    StartMarch();
+    values[1].Integrated = 5;
+    SaveAt(10, 0, 20);
+    std::string bytes = ReadBytes(StorePath("2403"));
+    Put16(bytes, 60, 32767);  // tag slots
+    WriteBytes(StorePath("2403"), bytes);
+    view = RecordingView{};
+    setup = SetupData{};
+    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 10, 40, 0)), SetupLoadResult::ProgramEnds);
+    ASSERT_EQ(view.messages.size(), 1u);
+    EXPECT_EQ(view.messages[0].title, "Error in Store File");
+    EXPECT_EQ(view.messages[0].icon, MessageIcon::Critical);
+    const std::string path = "c:\\telvane\\job1\\data\\voltaris\\vtrs2403.lum";
+    EXPECT_EQ(view.messages[0].text, "WARNING!!!\r\n\r\nStore file " + path +
+                                         "\r\nhas a damaged header.\r\nIts MaxTags (byte 60) is 32767, where 1 to "
+                                         "8191 tag slots can be held.\r\n\r\nTo remedy this we recommend that you "
+                                         "delete the store file\r\n" +
+                                         path + "\r\nor put back its copy from the backup folder.");
+    EXPECT_TRUE(view.ended);
+    EXPECT_EQ(ReadBytes(StorePath("2403")), bytes);
+
+    // A tag-slot count the tables could hold, but not the one the file was laid out with.
+    Put16(bytes, 60, 190);
+    WriteBytes(StorePath("2403"), bytes);
+    view = RecordingView{};
+    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 10, 40, 0)), SetupLoadResult::ProgramEnds);
+    ASSERT_EQ(view.messages.size(), 1u);
+    EXPECT_NE(view.messages[0].text.find("Its TagDataStart (byte 105) is " +
+                                         std::to_string(ExpectTagDataStart(1, 2, 20, 200)) +
+                                         ", where its dimensions give " +
+                                         std::to_string(ExpectTagDataStart(1, 2, 20, 190)) + "."),
+              std::string::npos)
+        << view.messages[0].text;
+    EXPECT_EQ(ReadBytes(StorePath("2403")), bytes);
+}
+
+TEST_F(StoreFileTest, HeaderDamageFieldByField)
+{
+    StoreHeader good;
+    good.MaxTags = 200;
+    good.PeriodsPerDay = 48;
+    good.TariffCount = 1;
+    good.TariffEntryCount = 2;
+    good.CenterCount = 20;
+    good.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 2, 20, 200));
+    good.DataStart = static_cast<int32_t>(good.TagDataStart + 728 * 200);
+    EXPECT_FALSE(StoreHeaderDamage(good));
+    StoreHeader unfinished = good;  // positions not yet written: the check writes them
+    unfinished.TagDataStart = 0;
+    unfinished.DataStart = 0;
+    EXPECT_FALSE(StoreHeaderDamage(unfinished));
+
+    struct Case {
+        void (*damage)(StoreHeader&);
+        const char* field;
+        int offset;
+        int64_t value;
+    };
+    const Case cases[] = {
+        {[](StoreHeader& h) { h.MaxTags = 0; }, "MaxTags", 60, 0},
+        {[](StoreHeader& h) { h.MaxTags = 8192; }, "MaxTags", 60, 8192},
+        {[](StoreHeader& h) { h.TariffCount = -1; }, "TariffCount", 68, -1},
+        // 201 rows of tag aux entries hold 40 entries each at most: 201 x 41 = 8241 > 8192.
+        {[](StoreHeader& h) { h.TariffEntryCount = 40; }, "TariffEntryCount", 70, 40},
+        {[](StoreHeader& h) { h.CenterCount = -3; }, "CenterCount", 74, -3},
+        {[](StoreHeader& h) { h.DataStart += 1; }, "DataStart", 109, good.DataStart + 1},
+        {[](StoreHeader& h) { h.TagDataStart = 0; }, "TagDataStart", 105, 0},
+        {[](StoreHeader& h) { h.PeriodsPerDay = 96; }, "DataStart", 109, good.DataStart},  // a longer block a tag
+    };
+    for (const Case& c : cases) {
+        StoreHeader h = good;
+        c.damage(h);
+        const std::optional<StoreHeaderFault> fault = StoreHeaderDamage(h);
+        ASSERT_TRUE(fault) << c.field;
+        EXPECT_EQ(fault->Field, c.field);
+        EXPECT_EQ(fault->Offset, c.offset);
+        EXPECT_EQ(fault->Value, c.value) << c.field;
+    }
+    StoreHeader edge = good;
+    edge.TariffEntryCount = 39;  // 201 x 40 = 8040 elements
+    edge.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 39, 20, 200));
+    edge.DataStart = static_cast<int32_t>(edge.TagDataStart + 728 * 200);
+    EXPECT_FALSE(StoreHeaderDamage(edge));
 }
 
 TEST_F(StoreFileTest, RecordsReadAndWrittenInABatch)

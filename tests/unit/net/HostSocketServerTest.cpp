@@ -42,9 +42,14 @@ int FreePort() {
 }
 
 // A loopback client that reads without blocking, so the test keeps the server's event loop running.
+// It connects from 127.0.0.1, or from another loopback address given as its last byte.
 class Client {
 public:
-    explicit Client(int port) : fd_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    explicit Client(int port, int from = 1) : fd_(::socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in source{};
+        source.sin_family = AF_INET;
+        source.sin_addr.s_addr = htonl(INADDR_LOOPBACK - 1 + static_cast<uint32_t>(from));
+        if (from != 1 && ::bind(fd_, reinterpret_cast<sockaddr*>(&source), sizeof source) != 0) return;
         sockaddr_in addr{};
         addr.sin_family = AF_INET;
         addr.sin_port = htons(static_cast<uint16_t>(port));
@@ -73,7 +78,13 @@ public:
         return got;
     }
     std::string Ask(std::string_view request, size_t replyBytes) { return Send(request), Receive(replyBytes); }
-    bool WaitClosedByServer() { return PumpUntil([&] { return Drain(), eof_; }); }
+    bool WaitClosedByServer(int timeoutMs = 3000) { return PumpUntil([&] { return Drain(), eof_; }, timeoutMs); }
+    // Still open after the server's pending events have run.
+    bool Open() {
+        QCoreApplication::processEvents();
+        Drain();
+        return !eof_;
+    }
     // Closes with a reset instead of an orderly shutdown.
     void Reset() {
         linger l{1, 0};
@@ -210,20 +221,142 @@ TEST_F(HostSocketServerTest, ClientGoneBeforeItsReplyLeavesTheOthersServedAndTra
     EXPECT_TRUE(trace.lines.empty());
 }
 
-TEST_F(HostSocketServerTest, ConnectionsBeyondTheCapAndOversizedRequestsAreCut) {
-    Start(SocketLimits{.MaxConnections = 2, .MaxRequestBytes = 64, .MaxPendingReplyBytes = 65536});
+TEST_F(HostSocketServerTest, OversizedRequestsAreCut) {
+    Start(SocketLimits{.MaxRequestBytes = 64});
     Client a(port), b(port);
     ASSERT_TRUE(Connections(2));
-    Client refused(port);
-    EXPECT_TRUE(refused.WaitClosedByServer());
-    EXPECT_EQ(server->ConnectionElements().size(), 2u);
-
     a.Send("[M3];Value;" + std::string(100, '1'));
     EXPECT_TRUE(a.WaitClosedByServer());
     EXPECT_EQ(tags.writes, 0);
     ASSERT_TRUE(Connections(1));
     EXPECT_EQ(b.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
-    EXPECT_EQ(Client(port).Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+}
+
+TEST_F(HostSocketServerTest, HundredSilentHalfRequestsNeverKeepNewClientsOut) {
+    Start();
+    Client steady(port);
+    EXPECT_EQ(steady.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+    // Each sends half a request and then nothing: 50 from one address, the rest from another.
+    std::vector<std::unique_ptr<Client>> silent;
+    for (int n = 0; n < 100; ++n) {
+        silent.push_back(std::make_unique<Client>(port, n < 50 ? 2 : 3));
+        ASSERT_TRUE(silent.back()->Connected());
+        silent.back()->Send("[M2");
+        QCoreApplication::processEvents();  // the listen queue is shorter than 100
+    }
+    ASSERT_TRUE(PumpUntil([&] { return trace.lines.size() >= 2 + 2 + 100 * 2; }));
+    ASSERT_TRUE(Connections(100));
+
+    // New clients, from an address already there or not, and the old one are all served; each new
+    // one takes the place of a fragment sender.
+    for (int from : {1, 2, 3, 4, 1, 4}) {
+        Client fresh(port, from);
+        EXPECT_EQ(fresh.Ask("[M3];Value", 18), "[M3];Value;1234.57") << from;
+        EXPECT_EQ(steady.Ask("[M3];Rate", 15), "[M3];Rate;12.25") << from;
+    }
+    EXPECT_TRUE(steady.Open());
+    int closed = 0;
+    for (auto& c : silent) closed += c->Open() ? 0 : 1;
+    EXPECT_GE(closed, 1);
+    EXPECT_LE(closed, 7);
+}
+
+TEST_F(HostSocketServerTest, OneAddressHoldsItsShareAndTheFullServerMakesRoom) {
+    WriteSettings(port = FreePort(), "MaxConnectionsPerAddress=3\r\n");
+    server = std::make_unique<HostSocketServer>(tags, trace, SocketLimits{.MaxConnections = 5});
+    Open(*server);
+    Client steady(port);
+    EXPECT_EQ(steady.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+    std::vector<std::unique_ptr<Client>> crowd;
+    for (int n = 0; n < 3; ++n) {
+        crowd.push_back(std::make_unique<Client>(port, 2));
+        ASSERT_TRUE(Connections(static_cast<size_t>(n) + 2));
+    }
+    // One more from that address closes the first of them, silent longest, not another address's.
+    crowd.push_back(std::make_unique<Client>(port, 2));
+    EXPECT_TRUE(crowd[0]->WaitClosedByServer());
+    ASSERT_TRUE(Connections(4));
+    for (size_t n = 1; n < crowd.size(); ++n) EXPECT_TRUE(crowd[n]->Open()) << n;
+
+    // Full: a client of a new address makes room. Of the two that never sent a whole request, the
+    // one silent longer goes, although steady has been silent longer still.
+    Client other(port, 3);
+    ASSERT_TRUE(Connections(5));
+    crowd[1]->Send("[M3];Input");
+    EXPECT_EQ(crowd[1]->Receive(16), "[M3];Input;99.00");
+    crowd[3]->Send("[M3];Input");
+    EXPECT_EQ(crowd[3]->Receive(16), "[M3];Input;99.00");
+    Client newcomer(port, 4);
+    EXPECT_TRUE(crowd[2]->WaitClosedByServer());
+    ASSERT_TRUE(Connections(5));
+    EXPECT_EQ(newcomer.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+
+    // Only other never sent a whole request: it goes next, then steady, silent longest.
+    Client late(port, 5);
+    EXPECT_TRUE(other.WaitClosedByServer());
+    EXPECT_EQ(late.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+    EXPECT_TRUE(steady.Open());
+    Client later(port, 6);
+    EXPECT_TRUE(steady.WaitClosedByServer());
+    for (Client* c : {crowd[1].get(), crowd[3].get(), &newcomer, &late, &later}) EXPECT_TRUE(c->Open());
+    EXPECT_EQ(server->ConnectionElements().size(), 5u);
+}
+
+TEST_F(HostSocketServerTest, SilentConnectionIsClosedAfterTheIdleTimeNotBefore) {
+    Start(SocketLimits{.IdleMs = 1500});
+    const auto start = std::chrono::steady_clock::now();
+    auto elapsedMs = [&] {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+    };
+    Client silent(port), talking(port);
+    ASSERT_TRUE(Connections(2));
+    // Half a request counts as hearing from it; talking talks again later.
+    silent.Send("[M3");
+    ASSERT_TRUE(PumpUntil([&] { return elapsedMs() >= 1000; }));
+    talking.Send("[M3];Rate;5");
+    ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 5.0f; }));
+    EXPECT_TRUE(silent.Open()) << elapsedMs();
+
+    ASSERT_TRUE(silent.WaitClosedByServer(4000));
+    const auto closedAt = elapsedMs();
+    EXPECT_GE(closedAt, 1500);
+    EXPECT_LT(closedAt, 2500);
+    EXPECT_TRUE(talking.Open());
+    EXPECT_EQ(talking.Ask("[M3];Rate", 14), "[M3];Rate;5.00");
+    EXPECT_TRUE(HasTrace("Connection " + trace.lines[1].substr(22, trace.lines[1].size() - 22 - 15) +
+                         " closed: 127.0.0.1"));
+
+    // The settings give whole seconds.
+    WriteSettings(port = FreePort(), "IdleSeconds=1\r\n");
+    Open(*server);
+    Client slow(port);
+    const auto connected = std::chrono::steady_clock::now();
+    ASSERT_TRUE(slow.WaitClosedByServer(4000));
+    EXPECT_GE(std::chrono::steady_clock::now() - connected, std::chrono::milliseconds(1000));
+}
+
+TEST_F(HostSocketServerTest, SetsOnlyFromListedAddressesReadsFromAll) {
+    // Listening beyond loopback, with a list that leaves 127.0.0.1 out.
+    WriteSettings(port = FreePort(), "ListenAddress=*\r\nSetsAllowedFrom=10.0.0.0/8, 127.0.0.2;;fe80::/10 nonsense\r\n");
+    server = std::make_unique<HostSocketServer>(tags, trace);
+    Open(*server);
+    ASSERT_TRUE(server->IsListening());
+    Client local(port), listed(port, 2);
+    local.Send("[M3];Rate;7");
+    ASSERT_TRUE(PumpUntil([&] { return trace.lines.back().starts_with("Set Refused: [M3];Rate;7 from 127.0.0.1"); }));
+    EXPECT_EQ(local.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+    listed.Send("[M3];Rate;7");
+    ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 7.0f; }));
+    EXPECT_TRUE(HasTrace("Set Data: [M3];Rate;7 from 127.0.0.2"));
+    EXPECT_EQ(local.Ask("[M3];Rate", 14), "[M3];Rate;7.00");
+    EXPECT_EQ(tags.writes, 1);
+    EXPECT_NE(MainLog().find("OpenHostSocket, Error 5. Invalid address in SetsAllowedFrom nonsense"), std::string::npos);
+
+    // Without the key only this PC may set.
+    WriteSettings(port = FreePort(), "ListenAddress=*\r\n");
+    Open(*server);
+    Client(port).Send("[M3];Rate;8");
+    ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 8.0f; }));
 }
 
 TEST_F(HostSocketServerTest, SecondOpenClosesConnectionsAndListensAgain) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <tuple>
 
 #include "net/ParseMeterRef.h"
@@ -66,20 +67,50 @@ TEST_F(SocketProtocolTest, SetStoresTheNumberAsASingleAndSendsNothing) {
     }
 }
 
-TEST_F(SocketProtocolTest, SetWithoutTagKeywordOrFloatValueAndOtherFieldCountsChangeNothing) {
+TEST_F(SocketProtocolTest, SetWithoutTagOrKeywordAndOtherFieldCountsChangeNothing) {
     // A set that changes nothing is still traced as received and set.
     for (std::string_view request : {"[m3];Value;1", "[M0];Value;1", "[M201];Value;1", "[M-1];Value;1",
-                                     "[M3];value;1", "[M3];Volume;1", "[M3];Value;1e39", "[M3];Rate;-1e39"}) {
+                                     "[M3];value;1", "[M3];Volume;1", "[M0];Value;1e39"}) {
         const RequestOutcome out = Serve(request);
         EXPECT_FALSE(out.Reply) << request;
-        EXPECT_EQ(out.Trace.size(), 2u) << request;
+        EXPECT_TRUE(out.Understood) << request;
+        EXPECT_EQ(out.Trace.back(), "Set Data: " + std::string(request) + " from 10.1.2.3");
     }
-    for (std::string_view request : {"", "[M3]", "[M3]Value", "[M3];Value;1;2", "[M3];Value;;", ";;;;", "\n"}) {
+    for (std::string_view request : {"", "[M3]", "[M2", "[M3]Value", "[M3];Value;1;2", "[M3];Value;;", ";;;;", "\n"}) {
         const RequestOutcome out = Serve(request);
         EXPECT_FALSE(out.Reply) << request;
+        EXPECT_FALSE(out.Understood) << request;
         EXPECT_EQ(out.Trace, std::vector<std::string>{"Received: " + std::string(request) + " from 10.1.2.3(17)"});
     }
     EXPECT_EQ(tags.writes, 0);
+}
+
+TEST_F(SocketProtocolTest, SetOfNoFiniteSingleOrFromAnAddressNotAllowedIsRefusedAndTraced) {
+    // Beyond the float range, however it is written; the largest floats themselves are taken.
+    for (std::string_view request : {"[M3];Value;1e39", "[M3];Rate;-1e39", "[M3];Input;3.5e38", "[M3];Value;1e400",
+                                     "[M3];Value;1D309", "[M3];Value;-" "9999999999999999999999999999999999999999"}) {
+        const RequestOutcome out = Serve(request);
+        EXPECT_FALSE(out.Reply) << request;
+        EXPECT_EQ(out.Trace, (std::vector<std::string>{
+                                 "Received: " + std::string(request) + " from 10.1.2.3(17)",
+                                 "Set Refused: " + std::string(request) + " from 10.1.2.3 (not a finite 32-bit number)"}));
+    }
+    EXPECT_EQ(tags.writes, 0);
+    EXPECT_EQ(tags.values[3].Integrated, 1234.567f);
+    Serve("[M3];Value;3.4e38");
+    Serve("[M4];Value;-3.4028235e38");
+    EXPECT_EQ(tags.values[3].Integrated, 3.4e38f);
+    EXPECT_EQ(tags.values[4].Integrated, -std::numeric_limits<float>::max());
+
+    // Not allowed to set: nothing is looked at, reads are answered as ever.
+    const int writes = tags.writes;
+    for (std::string_view request : {"[M3];Rate;1", "[M0];Rate;1", "[M3];Volume;1e39"}) {
+        const RequestOutcome out = HandleRequest(request, "10.9.9.9", "5", tags, /*setsAllowed=*/false);
+        EXPECT_TRUE(out.Understood);
+        EXPECT_EQ(out.Trace.back(), "Set Refused: " + std::string(request) + " from 10.9.9.9 (this address may not set values)");
+    }
+    EXPECT_EQ(tags.writes, writes);
+    EXPECT_EQ(HandleRequest("[M3];Rate", "10.9.9.9", "5", tags, false).Reply, "[M3];Rate;12.25");
 }
 
 }  // namespace

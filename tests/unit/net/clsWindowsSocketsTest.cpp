@@ -48,4 +48,29 @@ TEST(clsWindowsSocketsTest, PortBelowOneGives1007WrittenBackOthersAreReadRounded
     EXPECT_EQ(TempPrefix::Read(file), ini);
 }
 
+TEST(clsWindowsSocketsTest, LimitKeysAreRoundedNumbersOrNoneAndNeverWritten) {
+    TempPrefix prefix;
+    const auto folder = prefix.Root() / "Job1" / "Setup";
+    std::filesystem::create_directories(folder);
+    const auto file = folder / "WinSockets.ini";
+    // nullopt: the key is missing.
+    const std::vector<std::pair<std::optional<std::string>, std::optional<int32_t>>> cases{
+        {std::nullopt, std::nullopt}, {"", std::nullopt}, {"abc", std::nullopt}, {"0", std::nullopt},
+        {"-30", std::nullopt},        {"0.5", std::nullopt}, {"1.5", 2},          {"30s", 30},
+        {" 45 ", 45},                 {"99999999999", 2147483647}};
+    for (const auto& [value, number] : cases) {
+        std::string ini = "[Sockets]\r\nVoltarisMonitorPortNo=2000\r\n";
+        if (value) ini += "IdleSeconds=" + *value + "\r\nMaxConnectionsPerAddress=" + *value + "\r\n";
+        TempPrefix::Write(file, ini);
+        clsWindowsSockets settings(folder.string());
+        EXPECT_EQ(settings.MaxConnectionsPerAddress(), number) << value.value_or("missing");
+        // The idle time is at most a day.
+        EXPECT_EQ(settings.IdleSeconds(), number ? std::optional<int32_t>(std::min(*number, 86400)) : std::nullopt);
+        EXPECT_EQ(settings.SetsAllowedFrom(), "");
+        EXPECT_EQ(TempPrefix::Read(file), ini);
+    }
+    TempPrefix::Write(file, "[Sockets]\r\nSetsAllowedFrom= 10.0.0.0/8, 192.168.1.2 \r\n");
+    EXPECT_EQ(clsWindowsSockets(folder.string()).SetsAllowedFrom(), "10.0.0.0/8, 192.168.1.2");
+}
+
 }  // namespace

@@ -295,3 +295,29 @@ TEST_F(ClockTest, ConversionsFollowTheZoneAcrossDaylightSavingChanges) {
 }
 
 }  // namespace
+
+// Like a PC clock, the simulated one runs in universal time and shows local time: in a zone with
+// summer time it goes back an hour in autumn and on an hour in spring while running steadily.
+TEST_F(ClockTest, SimulatedClockShowsSummerTimeChangesOfTheZone) {
+    UseZone("Europe/London");
+    constexpr double speed = 7200;  // two hours a second
+    struct Change {
+        DateTime start;     // a minute before the change, a time the zone has once only
+        double jumpSeconds; // what local time does at the change
+    };
+    for (const Change& change : {Change{MakeDateTime(2026, 10, 25, 0, 59, 0), -3600},
+                                 Change{MakeDateTime(2026, 3, 29, 0, 59, 0), 3600}}) {
+        ASSERT_FALSE(ClockSimulate(change.start, speed));
+        const auto realBefore = std::chrono::steady_clock::now();
+        const DateTime before = ClockNow();
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));  // 84 minutes: past the change
+        const DateTime after = ClockNow();
+        const double real = std::chrono::duration<double>(std::chrono::steady_clock::now() - realBefore).count();
+        // A generous margin for a busy machine (a millisecond is 7 s here), far below the hour.
+        EXPECT_NEAR(SecondsBetween(before, after), real * speed + change.jumpSeconds, 600.0) << change.jumpSeconds;
+        // Read by a process of the same zone, the same local time.
+        const std::optional<double> child = ValueInChild([] { return ClockNow(); });
+        ASSERT_TRUE(child);
+        EXPECT_NEAR(SecondsBetween(after, *child), 0.0, 600.0);
+    }
+}

@@ -1,0 +1,286 @@
+#include "DeviceSpecs.h"
+
+#include <cctype>
+#include <charconv>
+#include <cmath>
+
+namespace {
+
+std::string_view Trim(std::string_view text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
+    return text;
+}
+
+std::string Lower(std::string_view text) {
+    std::string out(text);
+    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return out;
+}
+
+std::vector<std::string_view> Words(std::string_view text) {
+    std::vector<std::string_view> words;
+    size_t i = 0;
+    while (i < text.size()) {
+        while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i]))) ++i;
+        size_t start = i;
+        while (i < text.size() && !std::isspace(static_cast<unsigned char>(text[i]))) ++i;
+        if (i > start) words.push_back(text.substr(start, i - start));
+    }
+    return words;
+}
+
+bool Number(std::string_view text, double& value) {
+    text = Trim(text);
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    if (text.empty()) return false;
+    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+    return result.ec == std::errc() && result.ptr == text.data() + text.size() && std::isfinite(value);
+}
+
+bool Whole(std::string_view text, int low, int high, int& value) {
+    double d = 0;
+    if (!Number(text, d) || d != std::floor(d) || d < low || d > high) return false;
+    value = static_cast<int>(d);
+    return true;
+}
+
+bool YesNo(std::string_view text, bool& value) {
+    std::string t = Lower(Trim(text));
+    if (t == "yes" || t == "1" || t == "true" || t == "on") return value = true, true;
+    if (t == "no" || t == "0" || t == "false" || t == "off") return value = false, true;
+    return false;
+}
+
+// HOST:PORT; the port may be left out (defaultPort). IPv6 literals go in brackets: [::1]:502.
+bool HostPort(std::string_view text, int defaultPort, std::string& host, int& port) {
+    text = Trim(text);
+    port = defaultPort;
+    if (!text.empty() && text.front() == '[') {
+        size_t close = text.find(']');
+        if (close == std::string_view::npos) return false;
+        host = std::string(text.substr(1, close - 1));
+        std::string_view rest = text.substr(close + 1);
+        if (!rest.empty() && (rest.front() != ':' || !Whole(rest.substr(1), 1, 65535, port))) return false;
+        return !host.empty();
+    }
+    size_t colon = text.rfind(':');
+    if (colon != std::string_view::npos) {
+        if (!Whole(text.substr(colon + 1), 1, 65535, port)) return false;
+        text = text.substr(0, colon);
+    }
+    host = std::string(text);
+    return !host.empty() && host.find_first_of(" \t:") == std::string::npos;
+}
+
+bool HasWildcard(std::string_view topic) { return topic.find_first_of("+#") != std::string_view::npos; }
+
+}  // namespace
+
+int ModbusWordCount(ModbusType type) {
+    switch (type) {
+    case ModbusType::Int32:
+    case ModbusType::Uint32:
+    case ModbusType::Float32: return 2;
+    default: return 1;
+    }
+}
+
+bool IsBitTable(ModbusTable table) { return table == ModbusTable::Coil || table == ModbusTable::Discrete; }
+
+bool ParseModbusValue(std::string_view text, ModbusValueSpec& spec, std::string& message) {
+    std::vector<std::string_view> w = Words(text);
+    if (w.size() < 3) {
+        message = "give POINT TABLE ADDRESS [TYPE [big|little] [SCALE]]: " + std::string(Trim(text));
+        return false;
+    }
+    if (!ParsePointRef(w[0], spec.Point)) {
+        message = "not a point: " + std::string(w[0]);
+        return false;
+    }
+    std::string table = Lower(w[1]);
+    if (table == "holding") spec.Table = ModbusTable::Holding;
+    else if (table == "input") spec.Table = ModbusTable::Input;
+    else if (table == "coil") spec.Table = ModbusTable::Coil;
+    else if (table == "discrete") spec.Table = ModbusTable::Discrete;
+    else {
+        message = "the table is holding, input, coil or discrete, not " + std::string(w[1]);
+        return false;
+    }
+    if (!Whole(w[2], 0, 65535, spec.Address)) {
+        message = "the address is 0 to 65535, not " + std::string(w[2]);
+        return false;
+    }
+    if (IsBitTable(spec.Table)) {
+        spec.Type = ModbusType::Bit;
+        if (w.size() > 3) {
+            message = "coils and discrete inputs take no type, word order or scale: " + std::string(w[3]);
+            return false;
+        }
+        return true;
+    }
+    if (w.size() < 4) {
+        message = "a register needs a type: int16, uint16, int32, uint32 or float32";
+        return false;
+    }
+    std::string type = Lower(w[3]);
+    if (type == "int16") spec.Type = ModbusType::Int16;
+    else if (type == "uint16") spec.Type = ModbusType::Uint16;
+    else if (type == "int32") spec.Type = ModbusType::Int32;
+    else if (type == "uint32") spec.Type = ModbusType::Uint32;
+    else if (type == "float32") spec.Type = ModbusType::Float32;
+    else {
+        message = "the type is int16, uint16, int32, uint32 or float32, not " + std::string(w[3]);
+        return false;
+    }
+    if (spec.Address + ModbusWordCount(spec.Type) - 1 > 65535) {
+        message = "the value runs past register 65535";
+        return false;
+    }
+    size_t next = 4;
+    if (next < w.size()) {
+        std::string order = Lower(w[next]);
+        if (order == "big" || order == "little") {
+            spec.LowWordFirst = order == "little";
+            ++next;
+        }
+    }
+    if (next < w.size()) {
+        if (!Number(w[next], spec.Scale) || spec.Scale == 0) {
+            message = "the scale is a number other than 0, not " + std::string(w[next]);
+            return false;
+        }
+        ++next;
+    }
+    if (next < w.size()) {
+        message = "unexpected " + std::string(w[next]);
+        return false;
+    }
+    return true;
+}
+
+bool SetModbusKey(ModbusDeviceSpec& d, const std::string& key, std::string_view value, std::string& message) {
+    bool ok = true;
+    if (key == "address") {
+        value = Trim(value);
+        d.HasAddress = true;
+        d.Serial = !value.empty() && value.front() == '/';
+        if (d.Serial) d.SerialPort = std::string(value);
+        else ok = HostPort(value, 502, d.Host, d.Port);
+    } else if (key == "baud") {
+        ok = Whole(value, 50, 4000000, d.Baud);
+    } else if (key == "parity") {
+        std::string p = Lower(Trim(value));
+        ok = p == "none" || p == "even" || p == "odd";
+        if (ok) d.Parity = p == "none" ? 'N' : p == "even" ? 'E' : 'O';
+    } else if (key == "stop bits") {
+        ok = Whole(value, 1, 2, d.StopBits);
+    } else if (key == "unit") {
+        ok = Whole(value, 0, 255, d.Unit);
+    } else if (key == "poll") {
+        ok = Number(value, d.PollSeconds) && d.PollSeconds >= 0.05 && d.PollSeconds <= 86400;
+    } else if (key == "timeout") {
+        ok = Number(value, d.TimeoutSeconds) && d.TimeoutSeconds >= 0.01 && d.TimeoutSeconds <= 60;
+    } else if (key == "map" || key == "write") {
+        ModbusValueSpec spec;
+        if (!ParseModbusValue(value, spec, message)) return false;
+        if (key == "write") {
+            if (spec.Table == ModbusTable::Input || spec.Table == ModbusTable::Discrete) {
+                message = "only holding registers and coils can be written";
+                return false;
+            }
+            d.Writes.push_back(spec);
+        } else {
+            d.Maps.push_back(spec);
+        }
+    } else {
+        message = "unknown key in [modbus " + d.Name + "]: " + key;
+        return false;
+    }
+    if (!ok) message = "bad value for " + key + ": " + std::string(Trim(value));
+    return ok;
+}
+
+bool SetMqttKey(MqttSourceSpec& s, const std::string& key, std::string_view value, std::string& message) {
+    value = Trim(value);
+    bool ok = true;
+    if (key == "broker") {
+        ok = s.HasBroker = HostPort(value, 1883, s.Host, s.Port);
+    } else if (key == "client id") {
+        s.ClientId = value;
+        ok = s.ClientId.size() <= 65535;
+    } else if (key == "username") {
+        s.Username = value;
+    } else if (key == "password") {
+        s.Password = value;
+    } else if (key == "tls") {
+        ok = YesNo(value, s.Tls);
+    } else if (key == "ca file") {
+        s.CaFile = value;
+        s.Tls = ok = !s.CaFile.empty();
+    } else if (key == "map") {
+        std::vector<std::string_view> w = Words(value);
+        MqttMapSpec map;
+        if (w.size() < 2 || w.size() > 3) {
+            message = "give POINT TOPIC [FIELD]: " + std::string(value);
+            return false;
+        }
+        if (!ParsePointRef(w[0], map.Point)) {
+            message = "not a point: " + std::string(w[0]);
+            return false;
+        }
+        map.Topic = w[1];
+        if (HasWildcard(map.Topic)) {
+            message = "a mapped topic names one topic, without + or #: " + map.Topic;
+            return false;
+        }
+        if (w.size() == 3) map.Field = w[2];
+        s.Maps.push_back(map);
+    } else if (key == "publish") {
+        std::vector<std::string_view> w = Words(value);
+        MqttPublishSpec publish;
+        if (w.size() != 2) {
+            message = "give POINT TOPIC: " + std::string(value);
+            return false;
+        }
+        if (!ParsePointRef(w[0], publish.Point)) {
+            message = "not a point: " + std::string(w[0]);
+            return false;
+        }
+        publish.Topic = w[1];
+        if (HasWildcard(publish.Topic)) {
+            message = "a published topic cannot hold + or #: " + publish.Topic;
+            return false;
+        }
+        s.Publishes.push_back(publish);
+    } else {
+        message = "unknown key in [mqtt " + s.Name + "]: " + key;
+        return false;
+    }
+    if (!ok) message = "bad value for " + key + ": " + std::string(value);
+    return ok;
+}
+
+bool CheckModbusDevice(const ModbusDeviceSpec& d, std::string& message) {
+    if (!d.HasAddress) {
+        message = "[modbus " + d.Name + "] needs an address";
+        return false;
+    }
+    if (d.Maps.empty() && d.Writes.empty()) {
+        message = "[modbus " + d.Name + "] maps and writes nothing";
+        return false;
+    }
+    return true;
+}
+
+bool CheckMqttSource(const MqttSourceSpec& s, std::string& message) {
+    if (!s.HasBroker) {
+        message = "[mqtt " + s.Name + "] needs a broker";
+        return false;
+    }
+    if (s.Maps.empty() && s.Publishes.empty()) {
+        message = "[mqtt " + s.Name + "] maps and publishes nothing";
+        return false;
+    }
+    return true;
+}

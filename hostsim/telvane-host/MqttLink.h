@@ -1,0 +1,79 @@
+#pragma once
+// One MQTT broker connection: mapped topics feed host points, followed points are published.
+// libmosquitto runs the connection on its own thread and reconnects with backoff; what it receives
+// is handed to the host's event loop, where points are written. Of a burst only each point's last
+// value is kept, so a flood never queues up behind the loop.
+#include <QObject>
+#include <QTimer>
+
+#include <atomic>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "DeviceHealth.h"
+#include "DeviceSpecs.h"
+#include "HostState.h"
+
+struct mosquitto;
+struct mosquitto_message;
+
+class MqttLink {
+public:
+    MqttLink(const MqttSourceSpec& spec, HostState& state, int generation, HostLogger log);
+    ~MqttLink();
+    MqttLink(const MqttLink&) = delete;
+    MqttLink& operator=(const MqttLink&) = delete;
+
+    bool Start(std::string& error);
+    void Stop();
+    // A followed point changed: publish it as the `publish`-th `publish =` line says (retained, at least once).
+    void Publish(int publish, double value);
+    // Called after a (re)connection with every published point's value, so the broker holds them.
+    void SetRepublish(std::function<void()> republish) { republish_ = std::move(republish); }
+    const MqttSourceSpec& Spec() const { return spec_; }
+    // Messages that gave a value, and messages refused, so far.
+    uint64_t Taken() const { return taken_.load(); }
+    uint64_t Refused() const { return refused_.load(); }
+
+private:
+    static void OnConnect(mosquitto*, void* self, int rc);
+    static void OnDisconnect(mosquitto*, void* self, int rc);
+    static void OnMessage(mosquitto*, void* self, const mosquitto_message* message);
+    void Post();  // callback thread: have the loop drain, once
+    void Drain(); // the loop: values, state changes and log lines
+    void AllInError();
+    void TryConnect();
+
+    struct Event {
+        bool Up;
+        std::string Reason;
+    };
+
+    MqttSourceSpec spec_;
+    HostLogger log_;
+    DeviceHealth health_;
+    std::vector<HostPoint*> mapPoints_;
+    std::unordered_map<std::string, std::vector<int>> topicMaps_;
+    mosquitto* mosq_ = nullptr;
+    bool looping_ = false;
+    QObject context_;
+    QTimer firstContact_;
+    QTimer retry_;    // until the first connection attempt gets under way
+    Backoff backoff_;
+    std::function<void()> republish_;
+
+    std::mutex mutex_;  // guards what the callback thread hands over
+    std::vector<double> latest_;
+    std::vector<char> fresh_;
+    std::vector<Event> events_;
+    std::vector<std::string> lines_;
+    std::map<std::string, uint64_t> badTopics_;
+    bool posted_ = false;
+    bool connected_ = false;  // callback thread's view
+    std::atomic<uint64_t> taken_{0};
+    std::atomic<uint64_t> refused_{0};
+};

@@ -1,0 +1,93 @@
+#include "report/figures/StoreMonth.h"
+
+#include <algorithm>
+
+#include "files/StoreFileReader.h"
+#include "platform/DateSerial.h"
+#include "support/VbText.h"
+
+PeriodState StoreMonth::State(int day, int period) const
+{
+    const int16_t flag = Flag(day, period);
+    if (flag == 1)
+        return PeriodState::Measured;
+    if (flag != 0)
+        return PeriodState::NotSaved;  // no monitor writes such a flag: nothing there can be trusted
+    // A record never written still holds the zeros of a new file; a first period after start-up
+    // has metered something in at least one tag.
+    const auto first = values_.begin() + static_cast<std::ptrdiff_t>(Index(day, period) * TagCount);
+    const bool allZero = std::all_of(first, first + TagCount, [](float v) { return v == 0.0f; });
+    return allZero ? PeriodState::NotSaved : PeriodState::AfterStartUp;
+}
+
+std::string LoadStoreMonth(const std::string& path, StoreMonth& month, int fallbackYear, int fallbackMonth)
+{
+    OpenedStoreFile store;
+    if (std::string problem = OpenStoreFileForReading(path, store); !problem.empty())
+        return problem;
+    StoreMonth m;
+    m.Path = path;
+    if (!StoreFileMonth(path, m.Year, m.Month)) {
+        m.Year = fallbackYear;
+        m.Month = fallbackMonth;
+    }
+    m.Days = DaysInMonth(m.Year, m.Month);
+    m.PeriodsPerDay = store.Header.PeriodsPerDay;
+    m.TagCount = store.TagCount;
+    m.Tags.resize(static_cast<std::size_t>(m.TagCount));
+    for (int t = 1; t <= m.TagCount; ++t) {
+        const StoreTagSummary& summary = store.Tags[static_cast<std::size_t>(t)];
+        ReportTag& tag = m.Tags[static_cast<std::size_t>(t - 1)];
+        tag.Number = t;
+        tag.Name = Trim(summary.TagName.substr(0, summary.TagName.find('\0')));
+        tag.Units = UnitsFromTagName(tag.Name);
+        tag.Online = summary.Online == 1;
+        tag.InTotal = summary.InTotal == 1;
+    }
+    const int records = m.Days * m.PeriodsPerDay;
+    m.flags_.assign(static_cast<std::size_t>(records), 0);
+    m.values_.assign(static_cast<std::size_t>(records) * static_cast<std::size_t>(m.TagCount), 0.0f);
+    // A file cut short reads as never saved from where it ends.
+    const VbResult<int64_t> length = store.File.Length();
+    std::vector<float> values;
+    for (int r = 0; r < records; ++r) {
+        if (!length.Ok() || store.Layout.RecordOffset(r) + 2 + 4 * int64_t{m.TagCount} > length.Value)
+            break;
+        int16_t flag = 0;
+        if (VbError e = store.File.ReadRecord(store.Layout, r, flag, values, m.TagCount))
+            return path + ": record " + std::to_string(r) + " cannot be read: " + e.Description;
+        m.flags_[static_cast<std::size_t>(r)] = flag;
+        std::copy(values.begin(), values.end(),
+                  m.values_.begin() + static_cast<std::ptrdiff_t>(r) * m.TagCount);
+    }
+    month = std::move(m);
+    return {};
+}
+
+std::vector<int> OnlineTags(const StoreMonth& month)
+{
+    std::vector<int> tags;
+    for (const ReportTag& tag : month.Tags)
+        if (tag.Online)
+            tags.push_back(tag.Number);
+    return tags;
+}
+
+std::vector<int> DefaultChartTagList(const StoreMonth& month)
+{
+    std::vector<int> tags = OnlineTags(month);
+    if (tags.size() > static_cast<std::size_t>(DefaultChartTags))
+        tags.resize(DefaultChartTags);
+    return tags;
+}
+
+std::string TagListProblem(const StoreMonth& month, const std::vector<int>& tags)
+{
+    if (tags.empty())
+        return "no tags to show";
+    for (int t : tags)
+        if (t < 1 || t > month.TagCount)
+            return "tag " + std::to_string(t) + " is out of range: " + month.Path + " saves tags 1 to " +
+                   std::to_string(month.TagCount);
+    return {};
+}
