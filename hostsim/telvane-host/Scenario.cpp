@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <charconv>
+#include <climits>
 #include <functional>
 #include <map>
 
@@ -42,7 +43,9 @@ bool ParseDouble(std::string_view text, double& value) {
 
 bool ParseInt(std::string_view text, int& value) {
     double d = 0;
-    if (!ParseDouble(text, d) || d != static_cast<double>(static_cast<int>(d))) return false;
+    // Out of an int's range the conversion below would be undefined: refuse first.
+    if (!ParseDouble(text, d) || !(d >= INT_MIN && d <= INT_MAX)) return false;
+    if (d != static_cast<double>(static_cast<int>(d))) return false;
     value = static_cast<int>(d);
     return true;
 }

@@ -124,6 +124,7 @@ VbResult<std::string> EncodeSetupFile(const SetupFileImage& image)
     }
     const int64_t tagEnd = SetupTagSectionEnd(d.TariffCount, d.TariffEntryCount, d.CenterCount);
     ByteWriter out;
+    out.Buffer().reserve(static_cast<std::size_t>(std::max(tagEnd, FixedEntriesEnd)) + image.Trailer.size());
     out.Int16(d.SetupVersion);
     out.Int16(d.SetupInfoWord);
     out.Int16(d.PeriodsPerDay);

@@ -61,8 +61,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     using Report = int (*)(const std::string&, std::ostream&, std::ostream&);
     const Report reports[] = {
         StoreInfoReport,
-        [](const std::string& f, std::ostream& o, std::ostream& e) { return StoreRecordsReport(f, o, e, false); },
-        [](const std::string& f, std::ostream& o, std::ostream& e) { return StoreRecordsReport(f, o, e, true); },
+        [](const std::string& path, std::ostream& out, std::ostream& err) { return StoreRecordsReport(path, out, err); },
+        [](const std::string& path, std::ostream& out, std::ostream& err) {
+            return StoreRecordsReport(path, out, err, true);
+        },
         PeakTableReport,
     };
     for (Report report : reports) {

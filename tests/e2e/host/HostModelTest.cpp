@@ -122,6 +122,11 @@ TEST(HostScenario, ErrorsNameTheLine) {
         {"[meter A]\nrate = 5\n", "neither a point nor a dde topic"},
         {"[meter A]\ndde topic = A|B\n", "no dde item"},
         {"[meter A]\npoint = T1\nunits per pulse = 0\n", "line 3"},
+        // Whole numbers far beyond an int (found by fuzzing: the conversion was undefined).
+        {"[host]\ngeneration = 2.2e41\n", "line 2"},
+        {"[page 1e300]\n", "line 1"},
+        {"[host]\nrecorders = -3e9\n", "line 2"},
+        {"[host]\ngeneration = nan\n", "line 2"},
     };
     for (const Case& c : cases) {
         Scenario s;
