@@ -14,6 +14,7 @@
 #include "support/Profile.h"
 #include "support/VbConvert.h"
 #include "support/VbText.h"
+#include "support/CsvField.h"
 
 namespace {
 
@@ -42,19 +43,6 @@ bool Open(const std::string& path, OpenStore& store, std::ostream& err)
         return true;
     err << "vt-store: " << problem << "\n";
     return false;
-}
-
-std::string CsvField(const std::string& text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string out = "\"";
-    for (char c : text) {
-        if (c == '"')
-            out += '"';
-        out += c;
-    }
-    return out + "\"";
 }
 
 }  // namespace

@@ -140,25 +140,11 @@ int Dump(const std::string& path)
 int main(int argc, char** argv)
 {
     const char* const program = "vt-mtg";
-    std::vector<std::string> words;
-    bool force = false;
-    bool optionsEnd = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        if (optionsEnd || (!IsLongOption(a) && a != "--")) {
-            words.push_back(a);
-        } else if (a == "--") {
-            optionsEnd = true;
-        } else if (a == "--help") {
-            return PrintUsage(UsageText);
-        } else if (a == "--version") {
-            return PrintVersion(program);
-        } else if (a == "--force") {
-            force = true;
-        } else {
-            return RefuseCommandLine(program, "unknown option '" + a + "'", UsageText);
-        }
-    }
+    const ToolCommandLine line = ReadToolCommandLine(argc, argv, program, UsageText, "--force");
+    if (line.Done)
+        return line.ExitCode;
+    const std::vector<std::string>& words = line.Words;
+    const bool force = line.Flag;
     const std::string command = words.empty() ? "" : words[0];
     if (words.size() == 1 && (command == "-h" || command == "help"))
         return PrintUsage(UsageText);

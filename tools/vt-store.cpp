@@ -33,25 +33,11 @@ const char* const UsageText =
 int main(int argc, char** argv)
 {
     const char* const program = "vt-store";
-    std::vector<std::string> words;
-    bool savedOnly = false;
-    bool optionsEnd = false;
-    for (int i = 1; i < argc; ++i) {
-        const std::string a = argv[i];
-        if (optionsEnd || (!IsLongOption(a) && a != "--")) {
-            words.push_back(a);
-        } else if (a == "--") {
-            optionsEnd = true;
-        } else if (a == "--help") {
-            return PrintUsage(UsageText);
-        } else if (a == "--version") {
-            return PrintVersion(program);
-        } else if (a == "--saved") {
-            savedOnly = true;
-        } else {
-            return RefuseCommandLine(program, "unknown option '" + a + "'", UsageText);
-        }
-    }
+    const ToolCommandLine line = ReadToolCommandLine(argc, argv, program, UsageText, "--saved");
+    if (line.Done)
+        return line.ExitCode;
+    const std::vector<std::string>& words = line.Words;
+    const bool savedOnly = line.Flag;
     const std::string command = words.empty() ? "" : words[0];
     if (words.size() == 1 && (command == "-h" || command == "help"))
         return PrintUsage(UsageText);

@@ -49,3 +49,30 @@ bool IsLongOption(std::string_view argument)
 {
     return argument.size() > 2 && argument.substr(0, 2) == "--";
 }
+
+ToolCommandLine ReadToolCommandLine(int argc, char** argv, std::string_view program, std::string_view usage,
+                                    std::string_view flag)
+{
+    ToolCommandLine line;
+    bool optionsEnd = false;
+    for (int i = 1; i < argc && !line.Done; ++i) {
+        const std::string a = argv[i];
+        if (optionsEnd || (!IsLongOption(a) && a != "--")) {
+            line.Words.push_back(a);
+        } else if (a == "--") {
+            optionsEnd = true;
+        } else if (a == "--help") {
+            line.Done = true;
+            line.ExitCode = PrintUsage(usage);
+        } else if (a == "--version") {
+            line.Done = true;
+            line.ExitCode = PrintVersion(program);
+        } else if (!flag.empty() && a == flag) {
+            line.Flag = true;
+        } else {
+            line.Done = true;
+            line.ExitCode = RefuseCommandLine(program, "unknown option '" + a + "'", usage);
+        }
+    }
+    return line;
+}

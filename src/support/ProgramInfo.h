@@ -3,6 +3,7 @@
 #pragma once
 #include <string>
 #include <string_view>
+#include <vector>
 
 // "vt-store 0.1.0" and a second line with the build: type, compiler, commit.
 std::string VersionText(std::string_view program);
@@ -21,3 +22,15 @@ bool IsLongOption(std::string_view argument);
 
 // The exit status of a refused command line.
 constexpr int CommandLineRefused = 2;
+
+// A tool's command line ("vt-mtg build --force A B"): options may stand anywhere and "--" ends
+// them. --help and --version are answered, the one flag the tool takes (if any) is noted, and any
+// other option is refused. When Done, the program ends with ExitCode.
+struct ToolCommandLine {
+    std::vector<std::string> Words;  // the arguments that are not options, command first
+    bool Flag = false;               // the tool's own flag was given
+    bool Done = false;
+    int ExitCode = 0;
+};
+ToolCommandLine ReadToolCommandLine(int argc, char** argv, std::string_view program, std::string_view usage,
+                                    std::string_view flag);

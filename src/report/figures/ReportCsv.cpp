@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "support/VbConvert.h"
+#include "support/CsvField.h"
 
 namespace {
 
@@ -30,19 +31,6 @@ std::string FigureText(double value)
     if (out.back() == '.')
         out.pop_back();
     return out == "-0" ? "0" : out;
-}
-
-std::string CsvField(const std::string& text)
-{
-    if (text.find_first_of(",\"\r\n") == std::string::npos)
-        return text;
-    std::string out = "\"";
-    for (char c : text) {
-        if (c == '"')
-            out += '"';
-        out += c;
-    }
-    return out + "\"";
 }
 
 std::string DateText(int year, int month, int day)

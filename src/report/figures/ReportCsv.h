@@ -3,6 +3,8 @@
 // fields, so it cannot be read as a measured zero; the state column says which it is.
 #include <string>
 
+#include "support/CsvField.h"
+
 #include "report/figures/ReportCommandLine.h"
 #include "report/figures/ReportFigures.h"
 
@@ -13,8 +15,6 @@ std::string TagTableCsv(const StoreMonth& month, const std::vector<TagRow>& rows
 
 // A computed figure: at most 3 decimals, no trailing zeros ("12.5", "0", "-3.125").
 std::string FigureText(double value);
-// A field quoted when it holds a comma, quote or line break.
-std::string CsvField(const std::string& text);
 // "2024-03-05"
 std::string DateText(int year, int month, int day);
 // A tag's column heading: its name, or "Tag n" when it has none.
