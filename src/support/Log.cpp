@@ -89,7 +89,7 @@ void AddToLog(std::string_view text) {
         // the service journal sees it.
         logFailureSaid = true;
         std::fprintf(stderr, "%s: cannot write the log %s (Error %d/ %s); log lines are lost while it cannot\n",
-                     ProgramName().c_str(), path.c_str(), error.Number, error.Description.c_str());
+                     ProgramName().c_str(), LocalPath(path).c_str(), error.Number, error.Description.c_str());
         std::fflush(stderr);
     }
     if (!debugMode || inFailurePrompt) return;

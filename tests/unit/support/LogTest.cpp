@@ -108,11 +108,17 @@ TEST_F(LogTest, UnwritableMainLogAsksOnlyInDebugModeAndYesCloses) {
         [&](const std::string& t, const std::string& q) { ++asked; title = t; text = q; return true; },
         [&] { ++closed; });
 
+    testing::internal::CaptureStderr();
     AddToLog("lost");
     EXPECT_EQ(asked + closed, 0);
     SetDebugMode(true);
     AddToLog("lost again");
     EXPECT_EQ(std::make_pair(asked, closed), std::make_pair(1, 1));
+    // Whatever the mode, the terminal (or the service journal) hears of it once, with the path.
+    const std::string err = testing::internal::GetCapturedStderr();
+    const std::string said = "cannot write the log " + Program("voltamon.log").string() + " (Error ";
+    EXPECT_NE(err.find(said), std::string::npos) << err;
+    EXPECT_EQ(err.find("cannot write the log", err.find(said) + 1), std::string::npos) << err;
     EXPECT_EQ(title, "Voltaris Monitor");
     EXPECT_EQ(text.rfind("AddToLog, Error ", 0), 0u) << text;
     EXPECT_NE(text.find("/ "), std::string::npos);
