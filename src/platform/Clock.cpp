@@ -313,17 +313,15 @@ SystemClockSetter SetSystemClockSetterForTest(SystemClockSetter setter) {
 
 DateTime LocalDateTimeFromUnix(double unixSeconds) {
     if (!std::isfinite(unixSeconds) || std::fabs(unixSeconds) > 1e15) return 0;
-    double whole = std::floor(unixSeconds);
-    int64_t ms = std::llround((unixSeconds - whole) * 1000.0);
-    if (ms >= 1000) {
-        ms -= 1000;
-        whole += 1;
-    }
+    const double whole = std::floor(unixSeconds);
     const time_t seconds = static_cast<time_t>(whole);
     tm local{};
     if (!::localtime_r(&seconds, &local)) return 0;
+    // The part of the second is kept whole, not rounded to milliseconds: scans of a fast site
+    // follow each other within a millisecond and must still see time pass.
     return FromCivil(local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                     ((local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec) * int64_t{1000} + ms);
+                     ((local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec) * int64_t{1000}) +
+           (unixSeconds - whole) / 86400.0;
 }
 
 double UnixFromLocalDateTime(DateTime value) {
