@@ -1,22 +1,11 @@
 #include "DeviceSpecs.h"
+#include "ScenarioText.h"
 
 #include <cctype>
 #include <charconv>
 #include <cmath>
 
 namespace {
-
-std::string_view Trim(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-    return text;
-}
-
-std::string Lower(std::string_view text) {
-    std::string out(text);
-    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return out;
-}
 
 std::vector<std::string_view> Words(std::string_view text) {
     std::vector<std::string_view> words;
@@ -31,7 +20,7 @@ std::vector<std::string_view> Words(std::string_view text) {
 }
 
 bool Number(std::string_view text, double& value) {
-    text = Trim(text);
+    text = TrimBlanks(text);
     if (!text.empty() && text.front() == '+') text.remove_prefix(1);
     if (text.empty()) return false;
     auto result = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -46,7 +35,7 @@ bool Whole(std::string_view text, int low, int high, int& value) {
 }
 
 bool YesNo(std::string_view text, bool& value) {
-    std::string t = Lower(Trim(text));
+    std::string t = Lower(TrimBlanks(text));
     if (t == "yes" || t == "1" || t == "true" || t == "on") return value = true, true;
     if (t == "no" || t == "0" || t == "false" || t == "off") return value = false, true;
     return false;
@@ -54,7 +43,7 @@ bool YesNo(std::string_view text, bool& value) {
 
 // HOST:PORT; the port may be left out (defaultPort). IPv6 literals go in brackets: [::1]:502.
 bool HostPort(std::string_view text, int defaultPort, std::string& host, int& port) {
-    text = Trim(text);
+    text = TrimBlanks(text);
     port = defaultPort;
     if (!text.empty() && text.front() == '[') {
         size_t close = text.find(']');
@@ -91,7 +80,7 @@ bool IsBitTable(ModbusTable table) { return table == ModbusTable::Coil || table 
 bool ParseModbusValue(std::string_view text, ModbusValueSpec& spec, std::string& message) {
     std::vector<std::string_view> w = Words(text);
     if (w.size() < 3) {
-        message = "give POINT TABLE ADDRESS [TYPE [big|little] [SCALE]]: " + std::string(Trim(text));
+        message = "give POINT TABLE ADDRESS [TYPE [big|little] [SCALE]]: " + std::string(TrimBlanks(text));
         return false;
     }
     if (!ParsePointRef(w[0], spec.Point)) {
@@ -162,7 +151,7 @@ bool ParseModbusValue(std::string_view text, ModbusValueSpec& spec, std::string&
 bool SetModbusKey(ModbusDeviceSpec& d, const std::string& key, std::string_view value, std::string& message) {
     bool ok = true;
     if (key == "address") {
-        value = Trim(value);
+        value = TrimBlanks(value);
         d.HasAddress = true;
         d.Serial = !value.empty() && value.front() == '/';
         if (d.Serial) d.SerialPort = std::string(value);
@@ -170,7 +159,7 @@ bool SetModbusKey(ModbusDeviceSpec& d, const std::string& key, std::string_view 
     } else if (key == "baud") {
         ok = Whole(value, 50, 4000000, d.Baud);
     } else if (key == "parity") {
-        std::string p = Lower(Trim(value));
+        std::string p = Lower(TrimBlanks(value));
         ok = p == "none" || p == "even" || p == "odd";
         if (ok) d.Parity = p == "none" ? 'N' : p == "even" ? 'E' : 'O';
     } else if (key == "stop bits") {
@@ -197,12 +186,12 @@ bool SetModbusKey(ModbusDeviceSpec& d, const std::string& key, std::string_view 
         message = "unknown key in [modbus " + d.Name + "]: " + key;
         return false;
     }
-    if (!ok) message = "bad value for " + key + ": " + std::string(Trim(value));
+    if (!ok) message = "bad value for " + key + ": " + std::string(TrimBlanks(value));
     return ok;
 }
 
 bool SetMqttKey(MqttSourceSpec& s, const std::string& key, std::string_view value, std::string& message) {
-    value = Trim(value);
+    value = TrimBlanks(value);
     bool ok = true;
     if (key == "broker") {
         ok = s.HasBroker = HostPort(value, 1883, s.Host, s.Port);

@@ -1,4 +1,5 @@
 #include "Scenario.h"
+#include "ScenarioText.h"
 
 #include <cctype>
 #include <charconv>
@@ -7,18 +8,6 @@
 #include <map>
 
 namespace {
-
-std::string_view TrimBlanks(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-    return text;
-}
-
-std::string Lower(std::string_view text) {
-    std::string out(text);
-    for (char& c : out) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return out;
-}
 
 // Key names compare without case, and runs of blanks count as one ("units  per pulse").
 std::string KeyName(std::string_view text) {
