@@ -22,18 +22,18 @@ bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 }  // namespace
 
 bool CheckDevicePoints(const Scenario& scenario, int generation, std::string& error) {
-    for (const ModbusDeviceSpec& d : scenario.ModbusDevices) {
+    for (const ModbusDeviceConfig& d : scenario.ModbusDevices) {
         for (const auto* list : {&d.Maps, &d.Writes}) {
-            for (const ModbusValueSpec& v : *list) {
+            for (const ModbusValueFormat& v : *list) {
                 if (!Known(v.Point, generation, v.Line, error)) return false;
             }
         }
     }
-    for (const MqttSourceSpec& s : scenario.MqttSources) {
-        for (const MqttMapSpec& m : s.Maps) {
+    for (const MqttSourceConfig& s : scenario.MqttSources) {
+        for (const MqttMapping& m : s.Maps) {
             if (!Known(m.Point, generation, m.Line, error)) return false;
         }
-        for (const MqttPublishSpec& p : s.Publishes) {
+        for (const MqttPublishing& p : s.Publishes) {
             if (!Known(p.Point, generation, p.Line, error)) return false;
         }
     }
@@ -41,7 +41,7 @@ bool CheckDevicePoints(const Scenario& scenario, int generation, std::string& er
 }
 
 DeviceLinks::DeviceLinks(const Scenario& scenario, HostState& state, int generation, HostLogger log) {
-    for (const ModbusDeviceSpec& spec : scenario.ModbusDevices) {
+    for (const ModbusDeviceConfig& spec : scenario.ModbusDevices) {
         auto device = std::make_unique<ModbusDevice>(spec, state, generation, log);
         ModbusDevice* d = device.get();
         for (size_t w = 0; w < spec.Writes.size(); ++w) {
@@ -52,7 +52,7 @@ DeviceLinks::DeviceLinks(const Scenario& scenario, HostState& state, int generat
         }
         modbus_.push_back(std::move(device));
     }
-    for (const MqttSourceSpec& spec : scenario.MqttSources) {
+    for (const MqttSourceConfig& spec : scenario.MqttSources) {
         auto link = std::make_unique<MqttLink>(spec, state, generation, log);
         MqttLink* l = link.get();
         size_t first = followers_.size();

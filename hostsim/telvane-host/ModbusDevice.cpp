@@ -21,7 +21,7 @@ QModbusDataUnit::RegisterType RegisterTypeOf(ModbusTable table) {
     return QModbusDataUnit::Invalid;
 }
 
-std::string DeviceWhere(const ModbusDeviceSpec& spec) {
+std::string DeviceWhere(const ModbusDeviceConfig& spec) {
     return (spec.Serial ? spec.SerialPort : spec.Host + ":" + std::to_string(spec.Port)) + " unit " + std::to_string(spec.Unit);
 }
 
@@ -37,9 +37,9 @@ std::string TableName(ModbusTable table) {
 
 }  // namespace
 
-ModbusDevice::ModbusDevice(const ModbusDeviceSpec& spec, HostState& state, int generation, HostLogger log)
+ModbusDevice::ModbusDevice(const ModbusDeviceConfig& spec, HostState& state, int generation, HostLogger log)
     : spec_(spec), log_(log), generation_(generation), health_("modbus " + spec.Name, DeviceWhere(spec), log) {
-    for (const ModbusValueSpec& map : spec_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
+    for (const ModbusValueFormat& map : spec_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
     requests_ = GroupReads(spec_.Maps);
     refused_.assign(requests_.size(), false);
     badValueLogged_.assign(spec_.Maps.size(), false);
@@ -169,7 +169,7 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
         const QModbusDataUnit unit = reply->result();
         uint16_t words[2];
         for (int m : r.Maps) {
-            const ModbusValueSpec& map = spec_.Maps[m];
+            const ModbusValueFormat& map = spec_.Maps[m];
             int offset = map.Address - r.Start;
             int count = ModbusWordCount(map.Type);
             if (offset + count > static_cast<int>(unit.valueCount())) {
@@ -238,7 +238,7 @@ void ModbusDevice::FlushWrites() {
         }
         double value = it->second;
         it = pendingWrites_.erase(it);
-        const ModbusValueSpec& spec = spec_.Writes[w];
+        const ModbusValueFormat& spec = spec_.Writes[w];
         std::vector<uint16_t> words;
         if (!EncodeModbusValue(spec, value, words)) {
             if (writeFailLogged_[w]) continue;

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "DeviceHealth.h"
-#include "DeviceSpecs.h"
+#include "DeviceSections.h"
 #include "HostState.h"
 #include "ModbusMap.h"
 
@@ -22,7 +22,7 @@ class QModbusReply;
 
 class ModbusDevice {
 public:
-    ModbusDevice(const ModbusDeviceSpec& spec, HostState& state, int generation, HostLogger log);
+    ModbusDevice(const ModbusDeviceConfig& spec, HostState& state, int generation, HostLogger log);
     ~ModbusDevice();
     ModbusDevice(const ModbusDevice&) = delete;
     ModbusDevice& operator=(const ModbusDevice&) = delete;
@@ -30,7 +30,7 @@ public:
     void Start();
     // A followed point changed: send it as the device's `write`-th `write =` line says, now or once connected.
     void Write(int write, double value);
-    const ModbusDeviceSpec& Spec() const { return spec_; }
+    const ModbusDeviceConfig& Spec() const { return spec_; }
     // Successful polls, for tests and benchmarks.
     uint64_t Polls() const { return polls_; }
 
@@ -45,7 +45,7 @@ private:
     void AllInError();
     void Lost(const std::string& reason);
 
-    ModbusDeviceSpec spec_;
+    ModbusDeviceConfig spec_;
     HostLogger log_;
     int generation_;
     std::vector<HostPoint*> mapPoints_;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <numeric>
 
-std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueSpec>& maps) {
+std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueFormat>& maps) {
     std::vector<int> order(maps.size());
     std::iota(order.begin(), order.end(), 0);
     std::stable_sort(order.begin(), order.end(), [&](int a, int b) {
@@ -14,7 +14,7 @@ std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueSpec>& ma
     });
     std::vector<ModbusReadRequest> requests;
     for (int i : order) {
-        const ModbusValueSpec& m = maps[i];
+        const ModbusValueFormat& m = maps[i];
         int end = m.Address + ModbusWordCount(m.Type);
         int limit = IsBitTable(m.Table) ? ModbusMaxReadBits : ModbusMaxReadRegisters;
         if (!requests.empty()) {
@@ -31,7 +31,7 @@ std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueSpec>& ma
     return requests;
 }
 
-double DecodeModbusValue(const ModbusValueSpec& spec, const uint16_t* words) {
+double DecodeModbusValue(const ModbusValueFormat& spec, const uint16_t* words) {
     if (spec.Type == ModbusType::Bit) return words[0] != 0 ? 1.0 : 0.0;
     uint32_t wide = 0;
     if (ModbusWordCount(spec.Type) == 2) {
@@ -56,7 +56,7 @@ double DecodeModbusValue(const ModbusValueSpec& spec, const uint16_t* words) {
     return raw * spec.Scale;
 }
 
-bool EncodeModbusValue(const ModbusValueSpec& spec, double value, std::vector<uint16_t>& words) {
+bool EncodeModbusValue(const ModbusValueFormat& spec, double value, std::vector<uint16_t>& words) {
     words.clear();
     if (!std::isfinite(value)) return false;
     if (spec.Type == ModbusType::Bit) {

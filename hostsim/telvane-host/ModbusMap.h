@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "DeviceSpecs.h"
+#include "DeviceSections.h"
 
 // Protocol limits of one read request.
 inline constexpr int ModbusMaxReadRegisters = 125;
@@ -19,11 +19,11 @@ struct ModbusReadRequest {
 
 // Neighbouring or overlapping values of one table share a request, up to the protocol's limit.
 // Values apart by a gap are read apart: a gap may hold addresses the device refuses.
-std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueSpec>& maps);
+std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueFormat>& maps);
 
 // The point value of the words of one value as they came off the wire (ModbusWordCount(type) of
 // them; a bit is 0 or 1), scale applied.
-double DecodeModbusValue(const ModbusValueSpec& spec, const uint16_t* words);
+double DecodeModbusValue(const ModbusValueFormat& spec, const uint16_t* words);
 // The words that carry a point value (scale undone); false when the value does not fit the type
 // (out of range, not finite) and nothing may be written.
-bool EncodeModbusValue(const ModbusValueSpec& spec, double value, std::vector<uint16_t>& words);
+bool EncodeModbusValue(const ModbusValueFormat& spec, double value, std::vector<uint16_t>& words);

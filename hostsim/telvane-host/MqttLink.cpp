@@ -25,7 +25,7 @@ std::string Excerpt(const void* data, int length) {
 
 }  // namespace
 
-MqttLink::MqttLink(const MqttSourceSpec& spec, HostState& state, int generation, HostLogger log)
+MqttLink::MqttLink(const MqttSourceConfig& spec, HostState& state, int generation, HostLogger log)
     : spec_(spec), log_(log), health_("mqtt " + spec.Name, spec.Host + ":" + std::to_string(spec.Port), log) {
     std::call_once(libraryOnce, [] { mosquitto_lib_init(); });
     for (size_t i = 0; i < spec_.Maps.size(); ++i) {

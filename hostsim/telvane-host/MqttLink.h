@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "DeviceHealth.h"
-#include "DeviceSpecs.h"
+#include "DeviceSections.h"
 #include "HostState.h"
 
 struct mosquitto;
@@ -23,7 +23,7 @@ struct mosquitto_message;
 
 class MqttLink {
 public:
-    MqttLink(const MqttSourceSpec& spec, HostState& state, int generation, HostLogger log);
+    MqttLink(const MqttSourceConfig& spec, HostState& state, int generation, HostLogger log);
     ~MqttLink();
     MqttLink(const MqttLink&) = delete;
     MqttLink& operator=(const MqttLink&) = delete;
@@ -34,7 +34,7 @@ public:
     void Publish(int publish, double value);
     // Called after a (re)connection with every published point's value, so the broker holds them.
     void SetRepublish(std::function<void()> republish) { republish_ = std::move(republish); }
-    const MqttSourceSpec& Spec() const { return spec_; }
+    const MqttSourceConfig& Spec() const { return spec_; }
     // Messages that gave a value, and messages refused, so far.
     uint64_t Taken() const { return taken_.load(); }
     uint64_t Refused() const { return refused_.load(); }
@@ -53,7 +53,7 @@ private:
         std::string Reason;
     };
 
-    MqttSourceSpec spec_;
+    MqttSourceConfig spec_;
     HostLogger log_;
     DeviceHealth health_;
     std::vector<HostPoint*> mapPoints_;

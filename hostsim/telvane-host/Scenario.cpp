@@ -133,12 +133,12 @@ struct Parser {
                       : SetMqttKey(scenario.MqttSources.back(), key, value, message);
         if (!ok) return Fail(message);
         if (section == SectionKind::Modbus) {
-            ModbusDeviceSpec& d = scenario.ModbusDevices.back();
+            ModbusDeviceConfig& d = scenario.ModbusDevices.back();
             for (auto* list : {&d.Maps, &d.Writes}) {
                 if (!list->empty() && list->back().Line == 0) list->back().Line = lineNumber;
             }
         } else {
-            MqttSourceSpec& s = scenario.MqttSources.back();
+            MqttSourceConfig& s = scenario.MqttSources.back();
             if (!s.Maps.empty() && s.Maps.back().Line == 0) s.Maps.back().Line = lineNumber;
             if (!s.Publishes.empty() && s.Publishes.back().Line == 0) s.Publishes.back().Line = lineNumber;
         }
@@ -181,14 +181,14 @@ struct Parser {
         }
         if (kind == "modbus") {
             section = SectionKind::Modbus;
-            scenario.ModbusDevices.push_back(ModbusDeviceSpec());
+            scenario.ModbusDevices.push_back(ModbusDeviceConfig());
             scenario.ModbusDevices.back().Name = name;
             scenario.ModbusDevices.back().Line = lineNumber;
             return true;
         }
         if (kind == "mqtt") {
             section = SectionKind::Mqtt;
-            scenario.MqttSources.push_back(MqttSourceSpec());
+            scenario.MqttSources.push_back(MqttSourceConfig());
             scenario.MqttSources.back().Name = name;
             scenario.MqttSources.back().Line = lineNumber;
             return true;

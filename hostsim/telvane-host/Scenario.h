@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "DeviceSpecs.h"
+#include "DeviceSections.h"
 #include "PointRef.h"
 
 enum class MeterKind { Rate, Total, Pulse, HourPulse };
@@ -66,8 +66,8 @@ struct Scenario {
     std::vector<PointSpec> Points;
     std::vector<PageSpec> Pages;
     std::vector<DdeItemSpec> DdeItems;
-    std::vector<ModbusDeviceSpec> ModbusDevices;
-    std::vector<MqttSourceSpec> MqttSources;
+    std::vector<ModbusDeviceConfig> ModbusDevices;
+    std::vector<MqttSourceConfig> MqttSources;
 };
 
 // Parses a scenario text. On failure gives false and a message naming the line.

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "DeviceSpecs.h"
+#include "DeviceSections.h"
 #include "ModbusMap.h"
 #include "MqttPayload.h"
 #include "Scenario.h"
@@ -24,12 +24,12 @@ void Check(bool ok) {
     if (!ok) std::abort();
 }
 
-void CheckGrouping(const ModbusDeviceSpec& device) {
+void CheckGrouping(const ModbusDeviceConfig& device) {
     std::vector<int> seen(device.Maps.size(), 0);
     for (const ModbusReadRequest& r : GroupReads(device.Maps)) {
         Check(r.Count >= 1 && r.Count <= (IsBitTable(r.Table) ? ModbusMaxReadBits : ModbusMaxReadRegisters));
         for (int m : r.Maps) {
-            const ModbusValueSpec& v = device.Maps[m];
+            const ModbusValueFormat& v = device.Maps[m];
             Check(v.Table == r.Table && v.Address >= r.Start && v.Address + ModbusWordCount(v.Type) <= r.Start + r.Count);
             ++seen[m];
         }
@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             Check(error.rfind("line ", 0) == 0 || error.rfind("meter ", 0) == 0);
             return 0;
         }
-        for (const ModbusDeviceSpec& d : s.ModbusDevices) CheckGrouping(d);
+        for (const ModbusDeviceConfig& d : s.ModbusDevices) CheckGrouping(d);
         return 0;
     }
     case 1: {
@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (rest.size() < 4) return 0;
         uint16_t words[2];
         std::memcpy(words, rest.data(), sizeof words);
-        ModbusValueSpec spec;
+        ModbusValueFormat spec;
         spec.Table = ModbusTable::Holding;
         spec.Type = static_cast<ModbusType>(1 + data[1] % 5);
         spec.LowWordFirst = data[1] & 0x80;

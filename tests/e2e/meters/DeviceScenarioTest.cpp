@@ -42,7 +42,7 @@ publish = T201 site/voltaris/rate1
                               s, error))
         << error;
     ASSERT_EQ(s.ModbusDevices.size(), 2u);
-    const ModbusDeviceSpec& tcp = s.ModbusDevices[0];
+    const ModbusDeviceConfig& tcp = s.ModbusDevices[0];
     EXPECT_FALSE(tcp.Serial);
     EXPECT_EQ(std::make_tuple(tcp.Host, tcp.Port, tcp.Unit, tcp.PollSeconds, tcp.TimeoutSeconds, tcp.Line),
               std::make_tuple(std::string("127.0.0.1"), 1502, 7, 0.5, 2.0, 4));
@@ -58,12 +58,12 @@ publish = T201 site/voltaris/rate1
     ASSERT_EQ(tcp.Writes.size(), 1u);
     EXPECT_EQ(std::make_tuple(tcp.Writes[0].Point.Number, tcp.Writes[0].Address, tcp.Writes[0].Scale, tcp.Writes[0].Line),
               std::make_tuple(201, 200, 10.0, 12));
-    const ModbusDeviceSpec& rtu = s.ModbusDevices[1];
+    const ModbusDeviceConfig& rtu = s.ModbusDevices[1];
     EXPECT_TRUE(rtu.Serial);
     EXPECT_EQ(std::make_tuple(rtu.SerialPort, rtu.Baud, rtu.Parity, rtu.StopBits),
               std::make_tuple(std::string("/dev/ttyUSB0"), 19200, 'E', 2));
     ASSERT_EQ(s.MqttSources.size(), 1u);
-    const MqttSourceSpec& m = s.MqttSources[0];
+    const MqttSourceConfig& m = s.MqttSources[0];
     EXPECT_EQ(std::make_tuple(m.Host, m.Port, m.ClientId, m.Username, m.Password, m.Tls, m.CaFile),
               std::make_tuple(std::string("broker.local"), 1883, std::string("voltaris-host"), std::string("meter"),
                               std::string("a;b ; c"), true, std::string("/etc/ca.pem")));

@@ -15,11 +15,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
-ModbusDeviceSpec Device(const std::string& text) {
+ModbusDeviceConfig Device(const std::string& text) {
     Scenario s;
     std::string error;
     EXPECT_TRUE(ParseScenario(text, s, error)) << error;
-    return s.ModbusDevices.empty() ? ModbusDeviceSpec() : s.ModbusDevices[0];
+    return s.ModbusDevices.empty() ? ModbusDeviceConfig() : s.ModbusDevices[0];
 }
 
 class ModbusDeviceTest : public DeviceFixture {};

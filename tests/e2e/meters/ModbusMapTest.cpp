@@ -7,8 +7,8 @@
 
 namespace {
 
-ModbusValueSpec Value(ModbusTable table, int address, ModbusType type, bool little = false, double scale = 1) {
-    ModbusValueSpec v;
+ModbusValueFormat Value(ModbusTable table, int address, ModbusType type, bool little = false, double scale = 1) {
+    ModbusValueFormat v;
     v.Table = table;
     v.Address = address;
     v.Type = type;
@@ -59,7 +59,7 @@ TEST(ModbusEncode, RoundTripsAndRefusesWhatDoesNotFit) {
     EXPECT_EQ(w, (std::vector<uint16_t>{1}));
     for (ModbusType type : {ModbusType::Int16, ModbusType::Uint16, ModbusType::Int32, ModbusType::Uint32, ModbusType::Float32}) {
         for (bool little : {false, true}) {
-            ModbusValueSpec spec = Value(ModbusTable::Holding, 0, type, little, 0.5);
+            ModbusValueFormat spec = Value(ModbusTable::Holding, 0, type, little, 0.5);
             ASSERT_TRUE(EncodeModbusValue(spec, 100.5, w));
             EXPECT_EQ(DecodeModbusValue(spec, w.data()), 100.5);
         }
@@ -67,7 +67,7 @@ TEST(ModbusEncode, RoundTripsAndRefusesWhatDoesNotFit) {
 }
 
 TEST(ModbusGrouping, NeighboursShareARequestUpToTheLimit) {
-    std::vector<ModbusValueSpec> maps = {
+    std::vector<ModbusValueFormat> maps = {
         Value(ModbusTable::Holding, 10, ModbusType::Float32),  // 10-11
         Value(ModbusTable::Holding, 0, ModbusType::Uint32),    // 0-1
         Value(ModbusTable::Holding, 2, ModbusType::Int16),     // 2: joins 0-1
@@ -87,14 +87,14 @@ TEST(ModbusGrouping, NeighboursShareARequestUpToTheLimit) {
     EXPECT_EQ(std::make_tuple(r[4].Start, r[4].Count), std::make_tuple(3, 1));
 
     // 70 float32 values back to back: 140 registers, so two requests, neither splitting a value.
-    std::vector<ModbusValueSpec> run;
+    std::vector<ModbusValueFormat> run;
     for (int i = 0; i < 70; ++i) run.push_back(Value(ModbusTable::Input, 2 * i, ModbusType::Float32));
     r = GroupReads(run);
     ASSERT_EQ(r.size(), 2u);
     EXPECT_EQ(std::make_tuple(r[0].Start, r[0].Count, r[0].Maps.size()), std::make_tuple(0, 124, size_t{62}));
     EXPECT_EQ(std::make_tuple(r[1].Start, r[1].Count, r[1].Maps.size()), std::make_tuple(124, 16, size_t{8}));
     // 2001 coils: 2000 in one request.
-    std::vector<ModbusValueSpec> bits;
+    std::vector<ModbusValueFormat> bits;
     for (int i = 0; i < 2001; ++i) bits.push_back(Value(ModbusTable::Discrete, i, ModbusType::Bit));
     r = GroupReads(bits);
     ASSERT_EQ(r.size(), 2u);

@@ -1,4 +1,4 @@
-#include "DeviceSpecs.h"
+#include "DeviceSections.h"
 #include "ScenarioText.h"
 
 #include <cctype>
@@ -77,7 +77,7 @@ int ModbusWordCount(ModbusType type) {
 
 bool IsBitTable(ModbusTable table) { return table == ModbusTable::Coil || table == ModbusTable::Discrete; }
 
-bool ParseModbusValue(std::string_view text, ModbusValueSpec& spec, std::string& message) {
+bool ParseModbusValue(std::string_view text, ModbusValueFormat& spec, std::string& message) {
     std::vector<std::string_view> w = Words(text);
     if (w.size() < 3) {
         message = "give POINT TABLE ADDRESS [TYPE [big|little] [SCALE]]: " + std::string(TrimBlanks(text));
@@ -148,7 +148,7 @@ bool ParseModbusValue(std::string_view text, ModbusValueSpec& spec, std::string&
     return true;
 }
 
-bool SetModbusKey(ModbusDeviceSpec& d, const std::string& key, std::string_view value, std::string& message) {
+bool SetModbusKey(ModbusDeviceConfig& d, const std::string& key, std::string_view value, std::string& message) {
     bool ok = true;
     if (key == "address") {
         value = TrimBlanks(value);
@@ -171,7 +171,7 @@ bool SetModbusKey(ModbusDeviceSpec& d, const std::string& key, std::string_view 
     } else if (key == "timeout") {
         ok = Number(value, d.TimeoutSeconds) && d.TimeoutSeconds >= 0.01 && d.TimeoutSeconds <= 60;
     } else if (key == "map" || key == "write") {
-        ModbusValueSpec spec;
+        ModbusValueFormat spec;
         if (!ParseModbusValue(value, spec, message)) return false;
         if (key == "write") {
             if (spec.Table == ModbusTable::Input || spec.Table == ModbusTable::Discrete) {
@@ -190,7 +190,7 @@ bool SetModbusKey(ModbusDeviceSpec& d, const std::string& key, std::string_view 
     return ok;
 }
 
-bool SetMqttKey(MqttSourceSpec& s, const std::string& key, std::string_view value, std::string& message) {
+bool SetMqttKey(MqttSourceConfig& s, const std::string& key, std::string_view value, std::string& message) {
     value = TrimBlanks(value);
     bool ok = true;
     if (key == "broker") {
@@ -209,7 +209,7 @@ bool SetMqttKey(MqttSourceSpec& s, const std::string& key, std::string_view valu
         s.Tls = ok = !s.CaFile.empty();
     } else if (key == "map") {
         std::vector<std::string_view> w = Words(value);
-        MqttMapSpec map;
+        MqttMapping map;
         if (w.size() < 2 || w.size() > 3) {
             message = "give POINT TOPIC [FIELD]: " + std::string(value);
             return false;
@@ -227,7 +227,7 @@ bool SetMqttKey(MqttSourceSpec& s, const std::string& key, std::string_view valu
         s.Maps.push_back(map);
     } else if (key == "publish") {
         std::vector<std::string_view> w = Words(value);
-        MqttPublishSpec publish;
+        MqttPublishing publish;
         if (w.size() != 2) {
             message = "give POINT TOPIC: " + std::string(value);
             return false;
@@ -250,7 +250,7 @@ bool SetMqttKey(MqttSourceSpec& s, const std::string& key, std::string_view valu
     return ok;
 }
 
-bool CheckModbusDevice(const ModbusDeviceSpec& d, std::string& message) {
+bool CheckModbusDevice(const ModbusDeviceConfig& d, std::string& message) {
     if (!d.HasAddress) {
         message = "[modbus " + d.Name + "] needs an address";
         return false;
@@ -262,7 +262,7 @@ bool CheckModbusDevice(const ModbusDeviceSpec& d, std::string& message) {
     return true;
 }
 
-bool CheckMqttSource(const MqttSourceSpec& s, std::string& message) {
+bool CheckMqttSource(const MqttSourceConfig& s, std::string& message) {
     if (!s.HasBroker) {
         message = "[mqtt " + s.Name + "] needs a broker";
         return false;

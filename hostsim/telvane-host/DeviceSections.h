@@ -11,7 +11,7 @@ enum class ModbusTable { Holding, Input, Coil, Discrete };
 enum class ModbusType { Bit, Int16, Uint16, Int32, Uint32, Float32 };
 
 // One `map =` or `write =` line of a Modbus device.
-struct ModbusValueSpec {
+struct ModbusValueFormat {
     PointRef Point;
     ModbusTable Table = ModbusTable::Holding;
     int Address = 0;           // 0-based register or bit address
@@ -21,7 +21,7 @@ struct ModbusValueSpec {
     int Line = 0;              // of the scenario, for errors found later
 };
 
-struct ModbusDeviceSpec {
+struct ModbusDeviceConfig {
     std::string Name;
     int Line = 0;              // of the section header
     bool HasAddress = false;
@@ -35,24 +35,24 @@ struct ModbusDeviceSpec {
     int Unit = 1;
     double PollSeconds = 1;
     double TimeoutSeconds = 1;
-    std::vector<ModbusValueSpec> Maps;
-    std::vector<ModbusValueSpec> Writes;
+    std::vector<ModbusValueFormat> Maps;
+    std::vector<ModbusValueFormat> Writes;
 };
 
-struct MqttMapSpec {
+struct MqttMapping {
     PointRef Point;
     std::string Topic;
     std::string Field;         // empty: the payload is the number; else a JSON field ("a.b" nests)
     int Line = 0;
 };
 
-struct MqttPublishSpec {
+struct MqttPublishing {
     PointRef Point;
     std::string Topic;
     int Line = 0;
 };
 
-struct MqttSourceSpec {
+struct MqttSourceConfig {
     std::string Name;
     int Line = 0;
     bool HasBroker = false;
@@ -63,19 +63,19 @@ struct MqttSourceSpec {
     std::string Password;
     bool Tls = false;
     std::string CaFile;        // TLS trust; empty with TLS on: the system's certificates
-    std::vector<MqttMapSpec> Maps;
-    std::vector<MqttPublishSpec> Publishes;
+    std::vector<MqttMapping> Maps;
+    std::vector<MqttPublishing> Publishes;
 };
 
 // One key of a section; false with a message (the caller adds the line number).
-bool SetModbusKey(ModbusDeviceSpec& device, const std::string& key, std::string_view value, std::string& message);
-bool SetMqttKey(MqttSourceSpec& source, const std::string& key, std::string_view value, std::string& message);
+bool SetModbusKey(ModbusDeviceConfig& device, const std::string& key, std::string_view value, std::string& message);
+bool SetMqttKey(MqttSourceConfig& source, const std::string& key, std::string_view value, std::string& message);
 // Whether a complete section can run; false with a message.
-bool CheckModbusDevice(const ModbusDeviceSpec& device, std::string& message);
-bool CheckMqttSource(const MqttSourceSpec& source, std::string& message);
+bool CheckModbusDevice(const ModbusDeviceConfig& device, std::string& message);
+bool CheckMqttSource(const MqttSourceConfig& source, std::string& message);
 
 // "map" / "write" value text: POINT TABLE ADDRESS [TYPE [big|little] [SCALE]].
-bool ParseModbusValue(std::string_view text, ModbusValueSpec& spec, std::string& message);
+bool ParseModbusValue(std::string_view text, ModbusValueFormat& spec, std::string& message);
 // Registers a value takes (bits: 1).
 int ModbusWordCount(ModbusType type);
 bool IsBitTable(ModbusTable table);
