@@ -41,24 +41,24 @@ bool CheckDevicePoints(const Scenario& scenario, int generation, std::string& er
 }
 
 DeviceLinks::DeviceLinks(const Scenario& scenario, HostState& state, int generation, HostLogger log) {
-    for (const ModbusDeviceConfig& spec : scenario.ModbusDevices) {
-        auto device = std::make_unique<ModbusDevice>(spec, state, generation, log);
+    for (const ModbusDeviceConfig& entry : scenario.ModbusDevices) {
+        auto device = std::make_unique<ModbusDevice>(entry, state, generation, log);
         ModbusDevice* d = device.get();
-        for (size_t w = 0; w < spec.Writes.size(); ++w) {
+        for (size_t w = 0; w < entry.Writes.size(); ++w) {
             Follower f;
-            f.Point = LocateDevicePoint(state, generation, spec.Writes[w].Point);
+            f.Point = LocateDevicePoint(state, generation, entry.Writes[w].Point);
             f.Send = [d, w](double value) { d->Write(static_cast<int>(w), value); };
             followers_.push_back(f);
         }
         modbus_.push_back(std::move(device));
     }
-    for (const MqttSourceConfig& spec : scenario.MqttSources) {
-        auto link = std::make_unique<MqttLink>(spec, state, generation, log);
+    for (const MqttSourceConfig& entry : scenario.MqttSources) {
+        auto link = std::make_unique<MqttLink>(entry, state, generation, log);
         MqttLink* l = link.get();
         size_t first = followers_.size();
-        for (size_t p = 0; p < spec.Publishes.size(); ++p) {
+        for (size_t p = 0; p < entry.Publishes.size(); ++p) {
             Follower f;
-            f.Point = LocateDevicePoint(state, generation, spec.Publishes[p].Point);
+            f.Point = LocateDevicePoint(state, generation, entry.Publishes[p].Point);
             f.Send = [l, p](double value) { l->Publish(static_cast<int>(p), value); };
             followers_.push_back(f);
         }

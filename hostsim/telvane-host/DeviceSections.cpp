@@ -77,31 +77,31 @@ int ModbusWordCount(ModbusType type) {
 
 bool IsBitTable(ModbusTable table) { return table == ModbusTable::Coil || table == ModbusTable::Discrete; }
 
-bool ParseModbusValue(std::string_view text, ModbusValueFormat& spec, std::string& message) {
+bool ParseModbusValue(std::string_view text, ModbusValueFormat& entry, std::string& message) {
     std::vector<std::string_view> w = Words(text);
     if (w.size() < 3) {
         message = "give POINT TABLE ADDRESS [TYPE [big|little] [SCALE]]: " + std::string(TrimBlanks(text));
         return false;
     }
-    if (!ParsePointRef(w[0], spec.Point)) {
+    if (!ParsePointRef(w[0], entry.Point)) {
         message = "not a point: " + std::string(w[0]);
         return false;
     }
     std::string table = Lower(w[1]);
-    if (table == "holding") spec.Table = ModbusTable::Holding;
-    else if (table == "input") spec.Table = ModbusTable::Input;
-    else if (table == "coil") spec.Table = ModbusTable::Coil;
-    else if (table == "discrete") spec.Table = ModbusTable::Discrete;
+    if (table == "holding") entry.Table = ModbusTable::Holding;
+    else if (table == "input") entry.Table = ModbusTable::Input;
+    else if (table == "coil") entry.Table = ModbusTable::Coil;
+    else if (table == "discrete") entry.Table = ModbusTable::Discrete;
     else {
         message = "the table is holding, input, coil or discrete, not " + std::string(w[1]);
         return false;
     }
-    if (!Whole(w[2], 0, 65535, spec.Address)) {
+    if (!Whole(w[2], 0, 65535, entry.Address)) {
         message = "the address is 0 to 65535, not " + std::string(w[2]);
         return false;
     }
-    if (IsBitTable(spec.Table)) {
-        spec.Type = ModbusType::Bit;
+    if (IsBitTable(entry.Table)) {
+        entry.Type = ModbusType::Bit;
         if (w.size() > 3) {
             message = "coils and discrete inputs take no type, word order or scale: " + std::string(w[3]);
             return false;
@@ -113,16 +113,16 @@ bool ParseModbusValue(std::string_view text, ModbusValueFormat& spec, std::strin
         return false;
     }
     std::string type = Lower(w[3]);
-    if (type == "int16") spec.Type = ModbusType::Int16;
-    else if (type == "uint16") spec.Type = ModbusType::Uint16;
-    else if (type == "int32") spec.Type = ModbusType::Int32;
-    else if (type == "uint32") spec.Type = ModbusType::Uint32;
-    else if (type == "float32") spec.Type = ModbusType::Float32;
+    if (type == "int16") entry.Type = ModbusType::Int16;
+    else if (type == "uint16") entry.Type = ModbusType::Uint16;
+    else if (type == "int32") entry.Type = ModbusType::Int32;
+    else if (type == "uint32") entry.Type = ModbusType::Uint32;
+    else if (type == "float32") entry.Type = ModbusType::Float32;
     else {
         message = "the type is int16, uint16, int32, uint32 or float32, not " + std::string(w[3]);
         return false;
     }
-    if (spec.Address + ModbusWordCount(spec.Type) - 1 > 65535) {
+    if (entry.Address + ModbusWordCount(entry.Type) - 1 > 65535) {
         message = "the value runs past register 65535";
         return false;
     }
@@ -130,12 +130,12 @@ bool ParseModbusValue(std::string_view text, ModbusValueFormat& spec, std::strin
     if (next < w.size()) {
         std::string order = Lower(w[next]);
         if (order == "big" || order == "little") {
-            spec.LowWordFirst = order == "little";
+            entry.LowWordFirst = order == "little";
             ++next;
         }
     }
     if (next < w.size()) {
-        if (!Number(w[next], spec.Scale) || spec.Scale == 0) {
+        if (!Number(w[next], entry.Scale) || entry.Scale == 0) {
             message = "the scale is a number other than 0, not " + std::string(w[next]);
             return false;
         }
@@ -171,16 +171,16 @@ bool SetModbusKey(ModbusDeviceConfig& d, const std::string& key, std::string_vie
     } else if (key == "timeout") {
         ok = Number(value, d.TimeoutSeconds) && d.TimeoutSeconds >= 0.01 && d.TimeoutSeconds <= 60;
     } else if (key == "map" || key == "write") {
-        ModbusValueFormat spec;
-        if (!ParseModbusValue(value, spec, message)) return false;
+        ModbusValueFormat entry;
+        if (!ParseModbusValue(value, entry, message)) return false;
         if (key == "write") {
-            if (spec.Table == ModbusTable::Input || spec.Table == ModbusTable::Discrete) {
+            if (entry.Table == ModbusTable::Input || entry.Table == ModbusTable::Discrete) {
                 message = "only holding registers and coils can be written";
                 return false;
             }
-            d.Writes.push_back(spec);
+            d.Writes.push_back(entry);
         } else {
-            d.Maps.push_back(spec);
+            d.Maps.push_back(entry);
         }
     } else {
         message = "unknown key in [modbus " + d.Name + "]: " + key;

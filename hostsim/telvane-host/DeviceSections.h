@@ -75,7 +75,7 @@ bool CheckModbusDevice(const ModbusDeviceConfig& device, std::string& message);
 bool CheckMqttSource(const MqttSourceConfig& source, std::string& message);
 
 // "map" / "write" value text: POINT TABLE ADDRESS [TYPE [big|little] [SCALE]].
-bool ParseModbusValue(std::string_view text, ModbusValueFormat& spec, std::string& message);
+bool ParseModbusValue(std::string_view text, ModbusValueFormat& entry, std::string& message);
 // Registers a value takes (bits: 1).
 int ModbusWordCount(ModbusType type);
 bool IsBitTable(ModbusTable table);

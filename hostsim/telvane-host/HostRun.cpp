@@ -74,7 +74,7 @@ public:
                 return false;
             }
         }
-        for (const MeterSpec& spec : scenario_.Meters) meters_.emplace_back(spec);
+        for (const MeterSpec& entry : scenario_.Meters) meters_.emplace_back(entry);
         Simulate();
         if (!devices_.Start(error)) return false;
         std::string title = (layout_.Generation == 5 ? "Telvane V5 - " : "Telvane - ") + layout_.JobName;
@@ -120,13 +120,13 @@ private:
         DateTime now = ClockNow();
         for (MeterSim& meter : meters_) {
             meter.Advance(now);
-            const MeterSpec& spec = meter.Spec();
+            const MeterSpec& entry = meter.Spec();
             HostTable table;
             int index = 0;
-            if (spec.HasPoint && PointLocation(spec.Point, layout_.Generation, table, index)) {
+            if (entry.HasPoint && PointLocation(entry.Point, layout_.Generation, table, index)) {
                 if (HostPoint* point = state_.Point(table, index)) HostStore(point->Reading, static_cast<float>(meter.Value()));
             }
-            if (!spec.DdeTopic.empty()) dde_.SetItem(spec.DdeTopic, spec.DdeItem, meter.Text());
+            if (!entry.DdeTopic.empty()) dde_.SetItem(entry.DdeTopic, entry.DdeItem, meter.Text());
         }
     }
 

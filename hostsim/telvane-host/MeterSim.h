@@ -9,7 +9,7 @@
 
 class MeterSim {
 public:
-    explicit MeterSim(MeterSpec spec) : spec_(std::move(spec)) {}
+    explicit MeterSim(MeterSpec entry) : spec_(std::move(entry)) {}
 
     // Units per hour at a clock time.
     double RateAt(DateTime now) const;

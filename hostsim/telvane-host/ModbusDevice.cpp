@@ -21,8 +21,8 @@ QModbusDataUnit::RegisterType RegisterTypeOf(ModbusTable table) {
     return QModbusDataUnit::Invalid;
 }
 
-std::string DeviceWhere(const ModbusDeviceConfig& spec) {
-    return (spec.Serial ? spec.SerialPort : spec.Host + ":" + std::to_string(spec.Port)) + " unit " + std::to_string(spec.Unit);
+std::string DeviceWhere(const ModbusDeviceConfig& entry) {
+    return (entry.Serial ? entry.SerialPort : entry.Host + ":" + std::to_string(entry.Port)) + " unit " + std::to_string(entry.Unit);
 }
 
 std::string TableName(ModbusTable table) {
@@ -37,8 +37,8 @@ std::string TableName(ModbusTable table) {
 
 }  // namespace
 
-ModbusDevice::ModbusDevice(const ModbusDeviceConfig& spec, HostState& state, int generation, HostLogger log)
-    : spec_(spec), log_(log), generation_(generation), health_("modbus " + spec.Name, DeviceWhere(spec), log) {
+ModbusDevice::ModbusDevice(const ModbusDeviceConfig& entry, HostState& state, int generation, HostLogger log)
+    : spec_(entry), log_(log), generation_(generation), health_("modbus " + entry.Name, DeviceWhere(entry), log) {
     for (const ModbusValueFormat& map : spec_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
     requests_ = GroupReads(spec_.Maps);
     refused_.assign(requests_.size(), false);
@@ -238,16 +238,16 @@ void ModbusDevice::FlushWrites() {
         }
         double value = it->second;
         it = pendingWrites_.erase(it);
-        const ModbusValueFormat& spec = spec_.Writes[w];
+        const ModbusValueFormat& entry = spec_.Writes[w];
         std::vector<uint16_t> words;
-        if (!EncodeModbusValue(spec, value, words)) {
+        if (!EncodeModbusValue(entry, value, words)) {
             if (writeFailLogged_[w]) continue;
             writeFailLogged_[w] = true;
-            log_(health_.What() + ": " + PointRefText(spec.Point, generation_) + " = " + std::to_string(value) +
+            log_(health_.What() + ": " + PointRefText(entry.Point, generation_) + " = " + std::to_string(value) +
                  " does not fit its register; not written");
             continue;
         }
-        QModbusDataUnit unit(RegisterTypeOf(spec.Table), spec.Address, QList<quint16>(words.begin(), words.end()));
+        QModbusDataUnit unit(RegisterTypeOf(entry.Table), entry.Address, QList<quint16>(words.begin(), words.end()));
         QModbusReply* reply = client_->sendWriteRequest(unit, spec_.Unit);
         if (reply == nullptr) {
             pendingWrites_.emplace(w, value);

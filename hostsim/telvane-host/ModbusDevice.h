@@ -22,7 +22,7 @@ class QModbusReply;
 
 class ModbusDevice {
 public:
-    ModbusDevice(const ModbusDeviceConfig& spec, HostState& state, int generation, HostLogger log);
+    ModbusDevice(const ModbusDeviceConfig& entry, HostState& state, int generation, HostLogger log);
     ~ModbusDevice();
     ModbusDevice(const ModbusDevice&) = delete;
     ModbusDevice& operator=(const ModbusDevice&) = delete;

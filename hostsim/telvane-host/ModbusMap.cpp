@@ -31,16 +31,16 @@ std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueFormat>& 
     return requests;
 }
 
-double DecodeModbusValue(const ModbusValueFormat& spec, const uint16_t* words) {
-    if (spec.Type == ModbusType::Bit) return words[0] != 0 ? 1.0 : 0.0;
+double DecodeModbusValue(const ModbusValueFormat& entry, const uint16_t* words) {
+    if (entry.Type == ModbusType::Bit) return words[0] != 0 ? 1.0 : 0.0;
     uint32_t wide = 0;
-    if (ModbusWordCount(spec.Type) == 2) {
-        uint32_t high = spec.LowWordFirst ? words[1] : words[0];
-        uint32_t low = spec.LowWordFirst ? words[0] : words[1];
+    if (ModbusWordCount(entry.Type) == 2) {
+        uint32_t high = entry.LowWordFirst ? words[1] : words[0];
+        uint32_t low = entry.LowWordFirst ? words[0] : words[1];
         wide = high << 16 | low;
     }
     double raw = 0;
-    switch (spec.Type) {
+    switch (entry.Type) {
     case ModbusType::Int16: raw = static_cast<int16_t>(words[0]); break;
     case ModbusType::Uint16: raw = words[0]; break;
     case ModbusType::Int32: raw = static_cast<int32_t>(wide); break;
@@ -53,23 +53,23 @@ double DecodeModbusValue(const ModbusValueFormat& spec, const uint16_t* words) {
     }
     case ModbusType::Bit: break;
     }
-    return raw * spec.Scale;
+    return raw * entry.Scale;
 }
 
-bool EncodeModbusValue(const ModbusValueFormat& spec, double value, std::vector<uint16_t>& words) {
+bool EncodeModbusValue(const ModbusValueFormat& entry, double value, std::vector<uint16_t>& words) {
     words.clear();
     if (!std::isfinite(value)) return false;
-    if (spec.Type == ModbusType::Bit) {
+    if (entry.Type == ModbusType::Bit) {
         words.push_back(value != 0 ? 1 : 0);
         return true;
     }
-    double raw = value / spec.Scale;
+    double raw = value / entry.Scale;
     uint32_t wide = 0;
     auto whole = [&](double low, double high) {
         raw = std::nearbyint(raw);
         return raw >= low && raw <= high;
     };
-    switch (spec.Type) {
+    switch (entry.Type) {
     case ModbusType::Int16:
         if (!whole(-32768, 32767)) return false;
         words.push_back(static_cast<uint16_t>(static_cast<int16_t>(raw)));
@@ -95,6 +95,6 @@ bool EncodeModbusValue(const ModbusValueFormat& spec, double value, std::vector<
     case ModbusType::Bit: break;
     }
     uint16_t high = static_cast<uint16_t>(wide >> 16), low = static_cast<uint16_t>(wide & 0xFFFF);
-    words = spec.LowWordFirst ? std::vector<uint16_t>{low, high} : std::vector<uint16_t>{high, low};
+    words = entry.LowWordFirst ? std::vector<uint16_t>{low, high} : std::vector<uint16_t>{high, low};
     return true;
 }

@@ -23,7 +23,7 @@ std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueFormat>& 
 
 // The point value of the words of one value as they came off the wire (ModbusWordCount(type) of
 // them; a bit is 0 or 1), scale applied.
-double DecodeModbusValue(const ModbusValueFormat& spec, const uint16_t* words);
+double DecodeModbusValue(const ModbusValueFormat& entry, const uint16_t* words);
 // The words that carry a point value (scale undone); false when the value does not fit the type
 // (out of range, not finite) and nothing may be written.
-bool EncodeModbusValue(const ModbusValueFormat& spec, double value, std::vector<uint16_t>& words);
+bool EncodeModbusValue(const ModbusValueFormat& entry, double value, std::vector<uint16_t>& words);

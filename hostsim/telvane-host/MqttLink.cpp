@@ -25,8 +25,8 @@ std::string Excerpt(const void* data, int length) {
 
 }  // namespace
 
-MqttLink::MqttLink(const MqttSourceConfig& spec, HostState& state, int generation, HostLogger log)
-    : spec_(spec), log_(log), health_("mqtt " + spec.Name, spec.Host + ":" + std::to_string(spec.Port), log) {
+MqttLink::MqttLink(const MqttSourceConfig& entry, HostState& state, int generation, HostLogger log)
+    : spec_(entry), log_(log), health_("mqtt " + entry.Name, entry.Host + ":" + std::to_string(entry.Port), log) {
     std::call_once(libraryOnce, [] { mosquitto_lib_init(); });
     for (size_t i = 0; i < spec_.Maps.size(); ++i) {
         mapPoints_.push_back(LocateDevicePoint(state, generation, spec_.Maps[i].Point));

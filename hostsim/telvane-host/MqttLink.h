@@ -23,7 +23,7 @@ struct mosquitto_message;
 
 class MqttLink {
 public:
-    MqttLink(const MqttSourceConfig& spec, HostState& state, int generation, HostLogger log);
+    MqttLink(const MqttSourceConfig& entry, HostState& state, int generation, HostLogger log);
     ~MqttLink();
     MqttLink(const MqttLink&) = delete;
     MqttLink& operator=(const MqttLink&) = delete;

@@ -65,14 +65,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (rest.size() < 4) return 0;
         uint16_t words[2];
         std::memcpy(words, rest.data(), sizeof words);
-        ModbusValueFormat spec;
-        spec.Table = ModbusTable::Holding;
-        spec.Type = static_cast<ModbusType>(1 + data[1] % 5);
-        spec.LowWordFirst = data[1] & 0x80;
-        const double value = DecodeModbusValue(spec, words);
+        ModbusValueFormat entry;
+        entry.Table = ModbusTable::Holding;
+        entry.Type = static_cast<ModbusType>(1 + data[1] % 5);
+        entry.LowWordFirst = data[1] & 0x80;
+        const double value = DecodeModbusValue(entry, words);
         std::vector<uint16_t> back;
         if (!std::isfinite(value)) return 0;  // NaN and infinity patterns are never written
-        Check(EncodeModbusValue(spec, value, back));
+        Check(EncodeModbusValue(entry, value, back));
         Check(std::memcmp(back.data(), words, back.size() * sizeof(uint16_t)) == 0);
         return 0;
     }

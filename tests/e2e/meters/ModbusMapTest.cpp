@@ -59,9 +59,9 @@ TEST(ModbusEncode, RoundTripsAndRefusesWhatDoesNotFit) {
     EXPECT_EQ(w, (std::vector<uint16_t>{1}));
     for (ModbusType type : {ModbusType::Int16, ModbusType::Uint16, ModbusType::Int32, ModbusType::Uint32, ModbusType::Float32}) {
         for (bool little : {false, true}) {
-            ModbusValueFormat spec = Value(ModbusTable::Holding, 0, type, little, 0.5);
-            ASSERT_TRUE(EncodeModbusValue(spec, 100.5, w));
-            EXPECT_EQ(DecodeModbusValue(spec, w.data()), 100.5);
+            ModbusValueFormat entry = Value(ModbusTable::Holding, 0, type, little, 0.5);
+            ASSERT_TRUE(EncodeModbusValue(entry, 100.5, w));
+            EXPECT_EQ(DecodeModbusValue(entry, w.data()), 100.5);
         }
     }
 }
