@@ -18,8 +18,9 @@
 #include "files/SetupFileImage.h"
 #include "files/SetupFileLayout.h"
 
-// The bytes of a blank file with these counts, assembled from blank records made once.
-inline std::string BlankFile(int tariffs, int entries, int centers)
+// Appends to file, from its current length on, the bytes of a blank file with these counts,
+// assembled from blank records made once.
+inline void CompleteWithBlankFile(std::string& file, int tariffs, int entries, int centers)
 {
     struct Blanks {
         std::array<std::string, 40> Tariff, Tag;  // by entry count
@@ -47,21 +48,33 @@ inline std::string BlankFile(int tariffs, int entries, int centers)
         b.Fixed = fixed.Buffer();
         return b;
     }();
-    std::string file(SetupHeaderSize, '\0');
+    // Each part goes in from where the file's own bytes end, so nothing is built twice.
+    std::size_t at = SetupHeaderSize;
+    auto add = [&](const std::string& part) {
+        const std::size_t end = at + part.size();
+        if (end > file.size())
+            file.append(part, file.size() > at ? file.size() - at : 0);
+        at = end;
+    };
     for (int i = 0; i < tariffs; ++i)
-        file += blanks.Tariff[static_cast<std::size_t>(entries)];
-    file += blanks.Pairs;
+        add(blanks.Tariff[static_cast<std::size_t>(entries)]);
+    add(blanks.Pairs);
     for (int c = 0; c < centers; ++c)
-        file += blanks.Center;
+        add(blanks.Center);
     for (int t = 0; t < SetupTagSlots; ++t)
-        file += blanks.Tag[static_cast<std::size_t>(entries)];
+        add(blanks.Tag[static_cast<std::size_t>(entries)]);
     // As the file is written: the records' bytes stand where they reach over the fixed entries.
-    if (file.size() < static_cast<std::size_t>(FixedEntriesOffset))
-        file.resize(static_cast<std::size_t>(FixedEntriesOffset), '\0');
-    const std::size_t covered = file.size() - static_cast<std::size_t>(FixedEntriesOffset);
-    if (covered < blanks.Fixed.size())
-        file.append(blanks.Fixed, covered);
-    return file;
+    const auto fixedAt = static_cast<std::size_t>(FixedEntriesOffset);
+    if (at < fixedAt) {
+        if (file.size() < fixedAt)
+            file.resize(fixedAt, '\0');
+        at = fixedAt;
+    }
+    const std::size_t covered = at - fixedAt;
+    if (covered < blanks.Fixed.size()) {
+        at = fixedAt;
+        add(blanks.Fixed);
+    }
 }
 
 // Fills bytes (kept by the caller from run to run, so its room is reused) with the file of an input.
@@ -77,7 +90,5 @@ inline void SetupFileFromInput(const uint8_t* data, std::size_t size, std::strin
         counts[i] = static_cast<uint16_t>(GetInt16At(bytes, places[i])) % limits[i];
         PutInt16At(bytes, places[i], static_cast<int16_t>(counts[i]));
     }
-    const std::string blank = BlankFile(counts[0], counts[1], counts[2]);
-    if (blank.size() > bytes.size())
-        bytes.append(blank, bytes.size());
+    CompleteWithBlankFile(bytes, counts[0], counts[1], counts[2]);
 }

@@ -33,9 +33,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    // Both kept from run to run, as the monitor keeps its setup when a changed file is reloaded.
     static std::string bytes;
-    SetupFileFromInput(data, size, bytes);
     SetupData setup;
+    SetupFileFromInput(data, size, bytes);
     QuietSetupLoadView view;
     NoHost host;
     const SetupLoadResult loaded = LoadSetupFileBytes(bytes, VbError(), host, setup, view);

@@ -30,8 +30,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
         blank.Data.CenterCount = static_cast<int16_t>(k);
         SizeSetupImage(blank);
         std::string file = EncodeSetupFile(blank).Value;
-        std::string assembled = BlankFile(n, m, k);
-        assembled.replace(0, SetupHeaderSize, file, 0, SetupHeaderSize);
+        std::string assembled = file.substr(0, SetupHeaderSize);
+        CompleteWithBlankFile(assembled, n, m, k);
         Check(assembled == file);
     }
     return 0;
