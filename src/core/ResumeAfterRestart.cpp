@@ -58,31 +58,23 @@ int TakeBackTagValues(const SetupData& setup, TagValues& values, const MonitorSe
         if (t.Tag > setup.TagCount || i >= setup.TagTable.size() || i >= values.size()) continue;
         const TagRecord& record = setup.TagTable[i];
         if (record.Online != 1 || record.TagType != TagTypeMeasured || record.ScanType != t.ScanType) continue;
+        const Kept kind = KindOf(t.ScanType);
+        if (kind == Kept::None) continue;
         TagValue& v = values[i];
-        switch (KindOf(t.ScanType)) {
-        case Kept::Rate:
-            // What was integrated stays; the downtime is not known, so it is not booked.
-            v.Integrated = t.Integrated;
-            v.Rate = t.Rate;
-            break;
-        case Kept::Pulse:
-            v.Integrated = t.Integrated;
+        // What was integrated stays. A rate tag's downtime is not known, so it is not booked; pulse
+        // and total meters kept counting, and their next reading books the downtime.
+        v.Integrated = t.Integrated;
+        v.Rate = t.Rate;
+        if (kind != Kept::Rate) {
             v.Previous = t.Previous;
-            v.PulseTime = t.PulseTime;
-            v.LastGoodDelta = t.LastGoodDelta;
-            v.LastGoodRate = t.LastGoodRate;
-            v.Rate = t.Rate;
             v.Resumed = true;
-            break;
-        case Kept::Total:
-            v.Integrated = t.Integrated;
-            v.Previous = t.Previous;
-            v.LastReadTime = t.LastReadTime;
-            v.Rate = t.Rate;
-            v.Resumed = true;
-            break;
-        case Kept::None:
-            continue;
+            if (kind == Kept::Pulse) {
+                v.PulseTime = t.PulseTime;
+                v.LastGoodDelta = t.LastGoodDelta;
+                v.LastGoodRate = t.LastGoodRate;
+            } else {
+                v.LastReadTime = t.LastReadTime;
+            }
         }
         ++taken;
     }
