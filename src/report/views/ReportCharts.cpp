@@ -16,6 +16,7 @@
 #include <QCursor>
 #include <QValueAxis>
 #include <algorithm>
+#include <initializer_list>
 
 #include "report/figures/ReportCsv.h"
 
@@ -133,6 +134,20 @@ void Attach(QChart* chart, QScatterSeries* series, QAbstractAxis* x, QAbstractAx
     series->attachAxis(y);
 }
 
+// A day's axes: its periods below, the quantity on the left and the same bars as demand on the
+// right. The markers share them, or leave the chart when they mark nothing.
+void AddDayAxes(QChart* chart, QAbstractSeries* bars, const StoreMonth& month, double low, double high,
+                const std::vector<int>& tags, const QString& quantity, const QString& demand,
+                std::initializer_list<QScatterSeries*> markers)
+{
+    QCategoryAxis* x = IndexAxis(month.PeriodsPerDay, HourLabels(month), "Period start");
+    chart->addAxis(x, Qt::AlignBottom);
+    QValueAxis* left = AddValueAxes(chart, bars, x, low, high, WithUnits(quantity, Units(month, tags, false)),
+                                    1.0 / month.PeriodHours(), WithUnits(demand, Units(month, tags, true)));
+    for (QScatterSeries* series : markers)
+        Attach(chart, series, x, left);
+}
+
 QChart* NewChart(const QString& title)
 {
     auto* chart = new QChart;
@@ -208,13 +223,7 @@ QChart* MakeDayChart(const StoreMonth& month, const DayProfile& profile)
         else if (f.State == PeriodState::AfterStartUp)
             startUp->append(f.Period - 1, 0);
     }
-    QCategoryAxis* x = IndexAxis(month.PeriodsPerDay, HourLabels(month), "Period start");
-    chart->addAxis(x, Qt::AlignBottom);
-    QValueAxis* left = AddValueAxes(chart, bars, x, low, high,
-                                    WithUnits("Quantity per period", Units(month, profile.Tags, false)),
-                                    1.0 / month.PeriodHours(), WithUnits("Demand", Units(month, profile.Tags, true)));
-    Attach(chart, notSaved, x, left);
-    Attach(chart, startUp, x, left);
+    AddDayAxes(chart, bars, month, low, high, profile.Tags, "Quantity per period", "Demand", {notSaved, startUp});
     return chart;
 }
 
@@ -290,13 +299,7 @@ QChart* MakeSiteChart(const StoreMonth& month, const SiteProfile& site)
     }
     for (QLegendMarker* marker : chart->legend()->markers(peakMarks))
         marker->setVisible(false);
-    QCategoryAxis* x = IndexAxis(month.PeriodsPerDay, HourLabels(month), "Period start");
-    chart->addAxis(x, Qt::AlignBottom);
-    QValueAxis* left = AddValueAxes(chart, bars, x, low, high,
-                                    WithUnits("Site total per period", Units(month, site.Tags, false)),
-                                    1.0 / month.PeriodHours(), WithUnits("Site demand", Units(month, site.Tags, true)));
-    Attach(chart, peakMarks, x, left);
-    Attach(chart, notSaved, x, left);
+    AddDayAxes(chart, bars, month, low, high, site.Tags, "Site total per period", "Site demand", {peakMarks, notSaved});
     return chart;
 }
 
