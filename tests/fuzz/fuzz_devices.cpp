@@ -13,16 +13,13 @@
 #include <string>
 #include <string_view>
 
+#include "FuzzSupport.h"
 #include "DeviceSections.h"
 #include "ModbusMap.h"
 #include "MqttPayload.h"
 #include "Scenario.h"
 
 namespace {
-
-void Check(bool ok) {
-    if (!ok) std::abort();
-}
 
 void CheckGrouping(const ModbusDeviceConfig& device) {
     std::vector<int> seen(device.Maps.size(), 0);

@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "FuzzSupport.h"
 #include "platform/Files.h"
 #include "platform/Prefix.h"
 #include "support/IniText.h"
@@ -23,10 +24,6 @@
 namespace {
 
 std::string Folder;
-
-void Check(bool ok) {
-    if (!ok) std::abort();
-}
 
 struct KeyRef {
     std::string Section, Key;
@@ -79,17 +76,7 @@ std::string_view Expected(std::string_view value) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // Memory-backed when there is one: every write is flushed to disk.
-    char shm[] = "/dev/shm/vt-fuzz-ini-XXXXXX";
-    char tmp[] = "/tmp/vt-fuzz-ini-XXXXXX";
-    char* pattern = ::mkdtemp(shm);
-    if (!pattern) pattern = ::mkdtemp(tmp);
-    if (!pattern) std::abort();
-    Folder = pattern;
-    std::atexit([] {
-        std::error_code ec;
-        std::filesystem::remove_all(Folder, ec);
-    });
+    Folder = MakeScratchFolder("ini");
     UsePrefix(Folder + "/prefix");
     return 0;
 }

@@ -6,17 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "FuzzSupport.h"
 #include "Scenario.h"
-
-namespace {
-
-void Check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
 {

@@ -6,18 +6,9 @@
 #include <cstdlib>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
-
-namespace {
-
-void Check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
 {

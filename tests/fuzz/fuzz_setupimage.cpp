@@ -6,19 +6,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "FuzzSupport.h"
 #include "SetupFileInput.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
-
-namespace {
-
-void Check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {

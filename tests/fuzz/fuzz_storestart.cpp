@@ -7,6 +7,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "FuzzSupport.h"
 #include "common/QuietViews.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
@@ -27,12 +28,6 @@ public:
     std::string JobDataFolder() const override { return "C:\\Telvane\\Job1\\Data"; }
     std::string TelvaneFolder() const override { return "C:\\Telvane"; }
 };
-
-void Check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
 
 // A small site: two centers, a rate, a pulse, a maths and a display tag.
 const char* const Site = R"([Header]
@@ -73,18 +68,7 @@ DisplaySource = 1
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    char shm[] = "/dev/shm/vt-fuzz-storestart-XXXXXX";
-    char tmp[] = "/tmp/vt-fuzz-storestart-XXXXXX";
-    char* made = ::mkdtemp(shm);
-    if (!made)
-        made = ::mkdtemp(tmp);
-    if (!made)
-        std::abort();
-    Folder = made;
-    std::atexit([] {
-        std::error_code ec;
-        std::filesystem::remove_all(Folder, ec);
-    });
+    Folder = MakeScratchFolder("storestart");
     UsePrefix(Folder + "/prefix");
     std::filesystem::create_directories(Folder + "/program");
     ::setenv("VOLTARIS_PROGRAM_DIR", (Folder + "/program").c_str(), 1);

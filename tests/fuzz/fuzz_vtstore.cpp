@@ -8,6 +8,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "FuzzSupport.h"
 #include "StoreReport.h"
 #include "platform/Files.h"
 #include "platform/Prefix.h"
@@ -15,12 +16,6 @@
 namespace {
 
 std::string Folder;
-
-void Check(bool ok)
-{
-    if (!ok)
-        std::abort();
-}
 
 // A report's outcome: printed (status 0, something on out) or refused (status 1, a reason on err).
 void CheckOutcome(int status, const std::ostringstream& out, const std::ostringstream& err)
@@ -36,18 +31,7 @@ void CheckOutcome(int status, const std::ostringstream& out, const std::ostrings
 
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {
-    char shm[] = "/dev/shm/vt-fuzz-vtstore-XXXXXX";
-    char tmp[] = "/tmp/vt-fuzz-vtstore-XXXXXX";
-    char* made = ::mkdtemp(shm);
-    if (!made)
-        made = ::mkdtemp(tmp);
-    if (!made)
-        std::abort();
-    Folder = made;
-    std::atexit([] {
-        std::error_code ec;
-        std::filesystem::remove_all(Folder, ec);
-    });
+    Folder = MakeScratchFolder("vtstore");
     UsePrefix(Folder + "/prefix");
     return 0;
 }
