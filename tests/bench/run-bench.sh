@@ -21,7 +21,10 @@ case $(sed -n 's/^CMAKE_BUILD_TYPE:[A-Z]*=//p' "$build/CMakeCache.txt" 2> /dev/n
 esac
 
 row() { echo "$1|$2|$3|$4|$5|$6" >> "$rows"; }
-verdict() { awk -v r="$1" -v g="$2" 'BEGIN { if (r == "") print "no result"; else print (r <= g ? "pass" : "FAIL") }'; }
+# pass or FAIL by an awk condition on r (the result) and l (a second value), "no result" when r is empty.
+judge() { awk -v r="$1" -v l="${3-x}" "BEGIN { if (r == \"\" || l == \"\") print \"no result\"; else print (($2) ? \"pass\" : \"FAIL\") }"; }
+verdict() { judge "$1" "r <= $2"; }
+ratio_of() { awk -v a="$1" -v b="$2" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }'; }
 
 # One field of the first benchmark whose name starts with $2, from Google Benchmark's JSON output.
 json_field() {
@@ -98,7 +101,7 @@ run_benchmark() {
                 goal="-" result="-"
                 if [ "$clients" = 50 ]; then
                     goal=">= 50000/s"
-                    result=$(awk -v r="$rate" 'BEGIN { if (r == "") print "no result"; else print (r >= 50000 ? "pass" : "FAIL") }')
+                    result=$(judge "$rate" "r >= 50000")
                 fi
                 row "socket read round trips, $clients client$([ "$clients" = 1 ] || echo s) (vs echo server)" \
                     "${rate:--} /s" "${echo:--} /s" "${ratio:--}" "$goal" "$result"
@@ -107,8 +110,8 @@ run_benchmark() {
             p99=$(sed -n 's/.*, p99 \([0-9.]*\) ms.*/\1/p' <<< "$line")
             ep99=$(sed -n 's/.*(echo p99 \([0-9.]*\)).*/\1/p' <<< "$line")
             row "socket p99 latency during a 200-tag scan, 50 clients (vs echo, no scan)" "${p99:--} ms" "${ep99:--} ms" \
-                "$(awk -v a="$p99" -v b="$ep99" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }')" "< 5 ms" \
-                "$(awk -v r="$p99" 'BEGIN { if (r == "") print "no result"; else print (r < 5 ? "pass" : "FAIL") }')"
+                "$(ratio_of "$p99" "$ep99")" "< 5 ms" \
+                "$(judge "$p99" "r < 5")"
             # "socket beside ...: 10 clients: R round trips/s (echo E), ratio X, ..., silent still open O of N"
             local what open
             for what in "100 silent clients" "a one-address flood"; do
@@ -119,7 +122,7 @@ run_benchmark() {
                 open=$(sed -n 's/.*silent still open \([0-9]* of [0-9]*\).*/\1/p' <<< "$line")
                 row "socket round trips, 10 clients beside $what (vs echo, same crowd; silent kept: ${open:-?})" \
                     "${rate:--} /s" "${echo:--} /s" "${ratio:--}" ">= 0.5" \
-                    "$(awk -v r="$ratio" 'BEGIN { if (r == "") print "no result"; else print (r >= 0.5 ? "pass" : "FAIL") }')"
+                    "$(judge "$ratio" "r >= 0.5")"
             done ;;
         bench_meters)
             # "meters modbus: ... host A % of a core (idle host B %), last point read yes" and
@@ -130,8 +133,8 @@ run_benchmark() {
             idle=$(sed -n 's/.*(idle host \([0-9.]*\) %).*/\1/p' <<< "$line")
             row "host polling 200 Modbus points on 4 devices every second: CPU (vs the host without devices)" \
                 "${share:--} %" "${idle:--} %" \
-                "$(awk -v a="$share" -v b="$idle" 'BEGIN { if (a != "" && b > 0) printf "%.2f", a / b; else print "-" }')" "< 2 % of a core" \
-                "$(awk -v r="$share" -v l="$line" 'BEGIN { if (r == "") print "no result"; else print (r < 2 && l ~ /last point read yes/ ? "pass" : "FAIL") }')"
+                "$(ratio_of "$share" "$idle")" "< 2 % of a core" \
+                "$(judge "$share" "r < 2 && l ~ /last point read yes/" "$line")"
             line=$(grep "^meters mqtt: " "$out" | head -n 1)
             rate=$(sed -n 's/.*: host \([0-9.]*\) msg\/s against.*/\1/p' <<< "$line")
             sub=$(sed -n 's/.*mosquitto_sub \([0-9.]*\) msg\/s.*/\1/p' <<< "$line")
@@ -139,7 +142,7 @@ run_benchmark() {
             lost=$(sed -n 's/.*last values lost \([0-9]*\).*/\1/p' <<< "$line")
             row "MQTT 5,000 msg/s into 200 points: taken (vs mosquitto_sub), last values lost ${lost:--}" \
                 "${rate:--} /s" "${sub:--} /s" "${ratio:--}" ">= 0.5, none lost" \
-                "$(awk -v r="$ratio" -v l="$lost" 'BEGIN { if (r == "" || l == "") print "no result"; else print (r >= 0.5 && l == 0 ? "pass" : "FAIL") }')" ;;
+                "$(judge "$ratio" "r >= 0.5 && l == 0" "$lost")" ;;
         bench_report)
             # "report day: open and draw T s (goal under G s), vt-store records B s, ratio R"
             local what line t g b r
