@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     // Both kept from run to run, as the monitor keeps its setup when a changed file is reloaded.
     static std::string bytes;
-    SetupData setup;
+    static SetupData setup;
     SetupFileFromInput(data, size, bytes);
     QuietSetupLoadView view;
     NoHost host;
