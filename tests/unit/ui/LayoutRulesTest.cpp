@@ -7,17 +7,7 @@
 
 namespace {
 
-TEST(MainLayoutTest, StartSizeGivesTheGridAndPanelsUnderIt) {
-    const MainLayout l = InitialMainLayout();
-    EXPECT_EQ(l.Grid, (TwipsRect{0, 0, 7880, 2675}));
-    EXPECT_EQ(l.Panel3D4, (TwipsRect{0, 2675, 1800, 645}));
-    EXPECT_EQ(l.Panel3D2, (TwipsRect{1800, 2675, 4280, 645}));
-    EXPECT_EQ(l.Panel3D1, (TwipsRect{6080, 2675, 1800, 645}));
-    EXPECT_DOUBLE_EQ(l.Column0Units, 5.0);
-    // Five data columns of 96-twip units fill the grid less its heading column and scroll bar.
-    EXPECT_NEAR(l.DataColumnUnits, 14.525, 1e-9);
-}
-
+// The start layout is checked on the window itself (frmMainTest).
 TEST(MainLayoutTest, TooNarrowOrTooLowKeepsThatDimension) {
     const MainLayout start = InitialMainLayout();
     const MainLayout narrow = LayoutMainWindow(start, 3000, 5000);
