@@ -42,8 +42,6 @@ TEST_F(MonitorTest, StageOneThenTheFirstTickRunsStageTwoOnceAndNothingElse) {
     EXPECT_EQ(monitor->State.DataOkFlag, 0);
     EXPECT_EQ(monitor->ExitRequested, 0);
     EXPECT_DOUBLE_EQ(monitor->LastScanTime, MonitorTestStart());
-    EXPECT_EQ(monitor->SetupIniFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
-    EXPECT_EQ(monitor->SetupMtgFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
     // The Log menu hidden and its socket item unchecked, not merely never shown.
     ASSERT_TRUE(view.Visible.count(MenuItem::mnuLog) && view.Checked.count(MenuItem::mnuLWindowsSocket));
     EXPECT_FALSE(view.Visible[MenuItem::mnuLog] || view.Checked[MenuItem::mnuLWindowsSocket]);
