@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <tuple>
-
-#include "ui/LogWindowLayout.h"
 #include "ui/MainLayout.h"
 
 namespace {
@@ -24,16 +21,6 @@ TEST(MainLayoutTest, TooNarrowOrTooLowKeepsThatDimension) {
     EXPECT_EQ(justOver.Panel3D1, (TwipsRect{3881 - 1800, 1001 - 1325, 1800, 645}));
 }
 
-TEST(LogWindowLayoutTest, ListFillsTheWindowDownToTheMinimumSize) {
-    using O = std::optional<int>;
-    const auto expect = [](int width, int innerHeight, O listWidth, O listHeight, O windowWidth, O windowHeight) {
-        const LogWindowLayout l = LayoutLogWindow(width, innerHeight);
-        EXPECT_EQ(std::tuple(l.ListWidth, l.ListHeight, l.WindowWidth, l.WindowHeight),
-                  std::tuple(listWidth, listHeight, windowWidth, windowHeight)) << width << " x " << innerHeight;
-    };
-    expect(6000, 4000, 5760, 3205, {}, {});
-    expect(4800, 3435, 4560, 2640, {}, {});
-    expect(4799, 3434, {}, {}, 4800, 3435);
-}
+// The log window's layout is checked on the window itself (frmLogTest).
 
 } // namespace
