@@ -1,6 +1,6 @@
-// The three energy calculations: scaling and integration of direct rates, the growth of running
-// totals, pulse counters with rollover, the pause rule and the rate limit; single-precision
-// smoothing, host output, grid texts and the faults they log.
+// The three energy calculations at their edges: the growth of running totals, pulse counters with
+// rollover, the pause rule and the rate limit; single-precision smoothing, grid texts and the
+// faults they log. A whole day of ordinary readings is the Day scenario's.
 #include "ScanFixture.h"
 #include "core/InputCalc.h"
 
@@ -26,24 +26,6 @@ protected:
         return value;
     }
 };
-
-TEST_F(InputCalc, DirectScalesTheReadingIntegratesOverTheSpanAndOutputsTheRate) {
-    TagRecord& record = Measured(4, 24);
-    record.UnitsPerPulse = 2;
-    record.HostTagNumber = 30;
-    TagValue& value = Value(4);
-    value.Current = 10;
-    value.Integrated = 7;
-    At(1800);
-    Input_Calc_Direct(Scan(), 4, Now());
-    // 10 raw units × 2 per pulse = 20 per hour, for half an hour: 10 more.
-    EXPECT_FLOAT_EQ(value.Current, 20.0f);
-    EXPECT_NEAR(value.Integrated, 17.0f, 1e-4);
-    EXPECT_FLOAT_EQ(value.Rate, 20.0f);
-    EXPECT_DOUBLE_EQ(value.LastReadTime, Now());
-    EXPECT_EQ(view.Cell(4, 5), "20.00");
-    EXPECT_FLOAT_EQ(Host().Reading(HostTable::Tags, 29), 20.0f);
-}
 
 TEST_F(InputCalc, TotalRateComesFromTheGrowthOfTheMetersReading) {
     Measured(6, 28).HostTagNumber = 31;
@@ -71,23 +53,17 @@ TEST_F(InputCalc, TotalRateComesFromTheGrowthOfTheMetersReading) {
     EXPECT_EQ(view.Cell(6, 5), "(5) 12.33");
     EXPECT_FLOAT_EQ(Host().Reading(HostTable::Tags, 30), rate);
 
-    // A period save clears Integrated: the next growth still counts from the meter's reading.
-    value.Integrated = 0;
-    total(130, 7200);
-    EXPECT_FLOAT_EQ(value.Rate, rate = SmoothSingle(5, rate, 6));
-    EXPECT_FLOAT_EQ(value.Integrated, 130.0f);
-
     // A replaced meter falls: rate and time stay, and it is the new base.
-    total(20, 7230);
+    total(20, 3630);
     EXPECT_FLOAT_EQ(value.Integrated, 20.0f);
     EXPECT_FLOAT_EQ(value.Rate, rate);
-    EXPECT_DOUBLE_EQ(value.LastReadTime, TestStart() + Seconds(7200));
-    total(26, 10800);
+    EXPECT_DOUBLE_EQ(value.LastReadTime, TestStart() + Seconds(3600));
+    total(26, 7200);
     EXPECT_FLOAT_EQ(value.Rate, rate = SmoothSingle(5, rate, 6));
     EXPECT_TRUE(LogLines().empty());
 
     // Growth within the same instant divides by zero.
-    total(30, 10800);
+    total(30, 7200);
     EXPECT_FLOAT_EQ(value.Rate, rate);
     EXPECT_EQ(LogLines(), std::vector<std::string>{"Input_Calc_Total, Error 11/ Division by zero"});
 }

@@ -104,15 +104,18 @@ TEST_F(InputGeneral, MeasuredThenMathsThenDisplayTags) {
     Host().SetReading(HostTable::Tags, 101, 20);
     Host().SetReading(HostTable::Tags, 102, 40);
     // Tag 5 = tag 1 + tag 3 (this scan's values); display tag 6 shows it, 7 the site, 8 center 2.
+    // A maths tag and a display tag count in no total whatever their settings; a log-file tag
+    // does, and keeps the imported values. An off-line tag's cells are emptied.
     TagRecord& maths = Measured(5, ScanTypeMaths);
     for (auto& term : maths.MathsTerms) term.TermTag = 200;
     maths.MathsTerms[0] = {1, 0, 1.0f};
     maths.MathsTerms[1] = {3, 1, 1.0f};
-    LineFields(Display(6, 1, 5), 1, 5, 1);  // line 41
+    TagRecord& shown = Display(6, 1, 5);
+    LineFields(shown, 1, 5, 1);  // line 41
     Display(7, 0, 0);
     Display(8, 0, 2);
-    // A log-file tag keeps the imported values; an off-line tag's cells are emptied.
-    Measured(9, ScanTypeFromLogFile);
+    TagRecord& logged = Measured(9, ScanTypeFromLogFile);
+    for (TagRecord* r : {&maths, &shown, &logged}) r->InTotal = 1, r->CenterNo = 2;
     Value(9).Current = 4;
     Value(9).Integrated = 11;
     view.Cells[{10, 2}] = "old";
@@ -126,10 +129,10 @@ TEST_F(InputGeneral, MeasuredThenMathsThenDisplayTags) {
     EXPECT_FLOAT_EQ(Value(6).Integrated, 50.0f);
     EXPECT_FLOAT_EQ(Value(6).Current, 0.0f);
     EXPECT_FLOAT_EQ(Host().Reading(HostTable::Lines, 40), 50.0f);
-    EXPECT_FLOAT_EQ(Value(7).Integrated, 10.0f + 40.0f);  // tag 2 is not in the total; maths never
-    EXPECT_FLOAT_EQ(Value(8).Integrated, 40.0f);
+    EXPECT_FLOAT_EQ(Value(7).Integrated, 10.0f + 40.0f + 11.0f);  // tag 2 is not in the total
+    EXPECT_FLOAT_EQ(Value(8).Integrated, 40.0f + 11.0f);
     EXPECT_EQ(view.Cell(7, 2), "");
-    EXPECT_EQ(view.Cell(7, 3), "50.00");
+    EXPECT_EQ(view.Cell(7, 3), "61.00");
     EXPECT_EQ(view.Cell(9, 2), "4.00");
     EXPECT_EQ(view.Cell(9, 3), "11.00");
     EXPECT_EQ(view.Cell(10, 2), "");
@@ -143,43 +146,6 @@ TEST_F(InputGeneral, MeasuredThenMathsThenDisplayTags) {
     for (int n = 6; n <= 8; ++n) expected.push_back("Display Data for Tag " + std::to_string(n));
     EXPECT_EQ(view.StatusTexts, expected);
     EXPECT_EQ(view.DoEventsCalls, 2 * static_cast<int>(expected.size()));
-}
-
-// A maths tag is a view of other tags: with a center number and in the site total it still adds
-// nothing to a center display, while a log-file tag of the center counts like any measured tag.
-TEST_F(InputGeneral, CenterDisplaysCountNeitherMathsNorDisplayTags) {
-    for (int n : {1, 2}) {
-        TagRecord& meter = Measured(n, ScanRateTag);
-        meter.PageNo = static_cast<int16_t>(n);
-        meter.InTotal = 1;
-        meter.CenterNo = 3;
-        Host().SetReading(HostTable::Tags, n - 1, 60.0f * n);  // 1 and 2 units a minute
-    }
-    TagRecord& maths = Measured(4, ScanTypeMaths);
-    for (auto& term : maths.MathsTerms) term.TermTag = 200;
-    maths.MathsTerms[0] = {1, 0, 1.0f};
-    maths.MathsTerms[1] = {2, 1, 1.0f};
-    maths.InTotal = 1;
-    maths.CenterNo = 3;
-    TagRecord& logged = Measured(5, ScanTypeFromLogFile);
-    logged.CenterNo = 3;
-    logged.InTotal = 1;
-    Value(5).Integrated = 7;
-    // A display tag in the center and the total, shown before the others, counts for neither.
-    TagRecord& shown = Display(6, 1, 1);
-    shown.InTotal = 1;
-    shown.CenterNo = 3;
-    Display(7, 0, 3);
-    Display(8, 0, 0);
-    At(60);
-
-    Input_General(Scan());
-
-    EXPECT_FLOAT_EQ(Value(4).Integrated, 3.0f);  // the maths tag itself is worked out
-    EXPECT_FLOAT_EQ(Value(6).Integrated, 1.0f);
-    EXPECT_FLOAT_EQ(Value(7).Integrated, 1.0f + 2.0f + 7.0f);
-    EXPECT_FLOAT_EQ(Value(8).Integrated, 1.0f + 2.0f + 7.0f);
-    EXPECT_TRUE(LogLines().empty());
 }
 
 TEST_F(InputGeneral, ScanLogLineHoldsEveryOnlineMeasuredTag) {

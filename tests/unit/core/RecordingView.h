@@ -46,8 +46,8 @@ public:
     std::map<int, RgbColour> RowColours;  // of columns 1..5
     std::map<MenuItem, bool> Visible, Checked;
     std::vector<Message> Messages;
-    int GridRows = -1, DoEventsCalls = 0;
-    bool Closed = false, ProgramEnded = false, ViewLogAvailable = false, WaitOpen = false;
+    int DoEventsCalls = 0;
+    bool Closed = false, ViewLogAvailable = false;
     MessageAnswer AnswerYesNo = MessageAnswer::No;
     // Runs at every DoEvents: what a pending event would do in the middle of a scan.
     std::function<void()> OnDoEvents;
@@ -63,7 +63,7 @@ public:
         CountdownTexts.clear();
     }
 
-    void ShowWait(const std::string& caption) override { WaitOpen = true, Call("ShowWait " + caption); }
+    void ShowWait(const std::string& caption) override { Call("ShowWait " + caption); }
     void SetWaitProgress(const std::string&) override {}
     void DoEvents() override {
         ++DoEventsCalls;
@@ -77,13 +77,13 @@ public:
     void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override {
         Messages.push_back({text, title, icon});
     }
-    void EndProgram() override { ProgramEnded = true; }
+    void EndProgram() override {}
     void StartProgram(const std::string& program, const std::string&) override { Call("StartProgram " + program); }
-    void CloseWait() override { WaitOpen = false, Call("CloseWait"); }
+    void CloseWait() override { Call("CloseWait"); }
     void SetStatusText(const std::string& text) override { SetPanelText(StatusPanel::Panel3D2, text); }
     void ShowWaitMessage(const std::string& text) override { Call("ShowWaitMessage " + text); }
     void SetViewLogAvailable(bool available) override { ViewLogAvailable = available; }
-    void SetupGrid(int rows) override { GridRows = rows, Call("SetupGrid " + std::to_string(rows)); }
+    void SetupGrid(int rows) override { Call("SetupGrid " + std::to_string(rows)); }
     void SetGridRowColour(int row, int from, int to, RgbColour colour) override {
         if (from == 1 && to == 5) RowColours[row] = colour;
     }

@@ -15,7 +15,7 @@ protected:
     HostFixture host;
 };
 
-TEST_P(JobStoreFileTest, IsTheMonthsFileInTheJobDataFolderWithTheSettingsPrefix)
+TEST_P(JobStoreFileTest, IsTheMonthsFileInTheJobDataFolderWithTheSettingsPrefixOrTheDefault)
 {
     REQUIRE_LIBRARIES();
     ASSERT_TRUE(host.Install(GetParam()));
@@ -37,16 +37,10 @@ TEST_P(JobStoreFileTest, IsTheMonthsFileInTheJobDataFolderWithTheSettingsPrefix)
     EXPECT_EQ(files.SettingsFile, setupFolder + "\\VoltarisSetup.ini");
     EXPECT_EQ(files.StoreFile, dataFolder + "\\Voltaris\\Mill-North2702.lum");
     EXPECT_EQ(ReadStoreFilePrefix(files.SettingsFile), "Mill-North");
-    ClockUseReal();
-}
 
-TEST_P(JobStoreFileTest, WithoutAPrefixSettingTheMonitorsDefaultNames)
-{
-    REQUIRE_LIBRARIES();
-    ASSERT_TRUE(host.Install(GetParam()));
-    ASSERT_FALSE(ClockSimulate(MakeDateTime(2026, 11, 1, 0, 0, 30), 1e-9).Failed());
-    const JobFiles files = FindJobFiles(ClockNow());
-    EXPECT_EQ(PathFilePart(files.StoreFile), "Vtrs2611.lum");
+    // Without a prefix setting, the monitor's default name.
+    std::filesystem::remove(LocalPath(files.SettingsFile));
+    EXPECT_EQ(PathFilePart(FindJobFiles(MakeDateTime(2026, 11, 1, 0, 0, 30)).StoreFile), "Vtrs2611.lum");
     ClockUseReal();
 }
 

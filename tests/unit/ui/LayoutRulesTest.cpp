@@ -1,23 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <tuple>
-
-#include "ui/LogWindowLayout.h"
 #include "ui/MainLayout.h"
 
 namespace {
 
-TEST(MainLayoutTest, StartSizeGivesTheGridAndPanelsUnderIt) {
-    const MainLayout l = InitialMainLayout();
-    EXPECT_EQ(l.Grid, (TwipsRect{0, 0, 7880, 2675}));
-    EXPECT_EQ(l.Panel3D4, (TwipsRect{0, 2675, 1800, 645}));
-    EXPECT_EQ(l.Panel3D2, (TwipsRect{1800, 2675, 4280, 645}));
-    EXPECT_EQ(l.Panel3D1, (TwipsRect{6080, 2675, 1800, 645}));
-    EXPECT_DOUBLE_EQ(l.Column0Units, 5.0);
-    // Five data columns of 96-twip units fill the grid less its heading column and scroll bar.
-    EXPECT_NEAR(l.DataColumnUnits, 14.525, 1e-9);
-}
-
+// The start layout is checked on the window itself (frmMainTest).
 TEST(MainLayoutTest, TooNarrowOrTooLowKeepsThatDimension) {
     const MainLayout start = InitialMainLayout();
     const MainLayout narrow = LayoutMainWindow(start, 3000, 5000);
@@ -34,16 +21,6 @@ TEST(MainLayoutTest, TooNarrowOrTooLowKeepsThatDimension) {
     EXPECT_EQ(justOver.Panel3D1, (TwipsRect{3881 - 1800, 1001 - 1325, 1800, 645}));
 }
 
-TEST(LogWindowLayoutTest, ListFillsTheWindowDownToTheMinimumSize) {
-    using O = std::optional<int>;
-    const auto expect = [](int width, int innerHeight, O listWidth, O listHeight, O windowWidth, O windowHeight) {
-        const LogWindowLayout l = LayoutLogWindow(width, innerHeight);
-        EXPECT_EQ(std::tuple(l.ListWidth, l.ListHeight, l.WindowWidth, l.WindowHeight),
-                  std::tuple(listWidth, listHeight, windowWidth, windowHeight)) << width << " x " << innerHeight;
-    };
-    expect(6000, 4000, 5760, 3205, {}, {});
-    expect(4800, 3435, 4560, 2640, {}, {});
-    expect(4799, 3434, {}, {}, 4800, 3435);
-}
+// The log window's layout is checked on the window itself (frmLogTest).
 
 } // namespace
