@@ -42,19 +42,6 @@ struct Param {
 
 }  // namespace
 
-TEST(HostNumbering, LinesSplitAndJoinBothWays) {
-    for (int32_t line = 1; line <= 500; ++line) {
-        LineSplit s = SplitLineV4(line);
-        EXPECT_EQ(ParseIOReference(LineReferenceV4(line)).Number, line);
-        EXPECT_EQ((s.Recorder - 1) * 100 + (s.Page - 1) * 10 + s.LineOnPage, line);
-    }
-    for (int32_t line = 1; line <= 1000; ++line) EXPECT_EQ(ParseIOReference(LineReferenceV5(line)).Number, line);
-    EXPECT_EQ(LineReferenceV4(124), "[R2P3L4]");
-    EXPECT_EQ(LineReferenceV4(500), "[R5P10L10]");
-    EXPECT_EQ(LineReferenceV5(124), "[P13L4]");
-    EXPECT_EQ(LineReferenceV5(1000), "[P100L10]");
-}
-
 TEST(HostNumbering, MalformedReferencesSelectNothing) {
     struct Case {
         const char* text;
@@ -73,7 +60,16 @@ TEST(HostNumbering, MalformedReferencesSelectNothing) {
     }
 }
 
-TEST(HostNumbering, RecorderLineNumbersSelectWhatTheirTextSelects) {
+TEST(HostNumbering, LineNumbersReferencesAndSplitsAgree) {
+    for (int32_t line = 1; line <= 1000; ++line) {
+        EXPECT_EQ(ParseIOReference(LineReferenceV5(line)).Number, line);
+        if (line > 500) continue;
+        LineSplit s = SplitLineV4(line);
+        EXPECT_EQ(ParseIOReference(LineReferenceV4(line)).Number, line);
+        EXPECT_EQ((s.Recorder - 1) * 100 + (s.Page - 1) * 10 + s.LineOnPage, line);
+    }
+    EXPECT_EQ(LineReferenceV4(124), "[R2P3L4]");
+    EXPECT_EQ(LineReferenceV5(1000), "[P100L10]");
     // Whole numbers take a path of their own; a number past a Long (21474837 recorders) selects nothing.
     for (int recorder : {-1, 0, 1, 2, 9, 32767, 21474837, 21474838, INT32_MAX})
         for (int page : {-3, 0, 1, 3, 10, 12, INT32_MAX})
@@ -153,41 +149,17 @@ TEST(TelvaneIO, NoHostHasNoRangeAndNeverCrashes) {
     EXPECT_EQ(io.MaxTagEnabled(), 0);
 }
 
-TEST_F(V4Host, ValuesByPointKindReachTheSharedState) {
+// Tag and line values read and written through a running host are in tests/e2e/host.
+TEST_F(V4Host, LineWritesArePokesWithoutSaveAndNothingWithoutALabel) {
     RecordingDdeLabel dde;
     host->DdeLabel(&dde);
-    EXPECT_EQ(io().DdeLabel(), &dde);
-    s.SetReading(HostTable::Tags, 11, 123.5f);
-    io().Index(12);
-    EXPECT_FLOAT_EQ(io().Value(), 123.5f);
-    io().Value(7.0f);
-    EXPECT_FLOAT_EQ(s.Reading(HostTable::Tags, 11), 7.0f);
-    io().Index(2005);
-    io().Value(1.0f);
-    EXPECT_FLOAT_EQ(s.Reading(HostTable::OutputTags, 4), 1.0f);
-
     s.SetReading(HostTable::Lines, 123, 55.5f);
-    EXPECT_FLOAT_EQ(io().GetValueByIORef("[R2P3L4]"), 55.5f);
     io().SetValueByIORef("[R2P3L4]", 9.5f);
-    EXPECT_EQ(dde.Calls, std::vector<std::string>{"poke Recorder 2|SetData 3,4 9.5"}) << "a V4 line goes over DDE, no Save";
-    EXPECT_FLOAT_EQ(s.Reading(HostTable::Lines, 123), 55.5f);
+    EXPECT_EQ(dde.Calls, std::vector<std::string>{"poke Recorder 2|SetData 3,4 9.5"});
+    EXPECT_FLOAT_EQ(s.Reading(HostTable::Lines, 123), 55.5f) << "not written to the library";
     host->DdeLabel(nullptr);
-    io().Value(1.0f);  // no label: nothing happens
+    io().Value(1.0f);
     EXPECT_EQ(dde.Calls.size(), 1u);
-}
-
-TEST_F(V5Host, ValuesGoThroughTheLibraries) {
-    s.SetReading(HostTable::Tags, 2000, 17.25f);
-    io().Index(2001);
-    EXPECT_FLOAT_EQ(io().Value(), 17.25f);
-    io().Index(4000);
-    io().Value(3.5f);
-    EXPECT_FLOAT_EQ(s.Reading(HostTable::Tags, 3999), 3.5f);
-    io().Index(-1000);
-    s.SetReading(HostTable::Lines, 999, 8.0f);
-    EXPECT_FLOAT_EQ(io().Value(), 8.0f);
-    io().Value(12.0f);
-    EXPECT_FLOAT_EQ(s.Reading(HostTable::Lines, 999), 12.0f);
 }
 
 TEST_F(V4Host, InsertStackIsOneShot) {
@@ -237,7 +209,8 @@ TEST_F(V4Host, StatusNameLengthsAndTheLastEnabledTag) {
     EXPECT_EQ(io().Index(), 1024) << "the cursor is left on the last tag";
 }
 
-TEST_F(V5Host, SetupParametersRoundTripThroughTheLibraries) {
+// V5 lines and V4 points round trip through a running host in tests/e2e/host.
+TEST_F(V5Host, TagSetupParametersRoundTripThroughTheLibraries) {
     const Param tagParams[] = {{&TelvaneIO::Calibration, &TelvaneIO::Calibration, 1.25f},
                                {&TelvaneIO::Alarm1SetPoint, &TelvaneIO::Alarm1SetPoint, 90.0f},
                                {&TelvaneIO::Alarm2SetPoint, &TelvaneIO::Alarm2SetPoint, 10.0f},
@@ -253,14 +226,6 @@ TEST_F(V5Host, SetupParametersRoundTripThroughTheLibraries) {
     for (const Param& p : tagParams) EXPECT_FLOAT_EQ((io().*p.get)(), p.value);
     io().AlarmEnabled(false);
     EXPECT_FALSE(io().AlarmEnabled());
-
-    io().Index(-7);  // V5 line
-    io().AlarmEnabled(true);
-    io().Alarm1Delay(3.0f);
-    io().Alarm2Delay(4.0f);
-    EXPECT_TRUE(io().AlarmEnabled());
-    EXPECT_FLOAT_EQ(io().Alarm1Delay(), 3.0f);
-    EXPECT_FLOAT_EQ(io().Alarm2Delay(), 4.0f);
 }
 
 TEST_F(V4Host, SetupWritesArePokesFollowedBySave) {

@@ -283,18 +283,3 @@ TEST_F(V5Host, MissingLibrariesAndCallsAreErrorsNotCrashes) {
     s.SetJobText(HostJobText::JobDir, std::string(259, 'j'));
     EXPECT_EQ(libs.GetJobDir().Value, std::string(249, 'j'));
 }
-
-TEST(HostLibraries, ACorruptStateFileIsReplacedWhenTheLibraryMapsIt) {
-    REQUIRE_LIBRARIES();
-    HostFixture f;
-    std::filesystem::create_directories(LocalPath("C:\\Telvane"));
-    HostFixture::WriteFile(LocalPath("C:\\Telvane") / HostStateFileName, std::string(1000, '\xff'));
-    for (const std::string& name : HostFixture::AllLibraries)
-        std::filesystem::copy_file(HostFixture::BinDir() / name, LocalPath("C:\\Telvane") / name);
-    HostLibraries libs;
-    ASSERT_TRUE(libs.Load(HostLibrary::Points, "C:\\Telvane\\hostpts32.dll"));
-    EXPECT_EQ(libs.GetTagReading(0).Value, 0.0f);
-    EXPECT_EQ(libs.SetTagReading(0, 2.0f).Value, 1);
-    EXPECT_EQ(libs.GetTagReading(0).Value, 2.0f);
-    EXPECT_EQ(std::filesystem::file_size(LocalPath("C:\\Telvane") / HostStateFileName), sizeof(HostStateData));
-}
