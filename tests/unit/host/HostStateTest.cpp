@@ -81,32 +81,25 @@ TEST_F(HostStateTest, LogKeepsTheLastMessagesInOrder) {
 
 TEST(HostState, BadFilesAreReplacedNotTrusted) {
     HostFixture f;
-    // Too short, the right size with garbage, and another layout version.
-    HostFixture::WriteFile(StateFile(f), "garbage");
-    {
+    const std::string dir = f.ProgramDir().string();
+    // Too short, and the right size with garbage.
+    for (const std::string& bad : {std::string("garbage"), std::string(sizeof(HostStateData), '\x7f')}) {
+        HostFixture::WriteFile(StateFile(f), bad);
         HostState s;
-        ASSERT_TRUE(s.Open(f.ProgramDir().string()));
-        EXPECT_EQ(s.Reading(HostTable::Tags, 0), 0.0f);
-        s.SetReading(HostTable::Tags, 0, 3.0f);
-    }
-    EXPECT_EQ(std::filesystem::file_size(StateFile(f)), sizeof(HostStateData));
-
-    HostFixture::WriteFile(StateFile(f), std::string(sizeof(HostStateData), '\x7f'));
-    {
-        HostState s;
-        ASSERT_TRUE(s.Open(f.ProgramDir().string()));
+        ASSERT_TRUE(s.Open(dir));
         EXPECT_EQ(s.Reading(HostTable::Tags, 0), 0.0f);
         EXPECT_EQ(s.Name(HostTable::Tags, 0), "");
         s.SetReading(HostTable::Tags, 0, 4.0f);
     }
+    EXPECT_EQ(std::filesystem::file_size(StateFile(f)), sizeof(HostStateData));
     {
         HostState s;
-        ASSERT_TRUE(s.Open(f.ProgramDir().string()));
+        ASSERT_TRUE(s.Open(dir));
         EXPECT_EQ(s.Reading(HostTable::Tags, 0), 4.0f) << "a valid file is kept";
         s.Data()->LayoutVersion = HostStateLayoutVersion + 1;
     }
     HostState s;
-    ASSERT_TRUE(s.Open(f.ProgramDir().string()));
+    ASSERT_TRUE(s.Open(dir));
     EXPECT_EQ(s.Reading(HostTable::Tags, 0), 0.0f);
     EXPECT_EQ(s.Data()->LayoutVersion, HostStateLayoutVersion);
 }
