@@ -60,12 +60,10 @@ TEST(HostNumbering, MalformedReferencesSelectNothing) {
     }
 }
 
+// Round trips of every reference and the cursor's ranges under any text are the fuzz_ioref target's.
 TEST(HostNumbering, LineNumbersReferencesAndSplitsAgree) {
-    for (int32_t line = 1; line <= 1000; ++line) {
-        EXPECT_EQ(ParseIOReference(LineReferenceV5(line)).Number, line);
-        if (line > 500) continue;
+    for (int32_t line = 1; line <= 500; ++line) {
         LineSplit s = SplitLineV4(line);
-        EXPECT_EQ(ParseIOReference(LineReferenceV4(line)).Number, line);
         EXPECT_EQ((s.Recorder - 1) * 100 + (s.Page - 1) * 10 + s.LineOnPage, line);
     }
     EXPECT_EQ(LineReferenceV4(124), "[R2P3L4]");
@@ -119,20 +117,6 @@ TEST_F(V5Host, RangesAndNumbering) {
     EXPECT_EQ(io.IndexRecLine(), 101);
     io.Index(5001);
     EXPECT_EQ(io.Index(), 0);
-}
-
-TEST(TelvaneIO, NoHostHasNoRangeAndNeverCrashes) {
-    HostFixture f;
-    Telvane t;
-    TelvaneIO& io = t.IO;
-    EXPECT_EQ(io.IndexMaxInputTag(), 0);
-    for (const char* ref : {"[T1]", "R2P0L4", "[R1P1L1]", "P1L1", "garbage"}) {
-        io.IndexReference(ref);
-        EXPECT_EQ(io.Index(), 0) << ref;
-        io.Value(5.0f);
-        EXPECT_EQ(io.Value(), 0.0f);
-        EXPECT_EQ(io.Name(), "");
-    }
 }
 
 // Tag and line values read and written through a running host are in tests/e2e/host.

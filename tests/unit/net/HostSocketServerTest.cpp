@@ -169,32 +169,6 @@ TEST_F(HostSocketServerTest, ServesReadsAndSetsOnOneConnectionAndTracesEachStep)
                                   "Connection " + label + " closed: 127.0.0.1"}));
 }
 
-TEST_F(HostSocketServerTest, ManyClientsAtOnceAndAClosedConnectionsElementIsReused) {
-    Start();
-    std::vector<std::unique_ptr<Client>> clients;
-    for (int n = 1; n <= 50; ++n) {
-        tags.values[static_cast<size_t>(n)].Rate = static_cast<float>(n) + 0.25f;
-        clients.push_back(std::make_unique<Client>(port));
-    }
-    ASSERT_TRUE(Connections(50));
-    for (size_t i = 0; i < clients.size(); ++i) clients[i]->Send("[M" + std::to_string(i + 1) + "];Rate");
-    for (size_t i = 0; i < clients.size(); ++i) {
-        const std::string want = "[M" + std::to_string(i + 1) + "];Rate;" + std::to_string(i + 1) + ".25";
-        EXPECT_EQ(clients[i]->Receive(want.size()), want) << "client " << i;
-    }
-    // Element 1 freed: the next client takes it, and no live connection loses its own.
-    clients[0].reset();
-    ASSERT_TRUE(Connections(49));
-    EXPECT_EQ(server->ConnectionElements().front(), 2);
-    clients[0] = std::make_unique<Client>(port);
-    ASSERT_TRUE(Connections(50));
-    EXPECT_EQ(server->ConnectionElements().front(), 1);
-    EXPECT_EQ(server->ConnectionElements().back(), 50);
-    EXPECT_EQ(clients[49]->Ask("[M3];Input", 16), "[M3];Input;99.00");
-    clients.clear();
-    EXPECT_TRUE(Connections(0));
-}
-
 TEST_F(HostSocketServerTest, ClientsThatLeaveEarlyOrSendTooMuchLeaveTheOthersServed) {
     trace.on = false;
     Start(SocketLimits{.MaxRequestBytes = 64});
@@ -254,7 +228,8 @@ TEST_F(HostSocketServerTest, OneAddressHoldsItsShareAndTheFullServerMakesRoom) {
     Client later(port, 6);
     EXPECT_TRUE(steady.WaitClosedByServer());
     for (Client* c : {crowd[1].get(), crowd[3].get(), &newcomer, &late, &later}) EXPECT_TRUE(c->Open());
-    EXPECT_EQ(server->ConnectionElements().size(), 5u);
+    // Each closed connection's element was taken again.
+    EXPECT_EQ(server->ConnectionElements(), (std::vector<int>{1, 2, 3, 4, 5}));
 }
 
 TEST_F(HostSocketServerTest, SilentConnectionIsClosedAfterTheIdleTimeNotBefore) {
