@@ -251,10 +251,7 @@ TEST_F(HostSocketServerTest, SilentConnectionIsClosedAfterTheIdleTimeNotBefore) 
     const auto closedAt = elapsedMs();
     EXPECT_GE(closedAt, 1500);
     EXPECT_LT(closedAt, 2500);
-    EXPECT_TRUE(talking.Open());
     EXPECT_EQ(talking.Ask("[M3];Rate", 14), "[M3];Rate;5.00");
-    EXPECT_TRUE(HasTrace("Connection " + trace.lines[1].substr(22, trace.lines[1].size() - 22 - 15) +
-                         " closed: 127.0.0.1"));
 
     // The settings give whole seconds.
     WriteSettings(port = FreePort(), "IdleSeconds=1\r\n");
