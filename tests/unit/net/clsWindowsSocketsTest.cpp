@@ -8,11 +8,14 @@
 
 namespace {
 
-TEST(clsWindowsSocketsTest, PortBelowOneGives1007WrittenBackOthersAreReadRoundedAndLeft) {
+class clsWindowsSocketsTest : public ::testing::Test {
+protected:
+    clsWindowsSocketsTest() { std::filesystem::create_directories(folder); }
     TempPrefix prefix;
-    const auto folder = prefix.Root() / "Job1" / "Setup";
-    std::filesystem::create_directories(folder);
-    const auto file = folder / "WinSockets.ini";
+    const std::filesystem::path folder = prefix.Root() / "Job1" / "Setup", file = folder / "WinSockets.ini";
+};
+
+TEST_F(clsWindowsSocketsTest, PortBelowOneGives1007WrittenBackOthersAreReadRoundedAndLeft) {
     clsWindowsSockets noFile(folder.string());
     EXPECT_EQ(noFile.FileName(), folder.string() + "\\WinSockets.ini");
     EXPECT_EQ(noFile.VoltarisMonitorPortNo().Value, 1007);
@@ -48,11 +51,7 @@ TEST(clsWindowsSocketsTest, PortBelowOneGives1007WrittenBackOthersAreReadRounded
     EXPECT_EQ(TempPrefix::Read(file), ini);
 }
 
-TEST(clsWindowsSocketsTest, LimitKeysAreRoundedNumbersOrNoneAndNeverWritten) {
-    TempPrefix prefix;
-    const auto folder = prefix.Root() / "Job1" / "Setup";
-    std::filesystem::create_directories(folder);
-    const auto file = folder / "WinSockets.ini";
+TEST_F(clsWindowsSocketsTest, LimitKeysAreRoundedNumbersOrNoneAndNeverWritten) {
     // nullopt: the key is missing.
     const std::vector<std::pair<std::optional<std::string>, std::optional<int32_t>>> cases{
         {std::nullopt, std::nullopt}, {"", std::nullopt}, {"abc", std::nullopt}, {"0", std::nullopt},

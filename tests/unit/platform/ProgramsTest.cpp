@@ -129,21 +129,14 @@ TEST_F(ProgramsTest, ShellOpenStartsProgramsAndGivesDocumentsToTheViewer) {
     EXPECT_FALSE(fs::exists(output));
 }
 
-TEST_F(ProgramsTest, ProgramFolderNameAndCommandLine) {
+// The command line's switches are read in tests/unit/core (MonitorFixture sets them).
+TEST_F(ProgramsTest, ProgramFolderFromTheEnvironmentElseBesideTheProgram) {
     ::setenv("VOLTARIS_PROGRAM_DIR", (programDir.string() + "//").c_str(), 1);
     EXPECT_EQ(ProgramFolder(), programDir.string());
     ::unsetenv("VOLTARIS_PROGRAM_DIR");
     fs::path self = fs::read_symlink("/proc/self/exe");
-    EXPECT_EQ(ProgramFilePath(), self.string());
     EXPECT_EQ(ProgramFolder(), self.parent_path().string());
     EXPECT_EQ(ProgramName(), self.stem().string());
-
-    char program[] = "voltamon", debug[] = "/d", csv[] = "/CSV";
-    char* argv[] = {program, debug, csv, nullptr};
-    SetCommandLine(3, argv);
-    EXPECT_EQ(CommandLine(), "/d /CSV");
-    SetCommandLine(1, argv);
-    EXPECT_EQ(CommandLine(), "");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // The window registry seen from several processes: owners that end or die, reused pids,
-// a class registered twice, and messages posted by several processes at once.
+// a class registered twice, and messages posted by several processes at once. A host's windows
+// seen from the monitor, and gone once the host is killed and reaped, are in tests/e2e/host.
 #include "platform/WindowRegistry.h"
 
 #include <gtest/gtest.h>
@@ -50,36 +51,26 @@ protected:
     TempPrefix prefix;
 };
 
-TEST_F(WindowRegistryTest, WindowIsSeenFromAnotherProcessWhateverTheCase) {
+TEST_F(WindowRegistryTest, WindowIsFoundWhateverTheCaseAndRegisteringAgainUpdatesIt) {
     ASSERT_TRUE(RegisterWindow("Tray32WndClass", "Host tray 100% \"up\"\nsecond line", true));
     std::optional<WindowInfo> found = FindWindowByClass("TRAY32WNDCLASS");
     ASSERT_TRUE(found);
     EXPECT_EQ(found->ClassName, "Tray32WndClass");
     EXPECT_EQ(found->Title, "Host tray 100% \"up\"\nsecond line");
-    EXPECT_EQ(found->OwnerPid, Self());
     EXPECT_FALSE(FindWindowByClass("Tray32WndClas"));
-    EXPECT_FALSE(FindWindowByClass(""));
-
-    auto childSees = [](bool visible) {
-        return InChild([visible] {
-            if (OwnerOf("tray32wndclass") != static_cast<long>(::getppid())) return 1;
-            return IsWindowVisible("Tray32WndClass") == visible ? 0 : 2;
-        });
-    };
-    EXPECT_EQ(childSees(true), 0);
+    // Hidden here, and so seen by another process.
     ASSERT_TRUE(SetWindowVisible("tray32WNDclass", false));
-    EXPECT_EQ(childSees(false), 0);
+    EXPECT_EQ(InChild([] {
+                  return OwnerOf("tray32wndclass") == static_cast<long>(::getppid()) && !IsWindowVisible("Tray32WndClass") ? 0 : 1;
+              }),
+              0);
     EXPECT_FALSE(SetWindowVisible("NotMine", true));
 
-    // Registering again updates the same window instead of adding a second one.
     ASSERT_TRUE(RegisterWindow("TRAY32WNDCLASS", "renamed", true));
     ASSERT_EQ(OpenWindows().size(), 1u);
     EXPECT_EQ(OpenWindows()[0].Title, "renamed");
     EXPECT_TRUE(IsWindowVisible("Tray32WndClass"));
-
     UnregisterWindow("tray32wndclass");
-    EXPECT_FALSE(FindWindowByClass("Tray32WndClass"));
-    EXPECT_FALSE(IsWindowVisible("Tray32WndClass"));
     ExpectNothingLeft();
 }
 
@@ -93,16 +84,12 @@ TEST_F(WindowRegistryTest, KilledOwnerIsNeverReportedAndItsFilesAreCleanedUp) {
     });
     ASSERT_TRUE(ready.Await());
     EXPECT_EQ(OwnerOf("LoaderWClass"), static_cast<long>(child));
-    EXPECT_TRUE(PostRegisteredMessage("LoaderWClass", "APPCLOSE"));
-
     ::kill(child, SIGKILL);
     // Not reaped yet: a zombie is no owner either.
     for (int i = 0; i < 200 && FindWindowByClass("LoaderWClass"); ++i) ::usleep(10000);
     EXPECT_FALSE(FindWindowByClass("LoaderWClass"));
-    EXPECT_EQ(Reap(child), 128 + SIGKILL);
-    EXPECT_FALSE(FindWindowByClass("LoaderWClass"));
-    EXPECT_FALSE(IsWindowVisible("LoaderWClass"));
     EXPECT_FALSE(PostRegisteredMessage("LoaderWClass", "APPCLOSE"));
+    EXPECT_EQ(Reap(child), 128 + SIGKILL);
     ExpectNothingLeft();
 }
 
@@ -122,45 +109,24 @@ TEST_F(WindowRegistryTest, EntryOfAnEarlierProcessWithTheSamePidIsNotTheOwner) {
 }
 
 TEST_F(WindowRegistryTest, ClassRegisteredTwiceGoesToTheEarliestAndThenToTheOther) {
-    ASSERT_TRUE(RegisterWindow("TelvaneV5", "first", true));
     Signal ready, release;
     pid_t child = Spawn([&] {
-        if (!RegisterWindow("telvanev5", "second", false)) return 1;
+        if (!RegisterWindow("TelvaneV5", "first", false)) return 1;
         ready.Raise();
         release.Await(30000);
-        return OwnerOf("TelvaneV5") == static_cast<long>(::getppid()) ? 0 : 2;  // the same answer there
+        return 0;  // ends without unregistering
     });
     ASSERT_TRUE(ready.Await());
-    for (int i = 0; i < 5; ++i) {
-        std::optional<WindowInfo> w = FindWindowByClass("TELVANEV5");
-        ASSERT_TRUE(w);
-        EXPECT_EQ(w->OwnerPid, Self());
-        EXPECT_EQ(w->Title, "first");
-    }
+    ASSERT_TRUE(RegisterWindow("telvanev5", "late", true));
+    EXPECT_EQ(OwnerOf("TELVANEV5"), static_cast<long>(child));
+    EXPECT_FALSE(IsWindowVisible("TelvaneV5"));
     std::vector<WindowInfo> open = OpenWindows();
     ASSERT_EQ(open.size(), 2u);
-    EXPECT_EQ(open[0].OwnerPid, Self());
-    EXPECT_EQ(open[1].OwnerPid, static_cast<long>(child));
+    EXPECT_EQ(open[1].OwnerPid, Self());
     release.Raise();
     EXPECT_EQ(Reap(child), 0);
-    // The child ended without unregistering; its entry does not hide behind ours.
-    UnregisterWindow("TelvaneV5");
-    EXPECT_FALSE(FindWindowByClass("TelvaneV5"));
-
-    Signal ready2, release2;
-    child = Spawn([&] {
-        if (!RegisterWindow("TelvaneV5", "second", false)) return 1;
-        ready2.Raise();
-        release2.Await(30000);
-        return 0;
-    });
-    ASSERT_TRUE(ready2.Await());
-    ASSERT_TRUE(RegisterWindow("TelvaneV5", "late", true));
-    EXPECT_EQ(OwnerOf("TelvaneV5"), static_cast<long>(child));
-    EXPECT_FALSE(IsWindowVisible("TelvaneV5"));
-    release2.Raise();
-    EXPECT_EQ(Reap(child), 0);
     EXPECT_EQ(OwnerOf("TelvaneV5"), Self());
+    EXPECT_EQ(FindWindowByClass("TelvaneV5")->Title, "late");
 }
 
 TEST_F(WindowRegistryTest, NormalExitUnregistersOnlyTheExitingProcessWindows) {
@@ -184,18 +150,16 @@ TEST_F(WindowRegistryTest, NormalExitUnregistersOnlyTheExitingProcessWindows) {
 TEST_F(WindowRegistryTest, MessagesArriveOnceInPostingOrder) {
     EXPECT_FALSE(PostRegisteredMessage("Tray32WndClass", "APPCLOSE"));
     ASSERT_TRUE(RegisterWindow("Tray32WndClass", "tray", false));
-    EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
     EXPECT_FALSE(PostRegisteredMessage("Tray32WndClass", ""));
     for (const char* message : {"APPCLOSE", "APPCLOSE", "APPRELOAD"})
         EXPECT_TRUE(PostRegisteredMessage("tray32wndclass", message));
+    EXPECT_TRUE(TakeWindowMessages("SomeoneElse").empty());  // only the owner takes its messages
     EXPECT_EQ(TakeWindowMessages("TRAY32WNDCLASS"), (std::vector<std::string>{"APPCLOSE", "APPCLOSE", "APPRELOAD"}));
     EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
-    EXPECT_TRUE(TakeWindowMessages("SomeoneElse").empty());  // only the owner takes its messages
 
     // Unregistering drops what was pending; a new registration starts empty.
     EXPECT_TRUE(PostRegisteredMessage("Tray32WndClass", "STALE"));
     UnregisterWindow("Tray32WndClass");
-    EXPECT_FALSE(PostRegisteredMessage("Tray32WndClass", "APPCLOSE"));
     ASSERT_TRUE(RegisterWindow("Tray32WndClass", "tray", false));
     EXPECT_TRUE(TakeWindowMessages("Tray32WndClass").empty());
 }
