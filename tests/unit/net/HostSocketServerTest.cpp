@@ -190,6 +190,35 @@ TEST_F(HostSocketServerTest, ClientsThatLeaveEarlyOrSendTooMuchLeaveTheOthersSer
     EXPECT_TRUE(trace.lines.empty());
 }
 
+TEST_F(HostSocketServerTest, HundredSilentHalfRequestsNeverKeepNewClientsOut) {
+    Start();
+    Client steady(port);
+    EXPECT_EQ(steady.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
+    // Each sends half a request and then nothing: 50 from one address, the rest from another.
+    std::vector<std::unique_ptr<Client>> silent;
+    for (int n = 0; n < 100; ++n) {
+        silent.push_back(std::make_unique<Client>(port, n < 50 ? 2 : 3));
+        ASSERT_TRUE(silent.back()->Connected());
+        silent.back()->Send("[M2");
+        QCoreApplication::processEvents();  // the listen queue is shorter than 100
+    }
+    ASSERT_TRUE(PumpUntil([&] { return trace.lines.size() >= 2 + 2 + 100 * 2; }));
+    ASSERT_TRUE(Connections(100));
+
+    // New clients, from an address already there or not, and the old one are all served; each new
+    // one takes the place of a fragment sender.
+    for (int from : {1, 2, 3, 4, 1, 4}) {
+        Client fresh(port, from);
+        EXPECT_EQ(fresh.Ask("[M3];Value", 18), "[M3];Value;1234.57") << from;
+        EXPECT_EQ(steady.Ask("[M3];Rate", 15), "[M3];Rate;12.25") << from;
+    }
+    EXPECT_TRUE(steady.Open());
+    int closed = 0;
+    for (auto& c : silent) closed += c->Open() ? 0 : 1;
+    EXPECT_GE(closed, 1);
+    EXPECT_LE(closed, 7);
+}
+
 TEST_F(HostSocketServerTest, OneAddressHoldsItsShareAndTheFullServerMakesRoom) {
     WriteSettings(port = FreePort(), "MaxConnectionsPerAddress=3\r\n");
     server = std::make_unique<HostSocketServer>(tags, trace, SocketLimits{.MaxConnections = 5});
