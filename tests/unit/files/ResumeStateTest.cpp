@@ -58,7 +58,7 @@ TEST_F(ResumeStateTest, EveryValueComesBackExactly)
     // Through the file beside the store files, replaced whole each time.
     const std::string store = "C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2611.lum";
     EXPECT_EQ(ResumeFilePath(store), "C:\\Telvane\\Job1\\Data\\Voltaris\\voltamon.resume");
-    fs::create_directories(root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data" / "Voltaris");
+    fs::create_directories(drive / "Telvane" / "Job1" / "Data" / "Voltaris");
     EXPECT_EQ(ReadResumeState(ResumeFilePath(store)).Error.Number, ErrFileNotFound);
     ResumeState first = Sample();
     first.Tags.resize(1);
@@ -93,7 +93,7 @@ TEST_F(ResumeStateTest, AnythingButAWholeStateIsRefused)
 
     // Too long to be one: refused without reading it.
     const std::string store = "C:\\Data\\Vtrs2611.lum";
-    fs::create_directories(root / "prefix" / "drives" / "c" / "Data");
-    WriteBytes(root / "prefix" / "drives" / "c" / "Data" / "voltamon.resume", std::string((1 << 20) + 1, ';'));
+    fs::create_directories(drive / "Data");
+    WriteBytes(drive / "Data" / "voltamon.resume", std::string((1 << 20) + 1, ';'));
     EXPECT_EQ(ReadResumeState(ResumeFilePath(store)).Error.Number, ErrBadRecordLength);
 }

@@ -82,13 +82,6 @@ TEST_F(HelperClassesTest, WinIniReadsTheSystemProfile) {
     EXPECT_EQ(At("", "", "name1").GetWinIni(), "");
 }
 
-TEST_F(HelperClassesTest, TrimNull) {
-    using namespace std::string_literals;
-    for (auto [in, out] : {std::pair{"abc\0def"s, "abc"}, {"  a b  \0  "s, "a b"}, {"\tx \0"s, "\tx"}, {"abc"s, ""},
-                           {"\0abc"s, ""}, {"   \0"s, ""}})
-        EXPECT_EQ(clsAPI().TrimNull(in), out) << in;
-}
-
 TEST_F(HelperClassesTest, ShellExecuteStartsAProgramWithItsParameters) {
     const fs::path marker = root / "started.txt";
     const fs::path script = root / "program" / "report.sh";

@@ -76,16 +76,6 @@ TEST_F(LogTest, MainLogAtLimitAppendsAndOneByteOverRotatesEveryGeneration) {
     for (int n = 2; n <= 5; ++n) EXPECT_FALSE(fs::exists(generation(n))) << n;
 }
 
-TEST_F(LogTest, CsvRuleKeepsFiveGenerationsAtItsOwnLimit) {
-    const std::string file = (prefix.ProgramDir() / "vtcsvlog.log").string();
-    TempPrefix::Write(file, std::string(600001, 'c'));
-    for (int i = 1; i <= 4; ++i) TempPrefix::Write(GenerationName(file, i, GenerationNaming::AtNumber), std::to_string(i));
-    ASSERT_FALSE(RotatingAppend(file, "line", CsvLogRotation).Failed());
-    EXPECT_EQ(TempPrefix::Read(file), "line\r\n");
-    EXPECT_EQ(TempPrefix::Read(GenerationName(file, 5, GenerationNaming::AtNumber)), "4");
-    EXPECT_EQ(TempPrefix::Read(GenerationName(file, 2, GenerationNaming::AtNumber)), "1");
-}
-
 TEST_F(LogTest, ClsLogErrorFileIsLowerCaseAndRotatesToEr1) {
     clsLog log;
     // Lower case even where the program folder is not: found through the case-blind lookup.

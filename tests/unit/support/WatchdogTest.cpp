@@ -93,12 +93,6 @@ TEST_F(WatchdogTest, CountsSecondBoundariesNotElapsedTime) {
     EXPECT_EQ(writes.size(), 1u);
 }
 
-TEST_F(WatchdogTest, ZeroSecondsTogglesAtEveryUpdate) {
-    watchdog->OutputTag(4048);
-    for (int second = 0; second < 4; ++second) UpdateAt(second);
-    EXPECT_EQ(writes, (std::vector<Write>{{2047, 1, 0, 0}, {2047, 0, 0, 0}, {2047, 1, 0, 0}, {2047, 0, 0, 0}}));
-}
-
 TEST_F(WatchdogTest, OffNeverWritesNorMovesTheLabel) {
     watchdog->ToggleSecs(0);
     for (int second = 0; second < 5; ++second) UpdateAt(second);
