@@ -101,17 +101,6 @@ protected:
     HookView view;
 };
 
-TEST_F(CsvImportTest, FirstScanOnlyMakesTheFolder)
-{
-    fs::remove_all(Import());
-    Scan();
-    EXPECT_TRUE(fs::is_directory(Import()));
-    EXPECT_TRUE(fs::is_empty(Import()));
-    EXPECT_TRUE(view.status.empty());
-    EXPECT_EQ(view.doEvents, 0);
-    EXPECT_FALSE(fs::exists(StorePath("vtrs2403.lum")));
-}
-
 TEST_F(CsvImportTest, CountsLinesAndErrorsAndStoresTheValidOne)
 {
     Csv("site.csv", "2024,3,5,21,12,153.25\r\n2024,3,5,0,12,1\r\n2024,3,5,21,179,1\r\n");
@@ -138,6 +127,8 @@ TEST_F(CsvImportTest, CountsLinesAndErrorsAndStoresTheValidOne)
     EXPECT_EQ(view.status.front(), "Checking CSV Files\r\nc:\\telvane\\job1\\data\\voltaris\\vtrs2403.lum");
     EXPECT_EQ(view.status.back(), "Processing CSV File site.csv\r\n(3)");
     EXPECT_GE(view.doEvents, 2);
+    // A line of another month goes to that month's file, a two-digit year in this century or the last.
+    EXPECT_EQ(CsvTargetStorePath("C:\\Site.Data\\Voltaris\\Vtrs2403.lum", 1999, 12), "c:\\site.data\\voltaris\\vtrs9912.lum");
 }
 
 // Window events run now and then during a long file; whatever they do to the store file (another
@@ -185,29 +176,6 @@ TEST_F(CsvImportTest, WindowEventsFindTheStoreFileClosedAndTheirChangesKept)
     EXPECT_EQ(GetF32(b, SlotAt(1, 1, 2)), 99.0F);
     EXPECT_EQ(GetF32(b, SlotAt(1, 1, 3)), 4800.0F);
     EXPECT_EQ(GetF32(b, SlotAt(1, 1, 9)), 1.0F);
-}
-
-TEST_F(CsvImportTest, PreviousMonthGoesIntoItsOwnFileMadeFirst)
-{
-    Csv("a.csv", "2024,2,10,3,4,1.5\n");
-    Scan();
-    // The file exists now; a value already in the record stays.
-    Csv("b.csv", "2024,2,28,48,7,42\n2024,2,10,3,5,2.5\n");
-    Scan();
-    const std::string feb = Store("vtrs2402.lum");
-    ASSERT_EQ(static_cast<int64_t>(feb.size()), FileLength);
-    EXPECT_EQ(Get16(feb, 60), 200);
-    EXPECT_EQ(Get16(feb, 66), 48);
-    EXPECT_EQ(Get16(feb, RecordAt(28, 48)), 1);
-    EXPECT_EQ(GetF32(feb, SlotAt(28, 48, 7)), 42.0F);
-    EXPECT_EQ(GetF32(feb, SlotAt(10, 3, 4)), 1.5F);
-    EXPECT_EQ(GetF32(feb, SlotAt(10, 3, 5)), 2.5F);
-    EXPECT_FALSE(fs::exists(StorePath("vtrs2403.lum")));
-    EXPECT_EQ(view.waits.front(), "Store File Data");
-    EXPECT_GE(view.waitsClosed, 1);
-
-    EXPECT_EQ(CsvTargetStorePath("C:\\Site.Data\\Voltaris\\Vtrs2403.lum", 1999, 12),
-              "c:\\site.data\\voltaris\\vtrs9912.lum");
 }
 
 TEST_F(CsvImportTest, DivisionByZeroAbandonsOnlyThatValue)

@@ -250,13 +250,4 @@ TEST_F(GetSetupDataTest, DamagedCountsAreTrappedNotFatal)
     }
 }
 
-// No file: nothing can be read, so the version is not one the monitor loads.
-TEST_F(GetSetupDataTest, MissingFileEndsTheMonitor)
-{
-    fs::create_directories(MtgPath().parent_path());
-    EXPECT_EQ(GetSetupData(mtgText, host, setup, view), SetupLoadResult::ProgramEnds);
-    EXPECT_EQ(LogLinesWith("GetSetupData, Error 53/ File not found"), 1) << LogText();
-    EXPECT_EQ(view.messages.size(), 1u);
-}
-
 } // namespace

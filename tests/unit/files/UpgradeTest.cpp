@@ -36,23 +36,6 @@ protected:
     TestHost host;
 };
 
-TEST_F(UpgradeTest, PropertiesDefaultToTheJobSetupFolder)
-{
-    clsVoltarisUpgrade upgrade(&host);
-    EXPECT_EQ(upgrade.SetupIniFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
-    EXPECT_EQ(upgrade.SetupMonitorFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
-    EXPECT_EQ(upgrade.SetupControllerFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisControl.set");
-    EXPECT_EQ(upgrade.SetupTargetFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisTarget.dat");
-    upgrade.SetupTargetFile("D:\\x.dat");
-    EXPECT_EQ(upgrade.SetupTargetFile(), "D:\\x.dat");
-
-    clsVoltarisUpgrade none(nullptr);
-    EXPECT_EQ(none.SetupIniFile(), "\\VoltarisSetup.ini");
-    WriteBytes(Windows() / "Voltaris.ini", "[general]\r\n");
-    none.Update();
-    EXPECT_TRUE(fs::exists(Windows() / "Voltaris.ini"));
-}
-
 TEST_F(UpgradeTest, OldSettingsFileMovesOnceAndLosesObsoleteSections)
 {
     WriteBytes(Windows() / "Voltaris.ini",

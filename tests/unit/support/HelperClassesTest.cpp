@@ -74,14 +74,6 @@ TEST_F(HelperClassesTest, SetIniWritesEmptyValuesAndKeepsTheRest) {
     EXPECT_FALSE(fs::exists(root / "no"));
 }
 
-TEST_F(HelperClassesTest, WinIniReadsTheSystemProfile) {
-    Write(SystemProfilePath(), "[TelvnV5]\r\ndirectory=C:\\Telvane\r\n[telvold]\r\nname1=" +
-                                   std::string(300, 'j') + "\r\n");
-    EXPECT_EQ(At("", "telvnv5", "DIRECTORY").GetWinIni(), "C:\\Telvane");
-    EXPECT_EQ(At("", "telvold", "name1").GetWinIni(), std::string(255, 'j'));
-    EXPECT_EQ(At("", "", "name1").GetWinIni(), "");
-}
-
 TEST_F(HelperClassesTest, ShellExecuteStartsAProgramWithItsParameters) {
     const fs::path marker = root / "started.txt";
     const fs::path script = root / "program" / "report.sh";
