@@ -101,6 +101,17 @@ protected:
     HookView view;
 };
 
+TEST_F(CsvImportTest, FirstScanOnlyMakesTheFolder)
+{
+    fs::remove_all(Import());
+    Scan();
+    EXPECT_TRUE(fs::is_directory(Import()));
+    EXPECT_TRUE(fs::is_empty(Import()));
+    EXPECT_TRUE(view.status.empty());
+    EXPECT_EQ(view.doEvents, 0);
+    EXPECT_FALSE(fs::exists(StorePath("vtrs2403.lum")));
+}
+
 TEST_F(CsvImportTest, CountsLinesAndErrorsAndStoresTheValidOne)
 {
     Csv("site.csv", "2024,3,5,21,12,153.25\r\n2024,3,5,0,12,1\r\n2024,3,5,21,179,1\r\n");

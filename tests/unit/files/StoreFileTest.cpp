@@ -1,4 +1,5 @@
 #include "FilesTestSupport.h"
+#include "files/BackupStoreFile.h"
 #include "files/HalfHourSave.h"
 #include "files/StartUpFileInfo.h"
 #include "files/StoreFile.h"
@@ -332,6 +333,38 @@ TEST_F(StoreFileTest, PeriodOfTheLastDayGoesIntoItsOwnMonth)
               std::string(april.size() - static_cast<std::size_t>(setup.DataStart - 1), '\0'));
     EXPECT_NE(settings.StoreFilePath.find("Vtrs2404.lum"), std::string::npos);
     EXPECT_EQ(LogLines(), 0);
+}
+
+// A failed backup copy or an unwritable store folder loses nothing saved: one line each, and the
+// scan goes on.
+TEST_F(StoreFileTest, BackupAndSaveFaultsLoseNothingSaved)
+{
+    StartMarch();
+    fs::create_directories(drive / "Backup");
+    settings.BackupDir = "C:\\Backup";
+    values[1].Integrated = 3;
+    SaveAt(10, 0, 20);
+    EXPECT_EQ(ReadBytes(drive / "Backup" / "Vtrs2403.lum"), Stored());
+    EXPECT_EQ(std::distance(fs::directory_iterator(drive / "Backup"), fs::directory_iterator{}), 1);
+
+    fs::remove_all(drive / "Backup");
+    values[1].Integrated = 4;
+    SaveAt(10, 30, 20);
+    EXPECT_EQ(At(116, 1), 4.0F);
+    EXPECT_EQ(LogLines(), 1);
+    EXPECT_EQ(LogLinesWith("BackupStoreFile, Error 76/ Path not found"), 1) << LogText();
+    settings.BackupDir = "";
+    EXPECT_FALSE(BackupStoreFile(settings.StoreFilePath, "").Failed());
+
+    // The "\Voltaris" folder replaced by a file: nothing can be opened there.
+    const std::string saved = Stored();
+    fs::rename(DataFolder() / "Voltaris", DataFolder() / "Voltaris.moved");
+    WriteBytes(DataFolder() / "Voltaris", "not a folder");
+    values[1].Integrated = 10;
+    SaveAt(11, 0, 20);
+    EXPECT_EQ(LogLinesWith("HalfHourSave, Error"), 1) << LogText();
+    EXPECT_EQ(ReadBytes(DataFolder() / "Voltaris.moved" / "Vtrs2403.lum"), saved);
+    EXPECT_EQ(state.LastSavedPeriod, 23);
 }
 
 TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)

@@ -1,5 +1,9 @@
+// vt-store and vt-mtg as programs. (--help, --version and a leading unknown option are checked on
+// the installed package.)
 #include "FilesTestSupport.h"
 #include "files/HalfHourSave.h"
+#include "files/SetupDescription.h"
+#include "files/SetupFileImage.h"
 #include "files/StartUpFileInfo.h"
 #include "files/StoreFile.h"
 #include "files/StoreFileName.h"
@@ -9,13 +13,13 @@ using namespace filestest;
 
 namespace {
 
-class StoreToolTest : public TempPrefixTest {
+class ToolTest : public TempPrefixTest {
 protected:
     void SetUp() override
     {
         TempPrefixTest::SetUp();
-        if (ToolPath("vt-store").empty())
-            GTEST_SKIP() << "vt-store not built beside the tests";
+        if (ToolPath("vt-mtg").empty() || ToolPath("vt-store").empty())
+            GTEST_SKIP() << "the tools are not built beside the tests";
     }
 
     // The store file of the month of start, made by the monitor's start-up from the tag setup f;
@@ -52,7 +56,7 @@ protected:
     StoreContext c{setup, values, settings, state, host, view};
 };
 
-TEST_F(StoreToolTest, PrintsHeaderRecordsAndPeaks)
+TEST_F(ToolTest, PrintsHeaderRecordsAndPeaks)
 {
     MtgImage f(0, 0, 2, 250, 24);
     f.OnlineTag(1, "Incomer, north", 1, 22);
@@ -93,7 +97,7 @@ TEST_F(StoreToolTest, PrintsHeaderRecordsAndPeaks)
 }
 
 // Never saved: empty cells, not zeros; saved zeros keep their flag and values.
-TEST_F(StoreToolTest, RecordsTellNeverSavedPeriodsFromSavedZeros)
+TEST_F(ToolTest, RecordsTellNeverSavedPeriodsFromSavedZeros)
 {
     MtgImage f(0, 0, 0, 250, 48);
     f.OnlineTag(1, "Feeder", 1, 24);
@@ -134,7 +138,7 @@ TEST_F(StoreToolTest, RecordsTellNeverSavedPeriodsFromSavedZeros)
     EXPECT_NE(out.find("\nday 31,48,day 32 00:00,1,-1.5,0\n"), std::string::npos) << out.substr(out.size() - 200);
 }
 
-TEST_F(StoreToolTest, RefusesFilesItCannotRead)
+TEST_F(ToolTest, RefusesFilesItCannotRead)
 {
     std::string header(4000, '\0');
     Put16(header, 60, 200);
@@ -175,6 +179,91 @@ TEST_F(StoreToolTest, RefusesFilesItCannotRead)
     EXPECT_NE(err.find("cannot open"), std::string::npos) << err;
     EXPECT_EQ(Run("vt-store", "peaks " + Quoted(root / "missing.ini")), 1);
     EXPECT_NE(err.find("missing.ini: File not found"), std::string::npos) << err;
+}
+
+TEST_F(ToolTest, RefusedCommandLinesGiveTheReasonAndTheUsage)
+{
+    for (const std::string program : {"vt-mtg", "vt-store"}) {
+        SCOPED_TRACE(program);
+        const bool mtg = program == "vt-mtg";
+        ASSERT_EQ(Run(program, "--help"), 0);
+        const std::string usage = out;
+        const std::pair<std::string, std::string> refused[] = {
+            {"dump --frobnicate x", "unknown option '--frobnicate'"},
+            {"info x --verbose=1", "unknown option '--verbose=1'"},
+            {"", "give a command"},
+            {"frobnicate x", "unknown command 'frobnicate'"},
+            {"dump", mtg ? "'dump' takes one path" : "unknown command 'dump'"},
+            {"info a b", mtg ? "unknown command 'info'" : "'info' takes one path"},
+            {mtg ? "--force dump x" : "--saved info x", mtg ? "--force goes with 'build'" : "--saved goes with 'records'"},
+        };
+        for (const auto& [args, message] : refused) {
+            EXPECT_EQ(Run(program, args), 2) << args;
+            EXPECT_EQ(err, program + ": " + message + "\n" + usage) << args;
+            EXPECT_EQ(out, "") << args;
+        }
+        // "--" ends the options: what follows is a path, however it looks.
+        EXPECT_EQ(Run(program, mtg ? "dump -- --frobnicate" : "info -- --frobnicate"), 1);
+        EXPECT_NE(err.find("--frobnicate"), std::string::npos) << err;
+        EXPECT_EQ(err.find("unknown option"), std::string::npos) << err;
+    }
+}
+
+TEST_F(ToolTest, MtgBuildAndDumpRoundTrip)
+{
+    const fs::path desc = fs::path(VT_TEST_SOURCE_DIR) / "unit" / "files" / "data" / "site.mtg.txt";
+    const fs::path a = root / "a.MTG", b = root / "b.MTG", text = root / "a.txt", bad = root / "bad.txt";
+    ASSERT_EQ(Run("vt-mtg", "build " + Quoted(desc) + " " + Quoted(a)), 0) << err;
+    ASSERT_EQ(Run("vt-mtg", "dump " + Quoted(a)), 0) << err;
+    WriteBytes(text, out);
+    ASSERT_EQ(Run("vt-mtg", "build " + Quoted(text) + " " + Quoted(b)), 0) << err;
+    EXPECT_EQ(ReadBytes(a), ReadBytes(b));
+    EXPECT_EQ(ReadBytes(a), EncodeSetupFile(ReadSetupDescription(ReadBytes(desc)).Image).Value);
+
+    // A file that is not a tag setup file, one that is not a description, one missing, a bad one.
+    WriteBytes(bad, "[Header]\n[Tag 1]\nOnline = x\n");
+    const std::string descSize = std::to_string(fs::file_size(desc));
+    const std::pair<std::string, std::string> faults[] = {
+        {"dump " + Quoted(desc), "is not a tag setup file: it is " + descSize + " bytes long; a tag setup file holds at least 114206"},
+        {"build " + Quoted(a) + " " + Quoted(b), "is not a text description"},
+        {"dump " + Quoted(root / "none.MTG"), "none.MTG: No such file or directory"},
+        {"build " + Quoted(bad) + " " + Quoted(b), "line 3: 'x' is not a number (Online)"},
+    };
+    for (const auto& [args, message] : faults) {
+        EXPECT_NE(Run("vt-mtg", args), 0) << message;
+        EXPECT_NE(err.find(message), std::string::npos) << err;
+    }
+    EXPECT_EQ(ReadBytes(a), ReadBytes(b)) << "a failed build leaves the old file";
+}
+
+TEST_F(ToolTest, BuildRefusesSetupTheMonitorCannotUseUnlessForced)
+{
+    const fs::path desc = root / "site.vtm", mtg = root / "Site.MTG";
+    WriteBytes(desc, "[Header]\nSetupVersion = 240\nPeriodsPerDay = 48\n\n"
+                     "[Tag 1]\nOnline = 1\nTagType = 1\nScanType = 22\nHostTagNumber = 12\n\n"
+                     "[Tag 2]\nOnline = 1\nTagType = 1\nScanType = 19\n");
+    const std::string said = "vt-mtg: " + desc.string();
+    const std::string expected =
+        said + ": line 2: SetupVersion 240: the monitor loads version 250 and later only\n" + said +
+        ": line 5: [Tag 1] ScanType 22 (Pulse - Scada Tag) reads the host tag numbered by PageNo, and PageNo is 0 (not "
+        "given)\n" +
+        said + ": line 14: [Tag 2] ScanType 19 is not a scan type the monitor knows\n";
+    const std::string build = "build " + Quoted(desc) + " " + Quoted(mtg);
+    EXPECT_EQ(Run("vt-mtg", build), 1);
+    EXPECT_EQ(err, expected + "vt-mtg: " + mtg.string() +
+                       " not written: the monitor cannot use this setup (--force builds it anyway)\n");
+    EXPECT_FALSE(fs::exists(mtg.string() + ".new"));
+    // An existing file is left as it was.
+    WriteBytes(mtg, "old");
+    EXPECT_EQ(Run("vt-mtg", build), 1);
+    EXPECT_EQ(ReadBytes(mtg), "old");
+
+    // Forced, the same problems are told and the file is built, with the values as given.
+    EXPECT_EQ(Run("vt-mtg", "build --force " + Quoted(desc) + " " + Quoted(mtg)), 0);
+    EXPECT_EQ(err, expected);
+    const std::string built = ReadBytes(mtg);
+    ASSERT_EQ(built.size(), 112196u + 67 * 30);
+    EXPECT_EQ(Get16(built, 0), 240);
 }
 
 } // namespace
