@@ -11,7 +11,7 @@ class DemandPeriodsTest : public TempPrefixTest {};
 
 DateTime At(int day, int hour, int minute, int second = 0) { return MakeDateTime(2024, 3, day, hour, minute, second); }
 
-TEST_F(DemandPeriodsTest, PeriodNumbersAtTheBoundaries)
+TEST_F(DemandPeriodsTest, PeriodNumbersEndsAndRecordsAtTheBoundaries)
 {
     struct Case {
         int periods, hour, minute, second, expected;
@@ -24,45 +24,33 @@ TEST_F(DemandPeriodsTest, PeriodNumbersAtTheBoundaries)
     for (const Case& c : cases)
         EXPECT_EQ(PeriodNumber(At(5, c.hour, c.minute, c.second), c.periods), c.expected)
             << c.periods << " periods at " << c.hour << ":" << c.minute;
-    EXPECT_EQ(PeriodMinutes(24), 60);
-    EXPECT_EQ(PeriodMinutes(48), 30);
-    EXPECT_EQ(PeriodMinutes(96), 15);
-}
-
-TEST_F(DemandPeriodsTest, EndTimes)
-{
     EXPECT_DOUBLE_EQ(PeriodEndTime(1, 48), 1.0 / 48);
-    EXPECT_EQ(PeriodEndTime(48, 48), 1.0);
     EXPECT_EQ(DateSerial(2024, 3, 5) + PeriodEndTime(48, 48), DateSerial(2024, 3, 6));
     EXPECT_EQ(PeriodEndTime(96, 96), 1.0);
+    // The save at 10:00:20 on the 3rd covers 09:30-10:00: record (3-1)*48 + 20 - 1; at 00:00 on the
+    // 2nd, period 48 of the 1st.
+    EXPECT_EQ(PeriodRecordIndex(At(3, 10, 0, 20) - PeriodMinutes(48) / 1440.0, 48), 115);
+    EXPECT_EQ(PeriodRecordIndex(At(2, 0, 0) - 30 / 1440.0, 48), 47);
+    EXPECT_EQ(PeriodRecordIndex(At(31, 23, 59), 96), 31 * 96 - 1);
 }
 
 TEST_F(DemandPeriodsTest, LastEndLooksBackFiveMinutes)
 {
-    const auto expectAt = [](DateTime got, int day, int hour, int minute) {
-        EXPECT_EQ(Day(got), day);
-        EXPECT_EQ(Hour(got), hour);
-        EXPECT_EQ(Minute(got), minute);
-        EXPECT_EQ(Second(got), 0);
+    struct Case {
+        DateTime now;
+        int periods;
+        DateTime expected;
     };
-    expectAt(PeriodLastEndDateTime(At(1, 0, 3), 48), 1, 0, 0);    // end of period 48 of 29 Feb
-    EXPECT_EQ(Month(PeriodLastEndDateTime(At(1, 0, 3), 48)), 3);
-    expectAt(PeriodLastEndDateTime(At(5, 10, 2), 48), 5, 10, 0);
-    expectAt(PeriodLastEndDateTime(At(5, 10, 31), 48), 5, 10, 30);
-    expectAt(PeriodLastEndDateTime(At(5, 10, 36), 48), 5, 11, 0);
-    expectAt(PeriodLastEndDateTime(At(5, 10, 17), 96), 5, 10, 15);
-}
-
-TEST_F(DemandPeriodsTest, RecordIndexOfTheEndedPeriod)
-{
-    // The save at 10:00:20 on the 3rd with 48 periods covers 09:30-10:00: record (3-1)*48 + 20 - 1.
-    const DateTime now = At(3, 10, 0, 20);
-    const DateTime t = now - PeriodMinutes(48) / 1440.0;
-    EXPECT_EQ(PeriodRecordIndex(t, 48), 115);
-    // The save at 00:00 on the 2nd writes period 48 of the 1st.
-    EXPECT_EQ(PeriodRecordIndex(At(2, 0, 0) - 30 / 1440.0, 48), 47);
-    EXPECT_EQ(PeriodRecordIndex(At(1, 0, 0), 96), 0);
-    EXPECT_EQ(PeriodRecordIndex(At(31, 23, 59), 96), 31 * 96 - 1);
+    const Case cases[] = {
+        {At(1, 0, 3), 48, At(1, 0, 0)},  // the end of period 48 of 29 Feb
+        {At(5, 10, 2), 48, At(5, 10, 0)},
+        {At(5, 10, 31), 48, At(5, 10, 30)},
+        {At(5, 10, 36), 48, At(5, 11, 0)},
+        {At(5, 10, 17), 96, At(5, 10, 15)},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(FormatDate(PeriodLastEndDateTime(c.now, c.periods), "dd/mm/yyyy hh:mm:ss"),
+                  FormatDate(c.expected, "dd/mm/yyyy hh:mm:ss"));
 }
 
 TEST_F(DemandPeriodsTest, NoPeriodLengthIsReportedNotFatal)

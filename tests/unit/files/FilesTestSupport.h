@@ -2,18 +2,19 @@
 // Shared pieces of the data-file tests: a temporary prefix, a view that records what it is asked,
 // fixed host folders, and byte helpers that know nothing of the code under test.
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <sys/wait.h>
 
 #include <array>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "common/TempPrefix.h"
 #include "files/HostFolders.h"
 #include "files/SettingsView.h"
 #include "files/StoreFileView.h"
@@ -24,43 +25,12 @@ namespace filestest {
 
 namespace fs = std::filesystem;
 
-inline void WriteBytes(const fs::path& path, const std::string& bytes)
-{
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << bytes;
-}
-
-inline std::string ReadBytes(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+inline void WriteBytes(const fs::path& path, const std::string& bytes) { TempPrefix::Write(path, bytes); }
+inline std::string ReadBytes(const fs::path& path) { return TempPrefix::Read(path); }
 
 // A fresh prefix and program folder per test.
 class TempPrefixTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/vt-h4-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        root = pattern;
-        fs::create_directories(root / "prefix");
-        fs::create_directories(root / "program");
-        UsePrefix(root / "prefix");
-        ::setenv("VOLTARIS_PROGRAM_DIR", (root / "program").c_str(), 1);
-    }
-    void TearDown() override
-    {
-        std::error_code ec;
-        for (auto& entry : fs::recursive_directory_iterator(root, ec))
-            fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, ec);
-        fs::remove_all(root, ec);
-        UsePrefix({});
-        ::unsetenv("VOLTARIS_PROGRAM_DIR");
-    }
-
     // Lines of the main log containing text.
     int LogLinesWith(const std::string& text) const
     {
@@ -73,7 +43,27 @@ protected:
     int LogLines() const { return LogLinesWith(""); }
     std::string LogText() const { return ReadBytes(root / "program" / "voltamon.log"); }
 
-    fs::path root;
+    // A tool built beside the tests, or "" when it is not.
+    static std::string ToolPath(const std::string& program)
+    {
+        const char* bin = std::getenv("VT_BIN_DIR");
+        return bin && fs::exists(fs::path(bin) / program) ? (fs::path(bin) / program).string() : "";
+    }
+    // Runs a tool with its arguments as given (quote paths): the exit code, fills out and err.
+    int Run(const std::string& program, const std::string& args)
+    {
+        const int status = std::system((ToolPath(program) + " " + args + " > '" + (root / "out").string() + "' 2> '" +
+                                        (root / "err").string() + "'").c_str());
+        out = ReadBytes(root / "out");
+        err = ReadBytes(root / "err");
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    static std::string Quoted(const fs::path& path) { return "'" + path.string() + "'"; }
+
+    TempPrefix prefix;
+    fs::path root = prefix.Root();
+    fs::path drive = root / "prefix" / "drives" / "c";
+    std::string out, err;
 };
 
 // Little-endian values at absolute offsets, growing the buffer when needed.

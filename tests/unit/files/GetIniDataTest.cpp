@@ -9,12 +9,12 @@ namespace {
 class GetIniDataTest : public TempPrefixTest {
 protected:
     const std::string iniText = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
-    fs::path IniPath() const { return root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"; }
+    fs::path IniPath() const { return drive / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"; }
 
     void SetUp() override
     {
         TempPrefixTest::SetUp();
-        fs::create_directories(root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data");
+        fs::create_directories(drive / "Telvane" / "Job1" / "Data");
     }
 
     void WriteIni(const std::string& general, const std::string& rest = "")
@@ -42,7 +42,7 @@ TEST_F(GetIniDataTest, NoFileGivesEveryDefaultAndWritesNothing)
     EXPECT_EQ(settings.errorlog, "off");
     EXPECT_EQ(settings.StoreFilePrefix, "Vtrs");
     EXPECT_EQ(settings.StoreFilePath, "C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2403.lum");
-    EXPECT_TRUE(fs::is_directory(root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data" / "Voltaris"));
+    EXPECT_TRUE(fs::is_directory(drive / "Telvane" / "Job1" / "Data" / "Voltaris"));
     EXPECT_FALSE(view.viewLog);
     EXPECT_EQ(settings.headertext, std::string(50, '\0'));
     EXPECT_EQ(settings.SCADArun, "yes");
@@ -80,32 +80,30 @@ TEST_F(GetIniDataTest, ScanIntervalIsLimitedAndWrittenBack)
     }
 }
 
-TEST_F(GetIniDataTest, StoreFilePrefixIsCleaned)
+// Texts are read through fixed buffers: cut to them, and the shorter of two reads ends at a NUL
+// with the field's earlier content after it.
+TEST_F(GetIniDataTest, TextsAreCutToTheirBuffersAndCleaned)
 {
-    WriteIni("StoreFilePrefix=  Site\\A \r\n");
+    WriteIni("errorlog=Yes\r\nSCADArun=YES\r\nheadertext=" + std::string(60, 'H') + "\r\nDiagFile=" +
+             std::string(100, 'd') + "\r\nStoreFilePrefix=" + std::string(90, 'p') + "\r\n");
     Read();
+    EXPECT_EQ(settings.errorlog, "Yes");
+    EXPECT_EQ(settings.SCADArun, "YES");
+    EXPECT_EQ(settings.headertext, std::string(50, 'H'));
+    EXPECT_EQ(settings.DiagFile, std::string(79, 'd') + std::string(1, '\0'));
+    EXPECT_EQ(settings.StoreFilePrefix, std::string(79, 'p'));
+
+    WriteIni("errorlog=yes please\r\nSCADArun=no\r\nheadertext=Plant\r\nStoreFilePrefix=  Site\\A \r\n");
+    Read();
+    EXPECT_EQ(settings.errorlog, "yes") << "only the first three characters are kept";
+    EXPECT_EQ(settings.SCADArun.substr(0, 3), std::string("no\0", 3));
+    EXPECT_EQ(settings.headertext.substr(0, 6), std::string("Plant\0", 6));
+    EXPECT_EQ(settings.headertext.size(), 50u);
     EXPECT_EQ(settings.StoreFilePrefix, "Site-A");
     EXPECT_EQ(settings.StoreFilePath, "C:\\Telvane\\Job1\\Data\\Voltaris\\Site-A2403.lum");
     WriteIni("StoreFilePrefix=\r\n");
     Read();
     EXPECT_EQ(settings.StoreFilePrefix, "Voltaris");
-}
-
-TEST_F(GetIniDataTest, FixedWidthTextsKeepTheirWidth)
-{
-    WriteIni("errorlog=Yes\r\nSCADArun=YES\r\nheadertext=" + std::string(60, 'H') + "\r\n");
-    Read();
-    EXPECT_EQ(settings.errorlog, "Yes");
-    EXPECT_EQ(settings.SCADArun, "YES");
-    EXPECT_EQ(settings.headertext, std::string(50, 'H'));
-
-    WriteIni("errorlog=yes please\r\nSCADArun=no\r\nheadertext=Plant\r\n");
-    Read();
-    EXPECT_EQ(settings.errorlog, "yes") << "only the first three characters are kept";
-    EXPECT_EQ(settings.SCADArun.substr(0, 3), std::string("no\0", 3));
-    // The shorter value ends at a NUL; what follows is the field's earlier content.
-    EXPECT_EQ(settings.headertext.substr(0, 6), std::string("Plant\0", 6));
-    EXPECT_EQ(settings.headertext.size(), 50u);
 }
 
 TEST_F(GetIniDataTest, NumbersAreRoundedHalvesToEven)
@@ -120,24 +118,14 @@ TEST_F(GetIniDataTest, NumbersAreRoundedHalvesToEven)
                                 watchdog.OutputTag()}),
               std::vector<int>({2, 8, 0, 3, 163, 120, 12, 0, 2005}));
 
-    WriteIni("AverageScans=3.5\r\nShedMeter=99999\r\n");
+    // Cut to 9 characters, "2.500000001" is "2.5000000", which rounds to even; the whole would give 3.
+    WriteIni("AverageScans=3.5\r\nShedMeter=99999\r\nUnShedMeter=2.500000001\r\n");
     settings.ShedMeter = 4;
     Read();
     EXPECT_EQ(settings.AverageScans, 4);
+    EXPECT_EQ(settings.UnShedMeter, 2);
     EXPECT_EQ(settings.ShedMeter, 4) << "an overflowing value leaves the setting";
     EXPECT_EQ(LogLinesWith("GetIniData, Error 6/ Overflow"), 1);
-}
-
-TEST_F(GetIniDataTest, ValuesAreCutToTheirBufferBeforeUse)
-{
-    // Cut to 9 characters, "2.500000001" is "2.5000000", which rounds to even; the whole would give 3.
-    WriteIni("DiagFile=" + std::string(100, 'd') + "\r\nStoreFilePrefix=" + std::string(90, 'p') +
-                 "\r\nShedMeter=2.500000001\r\nUnShedMeter=3.50000000\r\n");
-    Read();
-    EXPECT_EQ(settings.DiagFile, std::string(79, 'd') + std::string(1, '\0'));
-    EXPECT_EQ(settings.StoreFilePrefix, std::string(79, 'p'));
-    EXPECT_EQ(settings.ShedMeter, 2);
-    EXPECT_EQ(settings.UnShedMeter, 4);
 }
 
 TEST_F(GetIniDataTest, ScanLoggingAndBackupFolder)
@@ -167,7 +155,7 @@ TEST_F(GetIniDataTest, MissingJobDataFolderIsReported)
     Read();
     EXPECT_EQ(settings.StoreFilePath, "C:\\NoSuchJob\\Data\\Voltaris\\Vtrs2403.lum");
     EXPECT_EQ(LogLinesWith("GetIniData, Error 76/ Path not found"), 1);
-    EXPECT_FALSE(fs::exists(root / "prefix" / "drives" / "c" / "NoSuchJob"));
+    EXPECT_FALSE(fs::exists(drive / "NoSuchJob"));
 }
 
 } // namespace

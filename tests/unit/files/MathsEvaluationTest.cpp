@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
 #include <vector>
 
 #include "files/MathsEvaluation.h"
@@ -29,70 +27,29 @@ struct Values {
     }
 };
 
-TEST(MathsEvaluationTest, ArithmeticGroupLeftToRight)
+// Left to right without precedence, skipped terms, faults and logic states are checked through the
+// scan (tests/unit/core/MathsGroupingTest.cpp); these are the finer points of the group itself.
+TEST(MathsEvaluationTest, SelfTermsSinglePrecisionAndZeroOverZero)
 {
     Values v;
     v.integrated[3] = 100;
-    v.integrated[4] = 30;
-    v.integrated[5] = 10;
-    MathsGroupResult r = v.Evaluate(Terms({{3, 0, 1.0F}, {4, 2, 1.0F}, {5, 1, 0.5F}}));
-    EXPECT_FALSE(r.Error.Failed());
-    EXPECT_TRUE(r.SetsIntegrated && r.SetsCurrent);
-    EXPECT_EQ(r.Integrated, 75.0F);
-    EXPECT_EQ(r.Current, 75.0F);
-
-    // A + B x C is (A + B) x C; a term naming tag 200 is skipped, tag 0 counts as 0.
-    r = v.Evaluate(Terms({{3, 0, 1.0F}, {4, 1, 1.0F}, {5, 3, 1.0F}, {200, 3, 9.0F}, {0, 1, 5.0F}}));
-    EXPECT_EQ(r.Integrated, 1300.0F);
-
     // A term naming the maths tag itself sees the result so far, not the last scan's value.
     v.integrated[9] = 50;
     EXPECT_EQ(v.Evaluate(Terms({{3, 0, 1.0F}, {9, 1, 1.0F}}), 9).Integrated, 200.0F);
-
-    // Operands and factors are single precision, every step rounded on its own.
-    v.integrated[6] = 16777216.0F;
-    r = v.Evaluate(Terms({{6, 0, 1.0F}, {0, 1, 1.0F}, {5, 1, 0.1F}}));
-    EXPECT_EQ(r.Integrated, 16777216.0F);
-}
-
-TEST(MathsEvaluationTest, ArithmeticFaults)
-{
-    Values v;
-    v.integrated[3] = 5;
-    MathsGroupResult r = v.Evaluate(Terms({{3, 0, 2.0F}, {4, 4, 1.0F}}));
-    EXPECT_EQ(r.Error.Number, 11);
-    EXPECT_EQ(r.Error.Description, "Division by zero");
-    EXPECT_FALSE(r.SetsIntegrated);
-
-    v.integrated[3] = 0;
-    EXPECT_EQ(v.Evaluate(Terms({{3, 0, 2.0F}, {4, 4, 1.0F}})).Error.Number, 6);  // 0 / 0
-    v.integrated[3] = 3e38F;
-    EXPECT_EQ(v.Evaluate(Terms({{3, 0, 1.0F}, {3, 1, 1.0F}})).Error.Number, 6);
-    // Term 0 beyond the table: nothing happens.
-    const MathsGroupResult none = v.Evaluate(Terms({{200, 0, 1.0F}, {3, 1, 1.0F}}));
-    EXPECT_FALSE(none.Error.Failed() || none.SetsIntegrated || none.SetsCurrent);
-}
-
-TEST(MathsEvaluationTest, LogicGroupStates)
-{
-    Values v;
     v.current[3] = 1;
-    v.current[4] = 0.5F;
-    v.integrated[3] = 7;
-    auto logic = [&](int16_t op) { return v.Evaluate(Terms({{3, 1, 9.0F}, {4, op, 9.0F}})); };
-    EXPECT_EQ(logic(5).Current, 0.0F);
-    EXPECT_EQ(logic(6).Current, 1.0F);
-    EXPECT_EQ(logic(7).Current, 2.0F);
-    EXPECT_EQ(logic(2).Current, 1.0F);  // an arithmetic code does nothing here
-    EXPECT_FALSE(logic(5).SetsIntegrated);
-
     v.current[9] = 0;
     EXPECT_EQ(v.Evaluate(Terms({{3, 1, 1.0F}, {9, 5, 1.0F}}), 9).Current, 1.0F);
 
-    v.current[3] = 1.0001F;
-    EXPECT_EQ(v.Evaluate(Terms({{3, 1, 1.0F}})).Current, 0.0F);
-    v.current[3] = 1.0F;
-    EXPECT_EQ(v.Evaluate(Terms({{3, 1, 1.0F}})).Current, 1.0F);
+    // Operands and factors are single precision, every step rounded on its own.
+    v.integrated[6] = 16777216.0F;
+    v.integrated[5] = 10;
+    EXPECT_EQ(v.Evaluate(Terms({{6, 0, 1.0F}, {0, 1, 1.0F}, {5, 1, 0.1F}})).Integrated, 16777216.0F);
+
+    // 0 / 0 is an overflow, not a division by zero; neither result is set.
+    v.integrated[3] = 0;
+    const MathsGroupResult r = v.Evaluate(Terms({{3, 0, 2.0F}, {4, 4, 1.0F}}));
+    EXPECT_EQ(r.Error.Number, 6);
+    EXPECT_FALSE(r.SetsIntegrated || r.SetsCurrent);
 }
 
 // The import's rule on a record row: in tag order, terms up to and including MaxTags.

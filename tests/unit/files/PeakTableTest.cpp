@@ -15,7 +15,7 @@ protected:
     void SetUp() override
     {
         TempPrefixTest::SetUp();
-        fs::create_directories(root / "prefix" / "drives" / "c" / "Setup");
+        fs::create_directories(drive / "Setup");
     }
 
     // Ranks 1..24 holding 2400, 2300, ... 100.
@@ -25,7 +25,7 @@ protected:
         for (int n = 1; n <= 24; ++n)
             text += std::to_string(n) + "PeakValue=" + std::to_string((25 - n) * 100) + "\r\n" + std::to_string(n) +
                     "PeakTime=T" + std::to_string(n) + "\r\n";
-        WriteBytes(root / "prefix" / "drives" / "c" / "Setup" / "VoltarisSetup.ini", text);
+        WriteBytes(drive / "Setup" / "VoltarisSetup.ini", text);
     }
 };
 
@@ -85,7 +85,7 @@ TEST_F(PeakTableTest, ValuesWithTextAfterTheNumber)
 TEST_F(PeakTableTest, TotalThatIsNoFiniteNumberLeavesTheFileAsItWas)
 {
     FillDescending();
-    const fs::path file = root / "prefix" / "drives" / "c" / "Setup" / "VoltarisSetup.ini";
+    const fs::path file = drive / "Setup" / "VoltarisSetup.ini";
     const std::string before = ReadBytes(file);
     for (float total : {std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
                         std::numeric_limits<float>::quiet_NaN()}) {

@@ -55,18 +55,11 @@ TEST_F(ResumeStateTest, EveryValueComesBackExactly)
     ASSERT_TRUE(back) << text;
     ExpectSame(Sample(), *back);
 
-    // Through the file beside the store files, replaced whole each time.
+    // The file beside the store files; its round trip through the monitor is in the core's tests.
     const std::string store = "C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2611.lum";
     EXPECT_EQ(ResumeFilePath(store), "C:\\Telvane\\Job1\\Data\\Voltaris\\voltamon.resume");
-    fs::create_directories(root / "prefix" / "drives" / "c" / "Telvane" / "Job1" / "Data" / "Voltaris");
+    fs::create_directories(drive / "Telvane" / "Job1" / "Data" / "Voltaris");
     EXPECT_EQ(ReadResumeState(ResumeFilePath(store)).Error.Number, ErrFileNotFound);
-    ResumeState first = Sample();
-    first.Tags.resize(1);
-    ASSERT_FALSE(WriteResumeState(ResumeFilePath(store), first).Failed());
-    ASSERT_FALSE(WriteResumeState(ResumeFilePath(store), Sample()).Failed());
-    const VbResult<ResumeState> read = ReadResumeState(ResumeFilePath(store));
-    ASSERT_TRUE(read.Ok());
-    ExpectSame(Sample(), read.Value);
 }
 
 TEST_F(ResumeStateTest, AnythingButAWholeStateIsRefused)
@@ -93,7 +86,7 @@ TEST_F(ResumeStateTest, AnythingButAWholeStateIsRefused)
 
     // Too long to be one: refused without reading it.
     const std::string store = "C:\\Data\\Vtrs2611.lum";
-    fs::create_directories(root / "prefix" / "drives" / "c" / "Data");
-    WriteBytes(root / "prefix" / "drives" / "c" / "Data" / "voltamon.resume", std::string((1 << 20) + 1, ';'));
+    fs::create_directories(drive / "Data");
+    WriteBytes(drive / "Data" / "voltamon.resume", std::string((1 << 20) + 1, ';'));
     EXPECT_EQ(ReadResumeState(ResumeFilePath(store)).Error.Number, ErrBadRecordLength);
 }

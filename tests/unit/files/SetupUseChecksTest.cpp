@@ -1,4 +1,3 @@
-#include <cstdlib>
 
 #include "FilesTestSupport.h"
 #include "files/SetupDescription.h"

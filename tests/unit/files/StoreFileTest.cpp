@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include "FilesTestSupport.h"
 #include "files/BackupStoreFile.h"
 #include "files/HalfHourSave.h"
@@ -36,12 +34,11 @@ protected:
         fs::create_directories(DataFolder());
     }
 
-    fs::path Drive() const { return root / "prefix" / "drives" / "c"; }
-    fs::path DataFolder() const { return Drive() / "Telvane" / "Job1" / "Data"; }
+    fs::path DataFolder() const { return drive / "Telvane" / "Job1" / "Data"; }
     fs::path StorePath(const std::string& yymm) const { return DataFolder() / "Voltaris" / ("Vtrs" + yymm + ".lum"); }
     StoreContext Context() { return StoreContext{setup, values, settings, state, host, view}; }
 
-    void WriteMtg(const MtgImage& f) { WriteBytes(Drive() / "Telvane" / "Job1" / "Setup" / "Site.MTG", f.bytes); }
+    void WriteMtg(const MtgImage& f) { WriteBytes(drive / "Telvane" / "Job1" / "Setup" / "Site.MTG", f.bytes); }
 
     // Start-up: store file name for now, then the check.
     SetupLoadResult Start(DateTime now)
@@ -66,6 +63,10 @@ protected:
     }
     // Place of a tag's slot (0 for the flag) in record r, with 200 tags.
     std::size_t Slot(int r, int tag = 0) const { return static_cast<std::size_t>(setup.DataStart - 1 + r * 804 + (tag ? 2 + 4 * (tag - 1) : 0)); }
+    std::string Stored(const std::string& yymm = "2403") const { return ReadBytes(StorePath(yymm)); }
+    float At(int r, int tag) const { return GetF32(Stored(), Slot(r, tag)); }
+    int Flag(int r) const { return Get16(Stored(), Slot(r)); }
+    std::string Ini() const { return ReadBytes(drive / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"); }
 
     // An MTG with 200 tags, K centers and a few tags of each kind.
     MtgImage StandardMtg(int periods, int k = 20, int n = 1, int m = 2)
@@ -112,7 +113,7 @@ TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
     EXPECT_EQ(setup.TagCount, 178);
     EXPECT_EQ(state.LastSavedPeriod, 20);
 
-    const std::string b = ReadBytes(StorePath("2403"));
+    const std::string b = Stored();
     const int64_t tagDataStart = ExpectTagDataStart(1, 2, 20, 200);
     const int64_t dataStart = tagDataStart + 728 * 200;
     EXPECT_EQ(Get32(b, 105), tagDataStart);
@@ -148,7 +149,7 @@ TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
     values[4].Integrated = 99;
     state.DataOkFlag = 1;
     SaveAt(10, 0, 20);
-    const std::string a = ReadBytes(StorePath("2403"));
+    const std::string a = Stored();
     ASSERT_EQ(a.size(), b.size());
     const std::size_t r115 = static_cast<std::size_t>(dataStart - 1 + 115 * 804);
     EXPECT_EQ(Get16(a, r115), 1);
@@ -178,7 +179,7 @@ TEST_F(StoreFileTest, DataStartWith24And96Periods)
         setup = SetupData{};
         WriteMtg(StandardMtg(periods, 3, 0, 0));
         ASSERT_EQ(Start(MakeDateTime(2024, 5, 1, 0, 10, 0)), SetupLoadResult::Loaded);
-        const std::string b = ReadBytes(StorePath("2405"));
+        const std::string b = Stored("2405");
         const int64_t tagDataStart = ExpectTagDataStart(0, 0, 3, 200);
         const int64_t block = 8 + 12 * periods + 48 + 96;
         const int64_t dataStart = periods == 24 ? tagDataStart + 728 * 200 : tagDataStart + 200 * block;
@@ -193,7 +194,7 @@ TEST_F(StoreFileTest, WhatEachTagLeavesInItsSlot)
 {
     StartMarch();
     // What the CSV import put into the logged tag's slot, and a stray value in the off-line tag's slot.
-    std::string b = ReadBytes(StorePath("2403"));
+    std::string b = Stored();
     PutF32(b, Slot(115, 2), 777.0F);
     PutF32(b, Slot(115, 3), 555.0F);
     PutF32(b, Slot(115, 191), 42.0F);  // beyond TagCount: never written
@@ -202,24 +203,23 @@ TEST_F(StoreFileTest, WhatEachTagLeavesInItsSlot)
     values[2].Integrated = 5;
     values[3].Integrated = 6;
     SaveAt(10, 0, 20);
-    const std::string a = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(Get16(a, Slot(115)), 0) << "the first period after start-up";
-    EXPECT_EQ(GetF32(a, Slot(115, 2)), 777.0F);
-    EXPECT_EQ(GetF32(a, Slot(115, 3)), 0.0F);
-    EXPECT_EQ(GetF32(a, Slot(115, 191)), 42.0F);
+    const std::string a = Stored();
+    EXPECT_EQ(Flag(115), 0) << "the first period after start-up";
+    EXPECT_EQ(At(115, 2), 777.0F);
+    EXPECT_EQ(At(115, 3), 0.0F);
+    EXPECT_EQ(At(115, 191), 42.0F);
     EXPECT_EQ(state.DataOkFlag, 1);
 
     // A later scan in the same period writes nothing.
     values[1].Integrated = 8;
     SaveAt(10, 29, 50);
-    EXPECT_EQ(ReadBytes(StorePath("2403")), a);
+    EXPECT_EQ(Stored(), a);
     EXPECT_EQ(values[1].Integrated, 8.0F);
 
     // The next period carries flag 1.
     SaveAt(10, 30, 5);
-    const std::string c = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(Get16(c, Slot(116)), 1);
-    EXPECT_EQ(GetF32(c, Slot(116, 1)), 8.0F);
+    EXPECT_EQ(Flag(116), 1);
+    EXPECT_EQ(At(116, 1), 8.0F);
     EXPECT_EQ(LogLines(), 0);
 
     // A save while the monitor is starting up flags the period as not whole.
@@ -235,7 +235,6 @@ TEST_F(StoreFileTest, AClockSetBackSavesThePeriodBeforeTheStepAndAddsRepeatedPer
 {
     StartMarch();
     setup.TagTable[5].ScanType = 28;  // the boiler's meter gives a running total
-    const auto ini = [&] { return ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"); };
     values[1].Integrated = 5;
     values[5].Integrated = 1000;
     SaveAt(10, 0, 20);  // period 20, the first after start-up: flag 0
@@ -244,35 +243,33 @@ TEST_F(StoreFileTest, AClockSetBackSavesThePeriodBeforeTheStepAndAddsRepeatedPer
     values[5].Integrated = 1004;
     state.ClockStepFrom = MakeDateTime(2024, 3, 3, 10, 9, 59);
     SaveAt(9, 40, 30);
-    std::string b = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(Get16(b, Slot(116)), 1);
-    EXPECT_EQ(GetF32(b, Slot(116, 1)), 2.0F);
-    EXPECT_EQ(GetF32(b, Slot(114, 1)), 0.0F);  // 09:00 to 09:30 is not touched
+    EXPECT_EQ(Flag(116), 1);
+    EXPECT_EQ(At(116, 1), 2.0F);
+    EXPECT_EQ(At(114, 1), 0.0F);  // 09:00 to 09:30 is not touched
     EXPECT_EQ(state.ClockStepFrom, 0);
-    EXPECT_NE(ini().find("PeakTime=Mar 03, 24. 10:30"), std::string::npos) << ini();
+    EXPECT_NE(Ini().find("PeakTime=Mar 03, 24. 10:30"), std::string::npos) << Ini();
     EXPECT_EQ(state.LastSavedPeriod, 20);
 
     // 09:40 to 10:00 again, then 10:00 to 10:30 again.
     values[1].Integrated = 3;
     values[5].Integrated = 1010;
     SaveAt(10, 0, 20);
-    b = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(GetF32(b, Slot(115, 1)), 5.0F + 3.0F);
-    EXPECT_EQ(GetF32(b, Slot(115, 5)), 1010.0F);
-    EXPECT_EQ(Get16(b, Slot(115)), 0) << "whole only if both runs were";
+    EXPECT_EQ(At(115, 1), 5.0F + 3.0F);
+    EXPECT_EQ(At(115, 5), 1010.0F);
+    EXPECT_EQ(Flag(115), 0) << "whole only if both runs were";
     values[1].Integrated = 4;
     values[5].Integrated = 1020;
     SaveAt(10, 30, 20);
-    b = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(GetF32(b, Slot(116, 1)), 2.0F + 4.0F);
-    EXPECT_EQ(GetF32(b, Slot(116, 5)), 1020.0F);
-    EXPECT_EQ(Get16(b, Slot(116)), 1);
+    EXPECT_EQ(At(116, 1), 2.0F + 4.0F);
+    EXPECT_EQ(At(116, 5), 1020.0F);
+    EXPECT_EQ(Flag(116), 1);
     // Past the repeated time, records are written afresh again.
+    std::string b = Stored();
     PutF32(b, Slot(117, 1), 99.0F);
     WriteBytes(StorePath("2403"), b);
     values[1].Integrated = 7;
     SaveAt(11, 0, 20);
-    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), Slot(117, 1)), 7.0F);
+    EXPECT_EQ(At(117, 1), 7.0F);
     EXPECT_EQ(LogLines(), 0);
 }
 
@@ -286,16 +283,15 @@ TEST_F(StoreFileTest, AClockSetOnSavesThePeriodThatRan)
     // Late in the last second before the step, which a time of day would round up to 01:00:00.
     state.ClockStepFrom = MakeDateTime(2024, 3, 3, 0, 59, 59) + 0.7 / 86400;
     SaveAt(2, 0, 25);
-    std::string b = ReadBytes(StorePath("2403"));
-    EXPECT_EQ(GetF32(b, Slot(97, 1)), 6.0F);
-    EXPECT_EQ(GetF32(b, Slot(99, 1)), 0.0F);
-    EXPECT_NE(ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini").find("PeakTime=Mar 03, 24. 01:00"),
-              std::string::npos);
+    const std::string b = Stored();
+    EXPECT_EQ(At(97, 1), 6.0F);
+    EXPECT_EQ(At(99, 1), 0.0F);
+    EXPECT_NE(Ini().find("PeakTime=Mar 03, 24. 01:00"), std::string::npos);
 
     values[1].Integrated = 1;
     state.ClockStepFrom = MakeDateTime(2024, 3, 3, 2, 5, 0);
     SaveAt(2, 10, 0);  // on by five minutes, still in period 5
-    EXPECT_EQ(ReadBytes(StorePath("2403")), b);
+    EXPECT_EQ(Stored(), b);
     EXPECT_EQ(state.ClockStepFrom, 0);
     EXPECT_EQ(values[1].Integrated, 1.0F);
 }
@@ -312,7 +308,7 @@ TEST_F(StoreFileTest, DemoTouchesNoFileButKeepsPeaksAndResets)
     EXPECT_FALSE(fs::exists(StorePath("2403")));
     EXPECT_EQ(values[1].Integrated, 0.0F);
     EXPECT_EQ(values[5].Integrated, 0.0F);
-    const std::string ini = ReadBytes(Drive() / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini");
+    const std::string ini = Ini();
     EXPECT_NE(ini.find("1PeakValue=42"), std::string::npos) << ini;
     EXPECT_NE(ini.find("1PeakTime=Mar 03, 24. 10:00"), std::string::npos) << ini;
 }
@@ -327,7 +323,7 @@ TEST_F(StoreFileTest, PeriodOfTheLastDayGoesIntoItsOwnMonth)
     Save(MakeDateTime(2024, 4, 1, 0, 0, 20));
     ASSERT_TRUE(fs::exists(StorePath("2403")));
     ASSERT_TRUE(fs::exists(StorePath("2404")));
-    const std::string march = ReadBytes(StorePath("2403"));
+    const std::string march = Stored();
     EXPECT_EQ(Get16(march, Slot(31 * 48 - 1)), 1);
     EXPECT_EQ(GetF32(march, Slot(31 * 48 - 1, 1)), 31.5F);
     const std::string april = ReadBytes(StorePath("2404"));
@@ -339,54 +335,36 @@ TEST_F(StoreFileTest, PeriodOfTheLastDayGoesIntoItsOwnMonth)
     EXPECT_EQ(LogLines(), 0);
 }
 
-TEST_F(StoreFileTest, BackupIsAWholeCopyOrNone)
+// A failed backup copy or an unwritable store folder loses nothing saved: one line each, and the
+// scan goes on.
+TEST_F(StoreFileTest, BackupAndSaveFaultsLoseNothingSaved)
 {
     StartMarch();
-    fs::create_directories(Drive() / "Backup");
+    fs::create_directories(drive / "Backup");
     settings.BackupDir = "C:\\Backup";
     values[1].Integrated = 3;
     SaveAt(10, 0, 20);
-    EXPECT_EQ(ReadBytes(Drive() / "Backup" / "Vtrs2403.lum"), ReadBytes(StorePath("2403")));
-    EXPECT_EQ(std::distance(fs::directory_iterator(Drive() / "Backup"), fs::directory_iterator{}), 1);
+    EXPECT_EQ(ReadBytes(drive / "Backup" / "Vtrs2403.lum"), Stored());
+    EXPECT_EQ(std::distance(fs::directory_iterator(drive / "Backup"), fs::directory_iterator{}), 1);
 
-    // The backup folder vanishes: the store file is still saved, one line says the copy failed.
-    fs::remove_all(Drive() / "Backup");
+    fs::remove_all(drive / "Backup");
     values[1].Integrated = 4;
     SaveAt(10, 30, 20);
-    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), Slot(116, 1)), 4.0F);
+    EXPECT_EQ(At(116, 1), 4.0F);
     EXPECT_EQ(LogLines(), 1);
     EXPECT_EQ(LogLinesWith("BackupStoreFile, Error 76/ Path not found"), 1) << LogText();
-
-    // No backup folder set: nothing is copied.
+    settings.BackupDir = "";
     EXPECT_FALSE(BackupStoreFile(settings.StoreFilePath, "").Failed());
-}
 
-// The file cannot be opened for writing: nothing saved is lost, one line is logged, the scan goes on.
-TEST_F(StoreFileTest, UnwritableStoreFileIsLeftAsItWas)
-{
-    StartMarch();
-    values[1].Integrated = 9;
-    SaveAt(10, 0, 20);
-    const std::string saved = ReadBytes(StorePath("2403"));
     // The "\Voltaris" folder replaced by a file: nothing can be opened there.
+    const std::string saved = Stored();
     fs::rename(DataFolder() / "Voltaris", DataFolder() / "Voltaris.moved");
     WriteBytes(DataFolder() / "Voltaris", "not a folder");
     values[1].Integrated = 10;
-    SaveAt(10, 30, 20);
-    EXPECT_EQ(LogLinesWith("HalfHourSave, Error"), 1);
-    EXPECT_EQ(ReadBytes(DataFolder() / "Voltaris.moved" / "Vtrs2403.lum"), saved);
-    EXPECT_EQ(state.LastSavedPeriod, 22) << "the scan carries on";
-
-    // A read-only file (root writes through mode bits, so there the test is skipped).
-    fs::remove(DataFolder() / "Voltaris");
-    fs::rename(DataFolder() / "Voltaris.moved", DataFolder() / "Voltaris");
-    if (::geteuid() == 0)
-        GTEST_SKIP() << "running as root: read-only mode bits cannot be tested";
-    fs::permissions(StorePath("2403"), fs::perms::owner_read | fs::perms::group_read);
     SaveAt(11, 0, 20);
-    EXPECT_EQ(LogLinesWith("HalfHourSave, Error 70/ Permission denied"), 1);
-    EXPECT_EQ(LogLines(), 2);
-    EXPECT_EQ(ReadBytes(StorePath("2403")), saved);
+    EXPECT_EQ(LogLinesWith("HalfHourSave, Error"), 1) << LogText();
+    EXPECT_EQ(ReadBytes(DataFolder() / "Voltaris.moved" / "Vtrs2403.lum"), saved);
+    EXPECT_EQ(state.LastSavedPeriod, 23);
 }
 
 TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)
@@ -408,61 +386,25 @@ TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)
     setup.CenterCount = 30;
     setup.TagCount = 168;
     values[1].Integrated = 2;
-    const std::string before = ReadBytes(StorePath("2403"));
+    const std::string before = Stored();
     {
         StoreFile file;
         ASSERT_FALSE(file.Open(LocalPath(settings.StoreFilePath).string()).Failed());
         StoreContext c = Context();
         UpdateSetupData(c, file);  // dimensions differ: nothing written
     }
-    EXPECT_EQ(ReadBytes(StorePath("2403")), before);
+    EXPECT_EQ(Stored(), before);
     SaveAt(10, 0, 20);
-    const std::string after = ReadBytes(StorePath("2403"));
+    const std::string after = Stored();
     EXPECT_EQ(GetF32(after, static_cast<std::size_t>(dataStart10 - 1 + 115 * 804 + 2)), 2.0F);
 
     // A file with other periods per day than memory is refused, not scribbled over.
     setup.PeriodsPerDay = 96;
     state.LastSavedPeriod = 0;
     SaveAt(11, 0, 20);
-    EXPECT_EQ(ReadBytes(StorePath("2403")), after);
+    EXPECT_EQ(Stored(), after);
     EXPECT_EQ(LogLinesWith("HalfHourSave, Error 59/ Bad record length"), 1);
     EXPECT_EQ(LogLines(), 1);
-}
-
-TEST_F(StoreFileTest, StoreFilesTheMonitorCannotUseEndIt)
-{
-    WriteMtg(StandardMtg(48));
-    std::string header(300, '\0');
-    Put16(header, 60, 200);
-    Put16(header, 66, 30);
-    WriteBytes(StorePath("2403"), header);
-    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::ProgramEnds);
-    ASSERT_EQ(view.messages.size(), 1u);
-    EXPECT_EQ(view.messages[0].title, "Error in Store File");
-    EXPECT_EQ(view.messages[0].icon, MessageIcon::Critical);
-    const std::string path = "c:\\telvane\\job1\\data\\voltaris\\vtrs2403.lum";
-    EXPECT_EQ(view.messages[0].text,
-              "WARNING!!!\r\n\r\nStore file " + path +
-                  "\r\nhas in incorrect setting for demand periods per day\r\nThe store file is set to 30 periods "
-                  "per day.\r\n\r\nThe options are either 24, 48 or 96 periods per day.\r\n\r\nTo remedy this we "
-                  "recommend that you delete the store file\r\n" +
-                  path + "\r\nand check the setting in the Voltaris Setup program.");
-    EXPECT_TRUE(view.ended);
-    EXPECT_EQ(ReadBytes(StorePath("2403")), header);
-
-    view = RecordingView{};
-    Put16(header, 66, 96);
-    Put16(header, 60, 12);
-    Put16(header, 74, 10);  // 12 - 2 - 10 = 0 tags
-    WriteBytes(StorePath("2403"), header);
-    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::ProgramEnds);
-    ASSERT_EQ(view.messages.size(), 1u);
-    EXPECT_EQ(view.messages[0].title, "Error - Voltaris Monitor");
-    EXPECT_EQ(view.messages[0].icon, MessageIcon::None);
-    EXPECT_EQ(view.messages[0].text,
-              "There are no valid tags in the store file!\r\n\r\nRecommend that you delete the existing store "
-              "file\r\nand then restart the Voltaris Monitor");
-    EXPECT_TRUE(view.ended);
 }
 
 // An existing file whose header cannot be right ends the monitor at its check, the way wrong
@@ -472,7 +414,7 @@ TEST_F(StoreFileTest, DamagedHeaderEndsTheMonitorAndNamesTheField)
     StartMarch();
     values[1].Integrated = 5;
     SaveAt(10, 0, 20);
-    std::string bytes = ReadBytes(StorePath("2403"));
+    std::string bytes = Stored();
     Put16(bytes, 60, 32767);  // tag slots
     WriteBytes(StorePath("2403"), bytes);
     view = RecordingView{};
@@ -488,21 +430,7 @@ TEST_F(StoreFileTest, DamagedHeaderEndsTheMonitorAndNamesTheField)
                                          "delete the store file\r\n" +
                                          path + "\r\nor put back its copy from the backup folder.");
     EXPECT_TRUE(view.ended);
-    EXPECT_EQ(ReadBytes(StorePath("2403")), bytes);
-
-    // A tag-slot count the tables could hold, but not the one the file was laid out with.
-    Put16(bytes, 60, 190);
-    WriteBytes(StorePath("2403"), bytes);
-    view = RecordingView{};
-    EXPECT_EQ(Start(MakeDateTime(2024, 3, 3, 10, 40, 0)), SetupLoadResult::ProgramEnds);
-    ASSERT_EQ(view.messages.size(), 1u);
-    EXPECT_NE(view.messages[0].text.find("Its TagDataStart (byte 105) is " +
-                                         std::to_string(ExpectTagDataStart(1, 2, 20, 200)) +
-                                         ", where its dimensions give " +
-                                         std::to_string(ExpectTagDataStart(1, 2, 20, 190)) + "."),
-              std::string::npos)
-        << view.messages[0].text;
-    EXPECT_EQ(ReadBytes(StorePath("2403")), bytes);
+    EXPECT_EQ(Stored(), bytes);
 }
 
 TEST_F(StoreFileTest, HeaderDamageFieldByField)
@@ -536,6 +464,8 @@ TEST_F(StoreFileTest, HeaderDamageFieldByField)
         {[](StoreHeader& h) { h.CenterCount = -3; }, "CenterCount", 74, -3},
         {[](StoreHeader& h) { h.DataStart += 1; }, "DataStart", 109, good.DataStart + 1},
         {[](StoreHeader& h) { h.TagDataStart = 0; }, "TagDataStart", 105, 0},
+        // Slots the tables could hold, but not the count the file was laid out with.
+        {[](StoreHeader& h) { h.MaxTags = 190; }, "TagDataStart", 105, good.TagDataStart},
         {[](StoreHeader& h) { h.PeriodsPerDay = 96; }, "DataStart", 109, good.DataStart},  // a longer block a tag
     };
     for (const Case& c : cases) {
@@ -575,7 +505,7 @@ TEST_F(StoreFileTest, RecordsReadAndWrittenInABatch)
     EXPECT_EQ(file.ReadRecord(layout.Value, 31 * 96, flag, got, 3).Number, ErrBadRecordNumber);
     EXPECT_EQ(file.ReadRecord(layout.Value, -1, flag, got, 3).Number, ErrBadRecordNumber);
     EXPECT_EQ(file.ReadRecord(layout.Value, 0, flag, got, 201).Number, ErrBadRecordLength);
-    EXPECT_EQ(GetF32(ReadBytes(StorePath("2403")), Slot(2975, 1)), 2975.0F);
+    EXPECT_EQ(At(2975, 1), 2975.0F);
 }
 
 } // namespace

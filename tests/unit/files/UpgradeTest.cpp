@@ -22,10 +22,9 @@ protected:
         fs::create_directories(SetupDir());
         fs::create_directories(Windows());
     }
-    fs::path Drive() const { return root / "prefix" / "drives" / "c"; }
-    fs::path SetupDir() const { return Drive() / "Telvane" / "Job1" / "Setup"; }
+    fs::path SetupDir() const { return drive / "Telvane" / "Job1" / "Setup"; }
     fs::path Windows() const { return root / "prefix" / "windows"; }
-    fs::path BackupList() const { return Drive() / "Telvane" / "VbBackup.txt"; }
+    fs::path BackupList() const { return drive / "Telvane" / "VbBackup.txt"; }
     fs::path Ini() const { return SetupDir() / "VoltarisSetup.ini"; }
     static constexpr const char* IniText = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
     std::string Setting(const char* section, const char* key) const
@@ -36,23 +35,6 @@ protected:
 
     TestHost host;
 };
-
-TEST_F(UpgradeTest, PropertiesDefaultToTheJobSetupFolder)
-{
-    clsVoltarisUpgrade upgrade(&host);
-    EXPECT_EQ(upgrade.SetupIniFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini");
-    EXPECT_EQ(upgrade.SetupMonitorFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisMonitor.mtg");
-    EXPECT_EQ(upgrade.SetupControllerFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisControl.set");
-    EXPECT_EQ(upgrade.SetupTargetFile(), "C:\\Telvane\\Job1\\Setup\\VoltarisTarget.dat");
-    upgrade.SetupTargetFile("D:\\x.dat");
-    EXPECT_EQ(upgrade.SetupTargetFile(), "D:\\x.dat");
-
-    clsVoltarisUpgrade none(nullptr);
-    EXPECT_EQ(none.SetupIniFile(), "\\VoltarisSetup.ini");
-    WriteBytes(Windows() / "Voltaris.ini", "[general]\r\n");
-    none.Update();
-    EXPECT_TRUE(fs::exists(Windows() / "Voltaris.ini"));
-}
 
 TEST_F(UpgradeTest, OldSettingsFileMovesOnceAndLosesObsoleteSections)
 {
@@ -121,12 +103,12 @@ TEST_F(UpgradeTest, ControllerAndTargetFiles)
 {
     WriteBytes(Ini(), "[general]\r\n");
     WriteBytes(SetupDir() / "VOLTAC~1.SET", "controller");
-    WriteBytes(Drive() / "Telvane" / "vtTarget.dat", "target");
+    WriteBytes(drive / "Telvane" / "vtTarget.dat", "target");
     Run();
     EXPECT_EQ(ReadBytes(SetupDir() / "VoltarisControl.set"), "controller");
     EXPECT_EQ(Setting("Controller", "SetupFile"), "C:\\Telvane\\Job1\\Setup\\VoltarisControl.set");
     EXPECT_EQ(ReadBytes(SetupDir() / "VoltarisTarget.dat"), "target");
-    EXPECT_FALSE(fs::exists(Drive() / "Telvane" / "vtTarget.dat"));
+    EXPECT_FALSE(fs::exists(drive / "Telvane" / "vtTarget.dat"));
     // Lines already in the list are kept in lower case.
     EXPECT_EQ(ReadBytes(BackupList()),
               "c:\\telvane\\job1\\setup\\voltariscontrol.set\r\nC:\\Telvane\\Job1\\Setup\\VoltarisTarget.dat\r\n");
@@ -146,7 +128,7 @@ TEST_F(UpgradeTest, BackupListOnlyForAGeneration4Host)
 
 TEST_F(UpgradeTest, BackupListKeepsExistingFilesAndReplacesTheSameName)
 {
-    WriteBytes(Drive() / "Data" / "Keep.DAT", "x");
+    WriteBytes(drive / "Data" / "Keep.DAT", "x");
     WriteBytes(BackupList(),
                "C:\\Gone\\Missing.txt\r\n"
                "C:\\Data\\Keep.DAT\r\n"

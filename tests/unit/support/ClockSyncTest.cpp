@@ -1,7 +1,7 @@
-// PC clock synchronisation on the simulated clock: the hour pulse, the windows around the full hour,
-// the year's end, the clock log line, readings that are not pulses, and a refused clock change.
+// PC clock synchronisation on the simulated clock.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -11,6 +11,7 @@
 #include "platform/DateSerial.h"
 #include "platform/Paths.h"
 #include "platform/Programs.h"
+#include "support/VbDate.h"
 #include "support/Log.h"
 #include "support/clsClockSync.h"
 
@@ -46,14 +47,6 @@ protected:
     }
     std::string ClockLog() const { return TempPrefix::Read(LocalPath(sync.ClockLogFile())); }
 
-    // Arms the detection with reading, then changes the tag to next and updates once.
-    double Pulse(float reading, float next) {
-        tag.Reading = reading;
-        sync.Update();
-        tag.Reading = next;
-        return sync.Update();
-    }
-
     TempPrefix prefix;
     HourTag tag;
     clsClockSync sync;
@@ -68,7 +61,8 @@ TEST_F(ClockSyncTest, SettingsAndOffState) {
     for (int32_t value : {0, 1025, -3}) {
         sync.InputTag(value);
         EXPECT_EQ(sync.InputTag(), 0);
-        EXPECT_EQ(Pulse(5, 6), 0);
+        tag.Reading = value;
+        EXPECT_EQ(sync.Update(), 0);
     }
     EXPECT_TRUE(tag.Asked.empty());
     sync.Offset(500);
@@ -77,43 +71,53 @@ TEST_F(ClockSyncTest, SettingsAndOffState) {
     EXPECT_EQ(sync.Offset(), 0);
 }
 
-TEST_F(ClockSyncTest, PulseSoonAfterTheHourSetsTheClockBack) {
-    At(2026, 11, 19, 10, 3, 20);
-    sync.InputTag(12);
-    tag.Reading = 5;
-    EXPECT_EQ(sync.Update(), 0);  // the first reading only arms the detection
-    EXPECT_EQ(sync.LastPulseReading(), 5.0f);
-    EXPECT_TRUE(NowIs(2026, 11, 19, 10, 3, 20));
-
-    tag.Reading = 6;
-    EXPECT_EQ(sync.Update(), -(3 * 60 + 20));
-    EXPECT_TRUE(NowIs(2026, 11, 19, 10, 0, 0));
-    EXPECT_EQ(tag.Asked, (std::vector<int32_t>{11, 11}));
-    EXPECT_EQ(ClockLog(),
-              "Adjust PC Clock. Before = Nov 19, 2026. 10:03:20. After = Nov 19, 2026. 10:00:00. (-200secs).\r\n");
-}
-
-TEST_F(ClockSyncTest, PulseShortlyBeforeTheHourSetsTheClockForward) {
-    At(2026, 11, 19, 9, 57, 10);
-    sync.InputTag(1);
-    sync.Offset(30);
-    EXPECT_EQ(Pulse(1, 2), (2 * 60 + 50) + 30);
-    EXPECT_TRUE(NowIs(2026, 11, 19, 10, 0, 30));
-}
-
-TEST_F(ClockSyncTest, PulseBeforeMidnightOfTheYearsEndMovesDateAndTime) {
-    At(2026, 12, 31, 23, 58, 0);
-    sync.InputTag(1024);
-    EXPECT_EQ(Pulse(7, 8), 120);
-    EXPECT_TRUE(NowIs(2027, 1, 1, 0, 0, 0));
-    EXPECT_EQ(ClockLog(),
-              "Adjust PC Clock. Before = Dec 31, 2026. 23:58:00. After = Jan 01, 2027. 00:00:00. (120secs).\r\n");
+TEST_F(ClockSyncTest, PulseWithinFiveMinutesOfTheHourMovesTheClockToIt) {
+    struct Case {
+        DateTime at;
+        int32_t input, offset;
+        double moved;
+        DateTime after;
+    };
+    const Case cases[] = {
+        {MakeDateTime(2026, 11, 19, 10, 3, 20), 12, 0, -200, MakeDateTime(2026, 11, 19, 10, 0, 0)},
+        {MakeDateTime(2026, 11, 19, 9, 57, 10), 1, 30, 200, MakeDateTime(2026, 11, 19, 10, 0, 30)},
+        {MakeDateTime(2026, 12, 31, 23, 58, 0), 1024, 0, 120, MakeDateTime(2027, 1, 1, 0, 0, 0)},
+        {MakeDateTime(2026, 11, 19, 10, 5, 59), 1, 0, -359, MakeDateTime(2026, 11, 19, 10, 0, 0)},
+        {MakeDateTime(2026, 11, 19, 10, 6, 0), 1, 0, 0, MakeDateTime(2026, 11, 19, 10, 6, 0)},
+        {MakeDateTime(2026, 11, 19, 10, 54, 59), 1, 0, 0, MakeDateTime(2026, 11, 19, 10, 54, 59)},
+        {MakeDateTime(2026, 11, 19, 10, 55, 0), 1, 0, 300, MakeDateTime(2026, 11, 19, 11, 0, 0)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(LogStamp(c.at));
+        ASSERT_FALSE(ClockSimulate(c.at, 1e-9));
+        clsClockSync s;
+        s.SetTagReading(tag.Call());
+        s.InputTag(c.input);
+        s.Offset(c.offset);
+        tag.Asked.clear();
+        tag.Reading = 5;
+        EXPECT_EQ(s.Update(), 0);  // the first reading only arms the detection
+        EXPECT_EQ(s.LastPulseReading(), 5.0f);
+        tag.Reading = 6;
+        EXPECT_EQ(s.Update(), c.moved);
+        EXPECT_NEAR(ClockNow(), c.after, 0.01 / 86400);
+        EXPECT_EQ(tag.Asked, std::vector<int32_t>(2, c.input - 1));
+    }
+    const std::string log = ClockLog();
+    for (const char* line :
+         {"Adjust PC Clock. Before = Nov 19, 2026. 10:03:20. After = Nov 19, 2026. 10:00:00. (-200secs).\r\n",
+          "Adjust PC Clock. Before = Dec 31, 2026. 23:58:00. After = Jan 01, 2027. 00:00:00. (120secs).\r\n"})
+        EXPECT_NE(log.find(line), std::string::npos) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 5);
 }
 
 TEST_F(ClockSyncTest, ChangesThatAreNoPulseOrFarFromTheHourAreOnlyRemembered) {
     sync.InputTag(3);
     At(2026, 11, 19, 10, 30, 0);
-    EXPECT_EQ(Pulse(5, 6), 0);  // mid-hour
+    tag.Reading = 5;
+    sync.Update();
+    tag.Reading = 6;
+    EXPECT_EQ(sync.Update(), 0);  // mid-hour
     EXPECT_EQ(sync.LastPulseReading(), 6.0f);
     EXPECT_TRUE(NowIs(2026, 11, 19, 10, 30, 0));
 
@@ -140,25 +144,14 @@ TEST_F(ClockSyncTest, RefusedClockChangeIsLoggedAndReportsNoMove) {
         return VbError(ErrPermissionDenied);
     });
     sync.InputTag(12);
-    EXPECT_EQ(Pulse(5, 6), 0);
+    tag.Reading = 5;
+    sync.Update();
+    tag.Reading = 6;
+    EXPECT_EQ(sync.Update(), 0);
     ASSERT_EQ(asked.size(), 1u);
     EXPECT_NEAR(asked[0], MakeDateTime(2026, 11, 19, 10, 0, 0), 0.01 / 86400);
     EXPECT_EQ(sync.LastPulseReading(), 6.0f);
     EXPECT_EQ(ClockLog(), "");
     const std::string errors = TempPrefix::Read(LocalPath(clsLog().ErrFile()));
     EXPECT_NE(errors.find("clsClockSync,Update,,70,Permission denied"), std::string::npos) << errors;
-}
-
-TEST_F(ClockSyncTest, WindowIsFiveMinutesEitherSideOfTheHour) {
-    sync.InputTag(1);
-    struct Case {
-        int minute, second;
-        double moved;
-    };
-    float reading = 1;
-    for (const Case& c : {Case{5, 59, -(5 * 60 + 59)}, Case{6, 0, 0}, Case{54, 59, 0}, Case{55, 0, 5 * 60}}) {
-        At(2026, 11, 19, 10, c.minute, c.second);
-        EXPECT_EQ(Pulse(reading, reading + 1), c.moved) << c.minute << ":" << c.second;
-        reading += 1;  // arming with the last reading is no pulse
-    }
 }

@@ -74,21 +74,6 @@ TEST_F(HelperClassesTest, SetIniWritesEmptyValuesAndKeepsTheRest) {
     EXPECT_FALSE(fs::exists(root / "no"));
 }
 
-TEST_F(HelperClassesTest, WinIniReadsTheSystemProfile) {
-    Write(SystemProfilePath(), "[TelvnV5]\r\ndirectory=C:\\Telvane\r\n[telvold]\r\nname1=" +
-                                   std::string(300, 'j') + "\r\n");
-    EXPECT_EQ(At("", "telvnv5", "DIRECTORY").GetWinIni(), "C:\\Telvane");
-    EXPECT_EQ(At("", "telvold", "name1").GetWinIni(), std::string(255, 'j'));
-    EXPECT_EQ(At("", "", "name1").GetWinIni(), "");
-}
-
-TEST_F(HelperClassesTest, TrimNull) {
-    using namespace std::string_literals;
-    for (auto [in, out] : {std::pair{"abc\0def"s, "abc"}, {"  a b  \0  "s, "a b"}, {"\tx \0"s, "\tx"}, {"abc"s, ""},
-                           {"\0abc"s, ""}, {"   \0"s, ""}})
-        EXPECT_EQ(clsAPI().TrimNull(in), out) << in;
-}
-
 TEST_F(HelperClassesTest, ShellExecuteStartsAProgramWithItsParameters) {
     const fs::path marker = root / "started.txt";
     const fs::path script = root / "program" / "report.sh";

@@ -30,22 +30,13 @@ protected:
     TempPrefix prefix;
 };
 
-TEST_F(LogTest, GenerationNamesAndTheMainLogLine) {
-    EXPECT_EQ(GenerationName("/p/voltamon.log", 4, GenerationNaming::AtNumber), "/p/voltamon.@04");
-    EXPECT_EQ(GenerationName("C:\\x\\vtcsvlog.log", 5, GenerationNaming::AtNumber), "C:\\x\\vtcsvlog.@05");
-    EXPECT_EQ(GenerationName("/p/voltamon.err", 1, GenerationNaming::LastCharNumber), "/p/voltamon.er1");
-    EXPECT_EQ(GenerationName("/p/clock.log", 2, GenerationNaming::LastCharNumber), "/p/clock.lo2");
-    // Stamp, separator and CR LF.
+// Stamp, separator and CR LF; an error report is kept and logged in the "Procedure, Error n/ text" form.
+TEST_F(LogTest, MainLogLinesAndErrorReports) {
     AddToLog("hello");
-    AddToLog("second");
-    EXPECT_EQ(TempPrefix::Read(Program("voltamon.log")), "05/11/26 14:07:09 - hello\r\n05/11/26 14:07:09 - second\r\n");
-}
-
-TEST_F(LogTest, ErrorReportIsKeptAndLogged) {
     ReportError("GetIniData", VbError(13));
     EXPECT_EQ(LastErrorText, "GetIniData, Error 13/ Type mismatch");
     EXPECT_EQ(TempPrefix::Read(Program("voltamon.log")),
-              "05/11/26 14:07:09 - GetIniData, Error 13/ Type mismatch\r\n");
+              "05/11/26 14:07:09 - hello\r\n05/11/26 14:07:09 - GetIniData, Error 13/ Type mismatch\r\n");
     EXPECT_EQ(ClassErrorReport("clsMisc", "CenterForm", VbError(5)),
               "clsMisc,CenterForm,,5,Invalid procedure call or argument");
 }
@@ -74,16 +65,6 @@ TEST_F(LogTest, MainLogAtLimitAppendsAndOneByteOverRotatesEveryGeneration) {
     AddToLog("x");
     EXPECT_EQ(fs::file_size(generation(1)), 1300000u);
     for (int n = 2; n <= 5; ++n) EXPECT_FALSE(fs::exists(generation(n))) << n;
-}
-
-TEST_F(LogTest, CsvRuleKeepsFiveGenerationsAtItsOwnLimit) {
-    const std::string file = (prefix.ProgramDir() / "vtcsvlog.log").string();
-    TempPrefix::Write(file, std::string(600001, 'c'));
-    for (int i = 1; i <= 4; ++i) TempPrefix::Write(GenerationName(file, i, GenerationNaming::AtNumber), std::to_string(i));
-    ASSERT_FALSE(RotatingAppend(file, "line", CsvLogRotation).Failed());
-    EXPECT_EQ(TempPrefix::Read(file), "line\r\n");
-    EXPECT_EQ(TempPrefix::Read(GenerationName(file, 5, GenerationNaming::AtNumber)), "4");
-    EXPECT_EQ(TempPrefix::Read(GenerationName(file, 2, GenerationNaming::AtNumber)), "1");
 }
 
 TEST_F(LogTest, ClsLogErrorFileIsLowerCaseAndRotatesToEr1) {
