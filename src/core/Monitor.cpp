@@ -1,5 +1,7 @@
 #include "core/Monitor.h"
 
+#include <chrono>
+
 #include "core/MonitorTimer.h"
 #include "core/ScanContext.h"
 #include "host/DdeLinkLabel.h"
@@ -14,7 +16,10 @@ Monitor::Monitor(MonitorView& view, SocketTrace& trace)
       folders_(Host),
       tagAccess_(Setup, Values),
       sckHost_(std::make_unique<HostSocketServer>(tagAccess_, trace_)),
-      timer1_(std::make_unique<MonitorTimer>([this] { Timer1_Timer(); })) {}
+      timer1_(std::make_unique<MonitorTimer>([this] { Timer1_Timer(); })),
+      steadySeconds_([] {
+          return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+      }) {}
 
 Monitor::~Monitor() {
     StopTimer();

@@ -1,6 +1,5 @@
 // Timer1: once a second the date and time, the host watch, the clock and watchdog, the countdown,
 // and when it reaches zero one scan.
-#include <chrono>
 #include <cmath>
 
 #include "core/InputGeneral.h"
@@ -36,10 +35,6 @@ private:
     bool& busy_;
 };
 
-double SteadySeconds() {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
-
 }  // namespace
 
 void Monitor::Timer1_Timer() {
@@ -49,18 +44,16 @@ void Monitor::Timer1_Timer() {
 }
 
 DateTime Monitor::ReadClock() {
-    // The speed first: reading it refreshes what the clock knows of a simulated clock's state.
-    const double speed = ClockSpeed();
-    const DateTime now = ClockNow();
-    const double steady = steadySeconds_ ? steadySeconds_() : SteadySeconds();
-    if (const double step = clockSteps_.Step(now, steady, speed); step != 0) OnClockStep(step);
-    clockSteps_.Mark(now, steady, speed);
-    return now;
+    const ClockReading clock = ClockRead();
+    const double steady = steadySeconds_();
+    if (const double step = clockSteps_.Step(clock.Now, steady, clock.Speed); step != 0) OnClockStep(step);
+    clockSteps_.Mark(clock.Now, steady, clock.Speed);
+    return clock.Now;
 }
 
 void Monitor::MarkClock() {
-    const double speed = ClockSpeed();
-    clockSteps_.Mark(ClockNow(), steadySeconds_ ? steadySeconds_() : SteadySeconds(), speed);
+    const ClockReading clock = ClockRead();
+    clockSteps_.Mark(clock.Now, steadySeconds_(), clock.Speed);
 }
 
 void Monitor::Tick() {

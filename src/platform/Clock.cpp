@@ -341,7 +341,7 @@ double UnixFromLocalDateTime(DateTime value) {
     return static_cast<double>(seconds) + static_cast<double>(ms % 1000) / 1000.0;
 }
 
-DateTime ClockNow() {
+ClockReading ClockRead() {
     StateCache& cache = Cache();
     std::optional<SimulatedClock> state;
     {
@@ -350,8 +350,11 @@ DateTime ClockNow() {
                            cache.checkedGeneration == PrefixGeneration();
         state = fresh ? cache.state : CurrentState(cache);
     }
-    return state ? SimulatedNow(*state) : LocalDateTimeFromUnix(RealUnixNow());
+    if (state) return {SimulatedNow(*state), state->Speed};
+    return {LocalDateTimeFromUnix(RealUnixNow()), 1.0};
 }
+
+DateTime ClockNow() { return ClockRead().Now; }
 
 VbError ClockSet(DateTime localDateTime) {
     if (!InDateRange(localDateTime)) return VbError(ErrInvalidCall);
@@ -401,12 +404,7 @@ bool ClockIsSimulated() {
     return CurrentState(cache).has_value();
 }
 
-double ClockSpeed() {
-    StateCache& cache = Cache();
-    std::lock_guard<std::mutex> guard(cache.lock);
-    std::optional<SimulatedClock> state = CurrentState(cache);
-    return state ? state->Speed : 1.0;
-}
+double ClockSpeed() { return ClockRead().Speed; }
 
 int64_t CoarseMonotonicMs() {
     timespec now{};

@@ -7,7 +7,13 @@
 #include "platform/DateSerial.h"
 #include "platform/VbError.h"
 
-// Now, as a local date-time, from the prefix's clock (simulated when one is set).
+// Now, as a local date-time, from the prefix's clock (simulated when one is set), and how fast
+// that clock runs, both from one look at its state.
+struct ClockReading {
+    DateTime Now = 0;
+    double Speed = 1;  // 1 for the real clock
+};
+ClockReading ClockRead();
 DateTime ClockNow();
 // Sets the local date and time of the PC clock. Simulated: moves the simulated clock, keeping its speed.
 // Real: sets the system clock; a refusal (no privilege) gives error 70.
