@@ -33,7 +33,7 @@ void Monitor::StartReportProgram() {
 }
 
 void Monitor::ViewLog() {
-    TrapErrors("mnuO_ViewLog_Click", [] { clsAPI().MyShellExecute(ProgramFolder() + "\\voltamon.log"); });
+    TrapErrors("mnuO_ViewLog_Click", [] { clsAPI().MyShellExecute(LogFolder() + "\\voltamon.log"); });
 }
 
 AboutInfo Monitor::About() const {

@@ -49,7 +49,7 @@ std::string LastLineText(const std::string& path)
 
 } // namespace
 
-std::string CsvImportFolder() { return PathJoin(ProgramFolder(), "vtcsvlog"); }
+std::string CsvImportFolder() { return PathJoin(LogFolder(), "vtcsvlog"); }
 
 std::string CsvLogPath() { return LCase(PathJoin(CsvImportFolder(), "vtcsvlog.log")); }
 

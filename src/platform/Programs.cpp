@@ -193,21 +193,8 @@ bool HasDisplay() {
 
 }  // namespace
 
-// Where the program folder is not the program file's own (an installed, read-only program), the
-// programs started from the program folder are the ones installed beside the program file.
-static std::optional<fs::path> FindBesideProgramFile(std::string_view pathText) {
-    const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
-    if (given && *given) return std::nullopt;  // a program folder given is the only place
-    const fs::path path = LocalPath(pathText);
-    const std::string ownFolder = fs::path(ProgramFilePath()).parent_path().string();
-    if (ownFolder.empty() || path.parent_path() != fs::path(ProgramFolder()) || ownFolder == ProgramFolder())
-        return std::nullopt;
-    return ResolveFile(PathJoin(ownFolder, path.filename().string()));
-}
-
 VbError StartProgram(std::string_view pathText, std::string_view parameters, WindowShow show) {
-    std::optional<fs::path> program = FindProgram(pathText);
-    if (!program) program = FindBesideProgramFile(pathText);
+    const std::optional<fs::path> program = FindProgram(pathText);
     if (!program) return VbError(ErrFileNotFound);
     if (::access(program->c_str(), X_OK) != 0) return VbError(ErrInvalidCall);
     return Launch(*program, SplitParameters(parameters), show);
@@ -232,23 +219,39 @@ VbError ShellOpen(std::string_view pathText, std::string_view parameters) {
 }
 
 std::string ProgramFilePath() {
-    std::error_code ec;
-    fs::path self = fs::read_symlink("/proc/self/exe", ec);
-    return ec ? std::string() : self.string();
+    // The program file of a running process does not change: looked up once.
+    static const std::string path = [] {
+        std::error_code ec;
+        const fs::path self = fs::read_symlink("/proc/self/exe", ec);
+        return ec ? std::string() : self.string();
+    }();
+    return path;
 }
 
-std::string ProgramFolder() {
-    const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
-    std::string folder;
-    if (given && *given) {
-        folder = given;
-    } else {
-        folder = fs::path(ProgramFilePath()).parent_path().string();
-        // An installed program's folder is read-only: its logs go to the prefix instead.
-        if (::access(folder.c_str(), W_OK) != 0) folder = FallbackProgramFolder().string();
-    }
+namespace {
+
+std::string WithoutTrailingSeparators(std::string folder) {
     while (folder.size() > 1 && (folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
     return folder;
+}
+
+const char* GivenProgramFolder() {
+    const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
+    return given && *given ? given : nullptr;
+}
+
+}  // namespace
+
+std::string ProgramFolder() {
+    if (const char* given = GivenProgramFolder()) return WithoutTrailingSeparators(given);
+    return WithoutTrailingSeparators(fs::path(ProgramFilePath()).parent_path().string());
+}
+
+std::string LogFolder() {
+    const std::string folder = ProgramFolder();
+    // An installed program's folder is read-only: its logs go to the prefix instead.
+    if (GivenProgramFolder() || ::access(folder.c_str(), W_OK) == 0) return folder;
+    return FallbackProgramFolder().string();
 }
 
 std::filesystem::path FallbackProgramFolder() {

@@ -18,9 +18,12 @@ VbError StartProgram(std::string_view pathText, std::string_view parameters, Win
 VbError ShellOpen(std::string_view pathText, std::string_view parameters);
 
 // The folder of the running program file, or $VOLTARIS_PROGRAM_DIR when set. No trailing separator.
-// When the program file's folder cannot be written (an installed program), the prefix's program/
-// folder instead, so logs always have a place.
+// The programs the monitor starts are found here.
 std::string ProgramFolder();
+// Where the program writes its logs and finds its CSV log folder: the program folder, or when the
+// program file's folder cannot be written (an installed program) the prefix's program/ folder, so
+// logs always have a place.
+std::string LogFolder();
 // <prefix>/program, made when missing.
 std::filesystem::path FallbackProgramFolder();
 // The program file's name without its extension ("voltamon"), or the name set below.

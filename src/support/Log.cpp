@@ -69,7 +69,7 @@ VbError RotatingAppend(std::string_view fileText, std::string_view line, const R
     return WriteFileAtomically(fileText, withEnd);
 }
 
-std::string MainLogPath() { return PathJoin(ProgramFolder(), "voltamon.log"); }
+std::string MainLogPath() { return PathJoin(LogFolder(), "voltamon.log"); }
 
 void SetDebugMode(bool on) { debugMode = on; }
 bool DebugMode() { return debugMode; }
@@ -127,7 +127,7 @@ std::string ClassErrorReport(std::string_view className, std::string_view proced
     return report;
 }
 
-clsLog::clsLog() : errFile_(LCase(PathJoin(ProgramFolder(), ProgramName())) + ".err") {}
+clsLog::clsLog() : errFile_(LCase(PathJoin(LogFolder(), ProgramName())) + ".err") {}
 
 void clsLog::LogError(std::string_view text) const { Log(errFile_, text); }
 

@@ -24,7 +24,7 @@ int64_t WholeSeconds(DateTime value) {
 }  // namespace
 
 clsClockSync::clsClockSync()
-    : clockLogFile_(PathJoin(ProgramFolder(), ProgramName() + "_PC_Clock.log")), clockSet_(&ClockSet) {}
+    : clockLogFile_(PathJoin(LogFolder(), ProgramName() + "_PC_Clock.log")), clockSet_(&ClockSet) {}
 
 double clsClockSync::Update() {
     const DateTime before = ClockNow();

@@ -46,7 +46,7 @@ frmLog::frmLog(QWidget* parent) : QMainWindow(parent, Qt::Window) {
     ResizeWindowTwips(*this, LogStartWidth, LogStartHeight);
 }
 
-std::string frmLog::LogFile() { return PathJoin(ProgramFolder(), ProgramName()) + "_LogForm.txt"; }
+std::string frmLog::LogFile() { return PathJoin(LogFolder(), ProgramName()) + "_LogForm.txt"; }
 
 void frmLog::Form_Load() {
     CenterableWidget centre(*this);

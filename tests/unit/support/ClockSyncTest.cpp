@@ -55,7 +55,7 @@ protected:
 }  // namespace
 
 TEST_F(ClockSyncTest, SettingsAndOffState) {
-    EXPECT_EQ(sync.ClockLogFile(), PathJoin(ProgramFolder(), ProgramName() + "_PC_Clock.log"));
+    EXPECT_EQ(sync.ClockLogFile(), PathJoin(LogFolder(), ProgramName() + "_PC_Clock.log"));
     EXPECT_EQ(sync.LastPulseReading(), -1.0f);
     At(2026, 11, 19, 10, 3, 20);
     for (int32_t value : {0, 1025, -3}) {

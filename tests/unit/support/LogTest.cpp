@@ -70,7 +70,7 @@ TEST_F(LogTest, MainLogAtLimitAppendsAndOneByteOverRotatesEveryGeneration) {
 TEST_F(LogTest, ClsLogErrorFileIsLowerCaseAndRotatesToEr1) {
     clsLog log;
     // Lower case even where the program folder is not: found through the case-blind lookup.
-    EXPECT_EQ(log.ErrFile(), LCase(PathJoin(ProgramFolder(), ProgramName())) + ".err");
+    EXPECT_EQ(log.ErrFile(), LCase(PathJoin(LogFolder(), ProgramName())) + ".err");
 
     TempPrefix::Write(LocalPath(log.ErrFile()), std::string(1200001, 'e'));
     log.LogError("clsMisc,CenterForm,,5,x");
