@@ -1,5 +1,6 @@
 // MQTT sources and publishing against the mosquitto broker on a loopback port: values and JSON
-// fields into points, bad payloads refused, followed points published, the broker restarted.
+// fields into points, bad payloads refused, followed points published, the broker restarted
+// (a device stopped and restarted is seen end to end in MetersRun).
 #include <cstdlib>
 
 #include "DeviceFixture.h"

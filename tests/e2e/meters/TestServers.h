@@ -22,7 +22,7 @@ int FreePort();
 class Child {
 public:
     ~Child() { Stop(); }
-    bool Start(const std::vector<std::string>& argv, bool quiet = false);
+    bool Start(const std::vector<std::string>& argv);
     bool WriteLine(const std::string& line);
     // The next output line, or false after timeout.
     bool ReadLine(std::string& line, std::chrono::milliseconds timeout = std::chrono::seconds(5));

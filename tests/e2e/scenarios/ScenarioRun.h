@@ -5,18 +5,21 @@
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
-#include <chrono>
 #include <filesystem>
-#include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "Spawn.h"
 
 namespace scenario {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
+using e2e::ReadAll;
+using e2e::WaitFor;
 
 struct Result {
     int ExitCode = -1;  // -1: still running at the deadline (then killed)
@@ -29,18 +32,16 @@ struct Result {
 using Seconds = long long;
 Seconds At(int year, int month, int day, int hour, int minute, int second = 0);
 std::string Iso(Seconds value);  // "2026-11-19T10:00:00"
-bool ParseIso(const std::string& text, Seconds& value);
+std::string DateText(Seconds value);  // "2026-11-19"
+Seconds MonthOf(Seconds value);  // its month's first midnight
 // "19/11/26 10:00:00", the stamp of the monitor's logs.
 bool ParseLogStamp(const std::string& text, Seconds& value);
-std::string DateText(Seconds value);  // "2026-11-19"
 
-std::string ReadAll(const fs::path& path);
 void WriteAll(const fs::path& path, const std::string& text);
 // Written under another name and renamed, so a scanning monitor never sees half a file.
 void DropFile(const fs::path& path, const std::string& text);
-std::vector<std::string> Split(const std::string& text, char separator);
-std::vector<std::string> Lines(const std::string& text);  // without CR
-bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout);
+std::vector<std::string> Lines(const std::string& text);  // without CR, nor an empty last line
+int Count(const std::string& text, const std::string& part);
 
 // A V5 host job whose one meter, named name on host tag T1, runs at a constant rate an hour.
 std::string OneMeterSite(const std::string& job, const std::string& name, double rate);
@@ -51,18 +52,20 @@ std::string RateTagSetup(const std::string& name, const std::string& more = "", 
 // One period record of vt-store records: its flag and one value per column of the tags in use.
 struct Record {
     int Flag = -1;
-    std::vector<double> Values;
-    bool Saved = true;  // false: vt-store showed it empty (flag 0, all zeros); read as 0 here
+    std::vector<double> Values;  // an empty record (vt-store shows no flag) reads as flag 0, zeros
 };
+
+using Period = std::pair<std::string, int>;  // (date, period)
 
 struct StoreRecords {
     bool Ok = false;
     std::string Error;
     std::string Heading;               // the first line as vt-store wrote it
     std::vector<std::string> Columns;  // tag names, in tag number order
-    std::map<std::pair<std::string, int>, Record> Rows;  // (date, period)
-    int Column(const std::string& name) const;  // index into Values, -1 when absent
+    std::map<Period, Record> Rows;
     const Record* Find(const std::string& date, int period) const;
+    // Every record but those of saved is empty: flag 0 and zeros.
+    void ExpectEmptyBut(const std::set<Period>& saved) const;
 };
 
 class ScenarioTest : public ::testing::Test {
@@ -71,8 +74,7 @@ protected:
     void TearDown() override;
 
     // A program of the build, waited for up to timeout.
-    Result Run(const std::string& program, const std::vector<std::string>& args,
-               std::chrono::milliseconds timeout = 30s);
+    Result Run(const std::string& program, const std::vector<std::string>& args, std::chrono::milliseconds timeout = 30s);
     Result Host(const std::vector<std::string>& args) { return Run(TELVANE_HOST_PROGRAM, args); }
     pid_t Start(const std::string& program, const std::vector<std::string>& args, const std::string& name);
 
@@ -92,11 +94,16 @@ protected:
     // voltamon --headless with extra switches; Started waits until stage 2 has checked the store file.
     pid_t StartMonitor(const std::vector<std::string>& switches = {}, const std::string& name = "monitor");
     bool WaitStarted(const std::string& storePrefix, Seconds month, std::chrono::milliseconds timeout = 60s);
+    // All of the above: the clock from start at speed, the host, the setup, settings with the
+    // store prefix, the scan interval, the scan log and more, and the monitor started.
+    void Launch(Seconds start, double speed, const std::string& site, const std::string& tags, const std::string& storePrefix,
+                int scanSeconds, const std::string& moreSettings = "", const std::vector<std::string>& switches = {});
     // Until the clock reaches target while the monitor runs; false if it ended or time ran out.
     bool RunUntil(Seconds target, std::chrono::milliseconds timeout);
     bool Alive(pid_t& pid);
-    // The exit code of a started program within timeout (-1: still running, then killed).
-    int WaitExit(pid_t& pid, std::chrono::milliseconds timeout);
+    int WaitExit(pid_t& pid, std::chrono::milliseconds timeout) { return e2e::WaitExit(pid, timeout); }
+    // The host's stop, and the monitor ends with it.
+    void StopHost();
 
     // The store file of a month: its path text and the vt-store records of it.
     std::string StoreFile(const std::string& storePrefix, Seconds month) const;
