@@ -20,17 +20,6 @@ const char* const V5Scenario = R"(
 job = Plant
 install name = Test site
 
-[meter Boiler gas]
-point = T12
-kind = pulse
-rate = 3600
-units per pulse = 1
-rollover = 1000000
-
-[meter Hour pulse]
-point = [T100]
-kind = hourpulse
-
 [point T50]
 name = Spare input
 value = 3
@@ -78,25 +67,13 @@ TEST(HostProgram, V5RunStatusSetGetAndStop) {
     EXPECT_EQ(status["job running"], "yes");
     EXPECT_EQ(status["job name"], "Plant");
     EXPECT_EQ(status["windows"], "TelvaneV5, Tray32WndClass, Korvex32printserver");
-    for (const char* folder : {"host folder", "job folder", "job data folder", "job setup folder", "job temp folder"}) {
-        ASSERT_FALSE(status[folder].empty()) << folder;
-        EXPECT_EQ(status[std::string(folder) + " (local)"], LocalPath(status[folder]).string());
-        EXPECT_TRUE(std::filesystem::is_directory(status[std::string(folder) + " (local)"])) << folder;
-    }
-    // The registration the host object reads, and the files it looks for.
-    EXPECT_EQ(GetProfileString("TelvnV5", "directory", "", 255), status["host folder"]);
+    // The folders and registration the host object reads are checked through it (HostObjectTest).
     EXPECT_EQ(GetPrivateProfileString("setup", "installname", "", 255, PathJoin(status["host folder"], "Startup.ini")),
               "Test site");
     std::string map = ReadAll(LocalPath(PathJoin(status["job data folder"], "Page2.map")));
     ASSERT_EQ(map.size(), 512u);
     EXPECT_EQ(std::string(map.c_str()), PathJoin(status["job data folder"], "Boiler1.dat"));
     EXPECT_TRUE(std::filesystem::exists(LocalPath(PathJoin(status["job data folder"], "Boiler2.dat"))));
-    for (const char* library : {"hostpts32.dll", "hostrec32.dll", "hostarc.dll", "hostcmd32.dll"}) {
-        std::filesystem::path built = std::filesystem::path(TELVANE_HOST_PROGRAM).parent_path() / library;
-        if (std::filesystem::exists(built)) {
-            EXPECT_TRUE(std::filesystem::exists(LocalPath(PathJoin(status["host folder"], library)))) << library;
-        }
-    }
 
     // set then get, in every point form; a scenario value is there from the start.
     EXPECT_EQ(GetValue(prefix, "T50"), 3);
@@ -119,8 +96,7 @@ TEST(HostProgram, V5RunStatusSetGetAndStop) {
     EXPECT_EQ(second.ExitCode, 1);
     EXPECT_NE(second.Err.find("already running"), std::string::npos) << second.Err;
 
-    ToolResult stop = RunTool(prefix, {"stop"});
-    EXPECT_EQ(stop.ExitCode, 0) << stop.Err;
+    EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
     EXPECT_EQ(host.Wait(5s), 0) << host.Output();
     status = Status(prefix);
     EXPECT_EQ(status["job running"], "no");
@@ -144,8 +120,6 @@ TEST(HostProgram, V4InstallDdeWritesAndCloseRequest) {
     EXPECT_EQ(status["windows"], "LoaderWClass, SYSCON, Tray32WndClass");
     EXPECT_EQ(status["job folder"], status["host folder"]);
     EXPECT_EQ(status["job data folder"], "D:\\Store");
-    EXPECT_EQ(GetProfileString("telvold", "directory", "", 255), status["host folder"]);
-    EXPECT_EQ(GetProfileString("telvold", "storedirectory", "", 255), "D:\\Store");
     EXPECT_EQ(GetProfileString("telvold", "name1", "", 255), "Works");
     EXPECT_EQ(GetProfileString("TelvnV5", "directory", "", 255), "");
     struct stat service {};
@@ -187,10 +161,8 @@ TEST(HostProgram, KilledHostLeavesNoLiveWindowsAndAStopClearsItsJob) {
         ASSERT_TRUE(HasWindow("TelvaneV5"));
         host.Kill();
     }
-    for (const char* windowClass : {"TelvaneV5", "Tray32WndClass", "Korvex32printserver"}) {
+    for (const char* windowClass : {"TelvaneV5", "Tray32WndClass", "Korvex32printserver"})
         EXPECT_FALSE(HasWindow(windowClass)) << windowClass;
-        EXPECT_FALSE(FindWindowByClass(windowClass).has_value()) << windowClass;
-    }
     auto status = Status(prefix);
     EXPECT_EQ(status["host process"], "not running");
     EXPECT_EQ(status["windows"], "");

@@ -24,9 +24,8 @@ ModbusDeviceConfig Device(const std::string& text) {
 
 class ModbusDeviceTest : public DeviceFixture {};
 
-// Decoding is checked in ModbusMapTest, a device stopped and restarted in MetersRun: here a read
-// of every table through the driver, unit number and all.
-TEST_F(ModbusDeviceTest, TcpReadsEveryTableAndFollowsChanges) {
+// Decoding itself is checked in ModbusMapTest.
+TEST_F(ModbusDeviceTest, TcpValuesFaultsAndReconnection) {
     ModbusServer server;
     ASSERT_TRUE(server.StartTcp(0, 7));
     ASSERT_TRUE(server.Set("holding", 0, {0x0001, 0x86A0}));  // 100000 as uint32
@@ -46,7 +45,21 @@ TEST_F(ModbusDeviceTest, TcpReadsEveryTableAndFollowsChanges) {
     EXPECT_FALSE(InError(HostTable::Lines, 0));
     EXPECT_EQ(LogCount("connected"), 1) << LogText();
     ASSERT_TRUE(server.Set("holding", 0, {0x0001, 0x86A1}));
-    EXPECT_TRUE(Pump([&] { return Reading(HostTable::Tags, 11) == 100001.0f; }, 3s));
+    ASSERT_TRUE(Pump([&] { return Reading(HostTable::Tags, 11) == 100001.0f; }, 3s));
+
+    // The device goes away: its points are in error and keep their values, one line however many
+    // polls fail. Back on the same port it is reconnected by the backoff, with one line.
+    const int port = server.Port();
+    server.Stop();
+    ASSERT_TRUE(Pump([&] { return InError(HostTable::Tags, 11) && InError(HostTable::Lines, 0); }, 3s));
+    PumpFor(1500ms);
+    EXPECT_EQ(Reading(HostTable::Tags, 11), 100001.0f);
+    ASSERT_TRUE(server.StartTcp(port, 7));
+    ASSERT_TRUE(server.Set("holding", 0, {0x0001, 0x86A2}));
+    ASSERT_TRUE(Pump([&] { return !InError(HostTable::Tags, 11) && Reading(HostTable::Tags, 11) == 100002.0f; }, 15s))
+        << LogText();
+    EXPECT_EQ(LogCount("lost"), 1) << LogText();
+    EXPECT_EQ(LogCount("back"), 1) << LogText();
 }
 
 TEST_F(ModbusDeviceTest, ADeviceThatHangsIsReconnectedWhenItRecovers) {

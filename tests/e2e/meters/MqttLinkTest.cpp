@@ -1,6 +1,5 @@
 // MQTT sources and publishing against the mosquitto broker on a loopback port: values and JSON
-// fields into points, bad payloads refused, followed points published, the broker restarted
-// (a device stopped and restarted is seen end to end in MetersRun).
+// fields into points, bad payloads refused, followed points published, the broker restarted.
 #include <cstdlib>
 
 #include "DeviceFixture.h"

@@ -9,27 +9,8 @@ namespace scenario {
 namespace {
 
 // Two "From Log File" tags and a maths tag 3 x Boiler + 2 x Chiller.
-const std::string Tags = RateTagSetup("Incomer", R"(
-[Tag 2]
-TagName = "Boiler"
-Online = 1
-TagType = 1
-ScanType = 25
-
-[Tag 3]
-TagName = "Heat"
-Online = 1
-TagType = 1
-ScanType = 8
-Term0 = 2 0 3
-Term1 = 4 1 2
-
-[Tag 4]
-TagName = "Chiller"
-Online = 1
-TagType = 1
-ScanType = 25
-)");
+const std::string Tags = RateTagSetup("Incomer", Tag(2, "Boiler", 25) + Tag(3, "Heat", 8, "Term0 = 2 0 3\nTerm1 = 4 1 2\n") +
+                                                     Tag(4, "Chiller", 25));
 
 class CsvBackfill : public ScenarioTest {};
 

@@ -34,36 +34,10 @@ units per pulse = 0.5
 rollover = 5000
 )";
 
-// Steady's rate goes back to host tag 101; tag 4 is 2 x Steady + 0.5 x Pulses.
-const std::string Tags = RateTagSetup("Steady", R"(UnitsPerPulse = 4
-HostTagNumber = 101
-InTotal = 1
-
-[Tag 2]
-TagName = "Running"
-Online = 1
-TagType = 1
-ScanType = 28
-PageNo = 2
-
-[Tag 3]
-TagName = "Pulses"
-Online = 1
-TagType = 1
-ScanType = 22
-PageNo = 3
-UnitsPerPulse = 0.5
-RolloverValue = 5000
-InTotal = 1
-
-[Tag 4]
-TagName = "Combined"
-Online = 1
-TagType = 1
-ScanType = 8
-Term0 = 1 0 2
-Term1 = 3 1 0.5
-
+// Steady's rate goes back to host tag 101; Combined is 2 x Steady + 0.5 x Pulses.
+const std::string Tags = RateTagSetup("Steady", "UnitsPerPulse = 4\nHostTagNumber = 101\nInTotal = 1\n") + Tag(2, "Running", 28) +
+                         Tag(3, "Pulses", 22, "UnitsPerPulse = 0.5\nRolloverValue = 5000\nInTotal = 1\n") +
+                         Tag(4, "Combined", 8, "Term0 = 1 0 2\nTerm1 = 3 1 0.5\n") + R"(
 [Tag 5]
 TagName = "Display"
 Online = 1
@@ -73,7 +47,7 @@ DisplaySource = 1
 RecorderNo = 1
 PageNo = 1
 LineNo = 1
-)");
+)";
 
 class Day : public ScenarioTest {};
 

@@ -362,8 +362,12 @@ std::string OneMeterSite(const std::string& job, const std::string& name, double
 }
 
 std::string RateTagSetup(const std::string& name, const std::string& more, int periodsPerDay) {
-    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = " + std::to_string(periodsPerDay) +
-           "\n\n[Tag 1]\nTagName = \"" + name + "\"\nOnline = 1\nTagType = 1\nScanType = 24\nPageNo = 1\n" + more;
+    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = " + std::to_string(periodsPerDay) + "\n" + Tag(1, name, 24) + more;
+}
+
+std::string Tag(int n, const std::string& name, int scanType, const std::string& fields) {
+    return "\n[Tag " + std::to_string(n) + "]\nTagName = \"" + name + "\"\nOnline = 1\nTagType = 1\nScanType = " +
+           std::to_string(scanType) + "\nPageNo = " + std::to_string(n) + "\n" + fields;
 }
 
 }  // namespace scenario

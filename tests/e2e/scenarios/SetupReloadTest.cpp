@@ -23,14 +23,7 @@ rate = 200
 const std::string Before = RateTagSetup("Incomer", "", 96);
 
 // Tag 1 renamed, tag 2 added.
-const std::string After = RateTagSetup("Incomer A", R"(
-[Tag 2]
-TagName = "Feeder"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 2
-)", 96);
+const std::string After = RateTagSetup("Incomer A", Tag(2, "Feeder", 24), 96);
 
 class SetupReload : public ScenarioTest {};
 
