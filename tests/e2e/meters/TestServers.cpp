@@ -21,50 +21,23 @@ using namespace std::chrono_literals;
 
 namespace {
 
-sockaddr_in Loopback(int port) {
+bool Accepts(int port) {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_port = htons(static_cast<uint16_t>(port));
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return addr;
-}
-
-bool Accepts(int port) {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr = Loopback(port);
     const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
     ::close(fd);
     return ok;
 }
 
 void StopPid(pid_t& pid) {
-    if (pid <= 0) return;
-    ::kill(pid, SIGTERM);
-    for (int i = 0; i < 100; ++i) {
-        if (::waitpid(pid, nullptr, WNOHANG) == pid) {
-            pid = 0;
-            return;
-        }
-        std::this_thread::sleep_for(20ms);
-    }
-    ::kill(pid, SIGKILL);
-    ::waitpid(pid, nullptr, 0);
-    pid = 0;
+    if (pid > 0) ::kill(pid, SIGTERM);
+    e2e::WaitExit(pid, 2s);
 }
 
 }  // namespace
-
-int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr = Loopback(0);
-    socklen_t len = sizeof addr;
-    int port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
-        port = ntohs(addr.sin_port);
-    ::close(fd);
-    return port;
-}
 
 bool Child::Start(const std::vector<std::string>& argv) {
     int toChild[2], fromChild[2];
@@ -161,21 +134,13 @@ int ModbusServer::Connections() {
 }
 
 bool Broker::Start(int port) {
-    port_ = port == 0 ? FreePort() : port;
+    port_ = port == 0 ? e2e::FreePort() : port;
     std::filesystem::create_directories(folder_);
     std::filesystem::path config = folder_ / "mosquitto.conf";
     std::ofstream(config) << "listener " << port_ << " 127.0.0.1\n"
                           << (listenerConfig_.empty() ? "allow_anonymous true\n" : listenerConfig_)
                           << "persistence false\nlog_dest none\n";
-    pid_ = ::fork();
-    if (pid_ == 0) {
-        int null = ::open("/dev/null", O_RDWR);
-        ::dup2(null, 0);
-        ::dup2(null, 1);
-        ::dup2(null, 2);
-        ::execlp("mosquitto", "mosquitto", "-c", config.c_str(), static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
+    pid_ = e2e::Spawn("mosquitto", {"-c", config.string()}, "/dev/null", "/dev/null");
     for (int i = 0; i < 250; ++i) {
         if (Accepts(port_)) return true;
         if (::waitpid(pid_, nullptr, WNOHANG) == pid_) {

@@ -12,11 +12,13 @@
 #include <thread>
 #include <vector>
 
+#include "../scenarios/Spawn.h"
+
 struct mosquitto;
 
 namespace meters {
 
-int FreePort();
+using e2e::FreePort;
 
 // A child process with its standard input and output on pipes.
 class Child {

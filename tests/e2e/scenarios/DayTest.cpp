@@ -84,13 +84,9 @@ TEST_F(Day, EveryPeriodOfTheDayHoldsWhatTheMetersDelivered) {
     ASSERT_EQ(records.Heading, "date,period,end,flag,Steady,Running,Pulses,Combined,Display");
     const std::string date = DateText(day);
 
-    // Tolerances. A period is saved by the first scan after its end, so the stored quantity spans
-    // from one such scan to the next: 30 minutes, longer or shorter by at most the latest such
-    // scan's delay after its period end (gap, from the scan log's whole-second stamps) plus E for
-    // the stamps' rounding and the moment between a scan's reading and its save. Host meters are
-    // updated ten times a real second, so a reading may be up to L simulated seconds old (one
-    // host update interval at this speed, three allowed for a busy machine). The sum over the day
-    // telescopes: its error is that of its two ends, however many periods lie between.
+    // A period spans from one save scan to the next: 30 minutes give or take the latest save's
+    // lateness (gap), E for whole-second stamps and the save itself, and L for a host reading up to
+    // three host updates old. The day's sum telescopes: its error is that of its two ends.
     const std::vector<Seconds> stamps = ScanStamps();
     ASSERT_GT(stamps.size(), 86400u / ScanSeconds / 2) << "too few scans logged";
     const Seconds gap = SaveLateness(stamps, day + 1800, day + 86400, 1800, ScanSeconds);

@@ -1,9 +1,5 @@
 #include "ScenarioRun.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -11,22 +7,6 @@
 namespace scenario {
 
 namespace {
-
-// A port no one listens on now, for the monitor's request server: scenarios may run side by
-// side, and each monitor opens its port at start-up (port 0 in the settings means the default 1007).
-int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    int port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    ::close(fd);
-    return port;
-}
 
 std::string Tail(const std::string& text, std::size_t count) {
     return text.size() <= count ? text : "..." + text.substr(text.size() - count);
@@ -64,10 +44,7 @@ std::string Iso(Seconds value) {
 
 std::string DateText(Seconds value) { return Iso(value).substr(0, 10); }
 
-Seconds MonthOf(Seconds value) {
-    const std::chrono::year_month_day ymd{std::chrono::floor<std::chrono::days>(std::chrono::sys_seconds{std::chrono::seconds{value}})};
-    return std::chrono::sys_days{ymd.year() / ymd.month() / 1}.time_since_epoch().count() * 86400LL;
-}
+Seconds MonthOf(Seconds value) { return value / 86400 * 86400 - (std::stoi(DateText(value).substr(8)) - 1) * 86400LL; }
 
 bool ParseLogStamp(const std::string& text, Seconds& value) {
     int y, mo, d, h, mi, s;
@@ -224,7 +201,8 @@ void ScenarioTest::WriteSettings(const std::string& text) {
         crlf += c;
     }
     WriteAll(SettingsFile(), crlf);
-    const int port = FreePort();
+    // A request server port of its own: scenarios may run side by side (0 would mean the default).
+    const int port = e2e::FreePort();
     EXPECT_GT(port, 0);
     WriteAll(setupLocal_ / "WinSockets.ini", "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(port) + "\r\n");
 }
@@ -253,8 +231,7 @@ void ScenarioTest::StopHost() {
 }
 
 std::string ScenarioTest::StoreFile(const std::string& storePrefix, Seconds month) const {
-    const std::string iso = Iso(month);
-    return dataFolder_ + "\\Voltaris\\" + storePrefix + iso.substr(2, 2) + iso.substr(5, 2) + ".lum";
+    return dataFolder_ + "\\Voltaris\\" + StoreFileLocal(storePrefix, month).filename().string();
 }
 
 fs::path ScenarioTest::StoreFileLocal(const std::string& storePrefix, Seconds month) const {
