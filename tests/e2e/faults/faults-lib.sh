@@ -11,6 +11,8 @@ done
 work=$(mktemp -d /tmp/vt-faults-XXXXXX)
 export VOLTARIS_PREFIX=$work/prefix VOLTARIS_PROGRAM_DIR=$work/program
 mkdir -p "$VOLTARIS_PREFIX" "$VOLTARIS_PROGRAM_DIR"
+mkfifo "$work/never"  # read with a timeout by sleep_until
+exec 9<> "$work/never"
 unset DISPLAY WAYLAND_DISPLAY
 hostpid= monpid=
 cleanups=()
@@ -104,6 +106,36 @@ wait_for() {
         sleep 0.05
     done
     "$@"
+}
+
+# The real moment (ns) the simulated clock stood at its last setting, as the clock file keeps it.
+clock_anchor() {
+    t0=$(sed -n 's/^AnchorUnix=\([0-9]*\)\.\([0-9]*\).*/\1 \2/p' "$VOLTARIS_PREFIX/clock.ini" |
+        awk '{ f = substr($2 "000000000", 1, 9); print $1 f }')
+    [ -n "$t0" ] || fail "no anchor in the clock file: $(cat "$VOLTARIS_PREFIX/clock.ini")"
+}
+
+# sleep_until NS: a read that times out sleeps without starting a process, so a kill keeps to its moment.
+sleep_until() {
+    local wait_ns=$(($1 - $(now_ns)))
+    [ "$wait_ns" -gt 0 ] && read -r -t "$(printf '%d.%09d' $((wait_ns / 1000000000)) $((wait_ns % 1000000000)))" -u 9
+    return 0
+}
+
+kill_monitor() {
+    kill -KILL "$monpid" 2> /dev/null
+    wait "$monpid" 2> /dev/null
+    monpid=
+}
+
+# wait_exit SECONDS: the monitor's exit code in code once it ends by itself (empty if it did not).
+wait_exit() {
+    local _
+    code=
+    for _ in $(seq $(($1 * 20))); do
+        kill -0 "$monpid" 2> /dev/null || { wait "$monpid"; code=$?; monpid=; return 0; }
+        sleep 0.05
+    done
 }
 
 scan_lines() { if [ -f "$log" ]; then grep -c ' - M1,' "$log"; else echo 0; fi; }

@@ -1,10 +1,8 @@
 #!/bin/bash
-# voltamon killed with SIGKILL at random moments around period ends (where it saves the period
-# and copies the store file to the backup folder), a hundred times, restarted after each kill.
-# After every kill the backup must be a complete copy of a saved state of the store file; at the
-# end the store file must be readable, its header unchanged, and every record either untouched
-# (zeros) or a whole save: the eight meters run at 100 x t units an hour, so a record holds
-# values proportional to the tag number, never some tags saved and others not.
+# voltamon killed with SIGKILL around period ends (where it saves the period and copies the store
+# file to the backup folder), a hundred times, restarted after each kill. After every kill the
+# backup must be a saved state of the store file; at the end the header must be unchanged and
+# every record untouched or a whole save (tag t holds t times as much: never some tags saved).
 #   kill_during_saves.sh BIN_DIR
 # VT_FAULT_KILLS (default 100) and VT_FAULT_SEED (random delays) override the defaults.
 set -u
@@ -21,13 +19,9 @@ first_record=$((9 * 96))            # the record of the period ending 10 Nov 00:
 
 start_host "${day}T00:00:00" 1
 
-# The clock from midnight at speed; period k ends k periods after t0. The monitor runs
-# undisturbed until its first save has been copied to the backup folder.
+# Period k ends k periods after t0; no kill before the first save is backed up.
 "$host" clock "${day}T00:00:00" "$speed" > /dev/null || fail "telvane-host clock"
-# The real moment the simulated clock stood at midnight, as the clock keeps it.
-t0=$(sed -n 's/^AnchorUnix=\([0-9]*\)\.\([0-9]*\).*/\1 \2/p' "$VOLTARIS_PREFIX/clock.ini" |
-    awk '{ f = substr($2 "000000000", 1, 9); print $1 f }')
-[ -n "$t0" ] || fail "no anchor in the clock file: $(cat "$VOLTARIS_PREFIX/clock.ini")"
+clock_anchor
 start_monitor
 store_file=$storedir/F$month.lum
 backup_file=$backupdir/F$month.lum
@@ -69,24 +63,16 @@ check_backup() {
 # one that came when the backup was already complete, so most kills land inside a save whatever
 # the machine's speed.
 not_saved=0 behind=0 complete=0 centre_ms=5
-mkfifo "$work/never"
-exec 9<> "$work/never"
 for i in $(seq "$kills"); do
     alive || start_monitor
     now=$(now_ns)
     k=$(((now - t0 + 350000000) / period_ns + 1))
     delay_ms=$((centre_ms + RANDOM % 11 - 5))
     target=$((t0 + k * period_ns + delay_ms * 1000000))
-    wait_ns=$((target - $(now_ns)))
-    # A read that times out sleeps without starting a process, so the kill keeps to its moment.
-    [ "$wait_ns" -gt 0 ] && read -r -t "$(printf '%d.%09d' $((wait_ns / 1000000000)) $((wait_ns % 1000000000)))" -u 9
-    killed_at=$(now_ns)
-    kill -KILL "$monpid" 2> /dev/null
-    wait "$monpid" 2> /dev/null
-    monpid=
+    sleep_until "$target"
+    kill_monitor
     problem=$(check_backup) || fail "after kill $i (${delay_ms} ms after the end of period $k): $problem"
     r=$((first_record + k - 1))
-    [ -n "${VT_FAULT_TRACE:-}" ] && echo "kill $i: period $k, aimed ${delay_ms} ms, killed $(((killed_at - t0 - k * period_ns) / 1000000)) ms after its end; records k-2..k+1 $(for d in -2 -1 0 1; do od -An -tf4 -j $((data_offset + (r + d) * record_size + 2)) -N 4 "$store_file"; done | tr -s ' \n' ' '), backup $(tag1_hex "$backup_file" $r)"
     if [ "$(tag1_hex "$store_file" $r)" = 00000000 ]; then
         not_saved=$((not_saved + 1))
         [ $centre_ms -lt 500 ] && centre_ms=$((centre_ms + 3))

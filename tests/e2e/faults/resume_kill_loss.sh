@@ -1,14 +1,11 @@
 #!/bin/bash
 # The energy a SIGKILL loses, with the resume setting off or on: a rate meter, a pulse counter and
-# a running total at 3600 units an hour, 15-minute periods, the monitor killed at a random moment
-# in the middle of each of several periods and started again at once. The periods from the first
-# killed one to one after the last hold, summed, what the meters gave in that time less what the
-# kills lost; the loss per kill is printed as a share of a period's energy for each meter.
+# a running total at 3600 units an hour, the monitor killed in the middle of several 15-minute
+# periods and started again at once; the loss per kill is printed as a share of a period's energy.
 #   resume_kill_loss.sh BIN_DIR off|on
 # VT_RESUME_KILLS (default 5) and VT_FAULT_SEED (random moments) override the defaults.
-# With the setting on, the pulse counter must lose under 1% of a period a kill; with it off, it must
-# be seen to lose (the measurement would be blind otherwise). A running total's records are readings
-# of the meter, which no kill can change: it is checked to grow as the clock says.
+# With the setting on the pulse counter must lose under 1% of a period a kill; off, it must be seen
+# to lose (else the measurement is blind). A running total is a reading no kill can change.
 set -u
 bin=$1 mode=$2
 . "$(dirname "$0")/faults-lib.sh"
@@ -41,9 +38,7 @@ resume=0
 [ "$mode" = on ] && resume=1
 printf '[general]\r\nStoreFilePrefix=F\r\ntimer1scan=5\r\nResumeAfterRestart=%d\r\n' $resume > "$jobdir/Setup/VoltarisSetup.ini"
 "$host" clock "${day}T10:00:00" "$speed" > /dev/null || fail "telvane-host clock"
-t0=$(sed -n 's/^AnchorUnix=\([0-9]*\)\.\([0-9]*\).*/\1 \2/p' "$VOLTARIS_PREFIX/clock.ini" |
-    awk '{ f = substr($2 "000000000", 1, 9); print $1 f }')
-[ -n "$t0" ] || fail "no anchor in the clock file"
+clock_anchor
 start_monitor
 
 # Period p ends (p - 40) periods after 10:00.
@@ -51,22 +46,13 @@ period_end_ns() { echo $((t0 + ($1 - 40) * period_ns)); }
 saved() { "$store" records "$(store_path $month)" 2> /dev/null | awk -F, -v d=$day -v p="$1" '$1 == d && $2 == p && $5 + 0 != 0' | grep -q .; }
 
 wait_for 20 saved $first || fail "the period ending 10:15 was not saved"
-mkfifo "$work/never"
-exec 9<> "$work/never"
-sleep_until() {
-    local wait_ns=$(($1 - $(now_ns)))
-    [ "$wait_ns" -gt 0 ] && read -r -t "$(printf '%d.%09d' $((wait_ns / 1000000000)) $((wait_ns % 1000000000)))" -u 9
-    return 0
-}
 for i in $(seq "$kills"); do
     p=$((first + i))
     # 20 to 50% into the period, so the restart is done well before its end.
     at=$(($(period_end_ns $((p - 1))) + (20 + RANDOM % 31) * period_ns / 100))
     [ "$at" -gt "$(now_ns)" ] || fail "fell behind the clock before kill $i"
     sleep_until "$at"
-    kill -KILL "$monpid" 2> /dev/null
-    wait "$monpid" 2> /dev/null
-    monpid=
+    kill_monitor
     start_monitor
     wait_for 10 saved "$p" || fail "period $p was not saved after kill $i"
 done

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cmath>
 
 #include "HostProcess.h"
 #include "platform/Clock.h"
@@ -13,27 +12,13 @@
 #include "platform/Paths.h"
 #include "platform/WindowRegistry.h"
 #include "support/Profile.h"
-#include "support/VbConvert.h"
 
 namespace {
-
-using namespace std::chrono_literals;
 
 const char* const V5Scenario = R"(
 [host]
 job = Plant
 install name = Test site
-
-[meter Boiler gas]
-point = T12
-kind = pulse
-rate = 3600
-units per pulse = 1
-rollover = 1000000
-
-[meter Hour pulse]
-point = [T100]
-kind = hourpulse
 
 [point T50]
 name = Spare input
@@ -82,25 +67,13 @@ TEST(HostProgram, V5RunStatusSetGetAndStop) {
     EXPECT_EQ(status["job running"], "yes");
     EXPECT_EQ(status["job name"], "Plant");
     EXPECT_EQ(status["windows"], "TelvaneV5, Tray32WndClass, Korvex32printserver");
-    for (const char* folder : {"host folder", "job folder", "job data folder", "job setup folder", "job temp folder"}) {
-        ASSERT_FALSE(status[folder].empty()) << folder;
-        EXPECT_EQ(status[std::string(folder) + " (local)"], LocalPath(status[folder]).string());
-        EXPECT_TRUE(std::filesystem::is_directory(status[std::string(folder) + " (local)"])) << folder;
-    }
-    // The registration the host object reads, and the files it looks for.
-    EXPECT_EQ(GetProfileString("TelvnV5", "directory", "", 255), status["host folder"]);
+    // The folders and registration the host object reads are checked through it (HostObjectTest).
     EXPECT_EQ(GetPrivateProfileString("setup", "installname", "", 255, PathJoin(status["host folder"], "Startup.ini")),
               "Test site");
     std::string map = ReadAll(LocalPath(PathJoin(status["job data folder"], "Page2.map")));
     ASSERT_EQ(map.size(), 512u);
     EXPECT_EQ(std::string(map.c_str()), PathJoin(status["job data folder"], "Boiler1.dat"));
     EXPECT_TRUE(std::filesystem::exists(LocalPath(PathJoin(status["job data folder"], "Boiler2.dat"))));
-    for (const char* library : {"hostpts32.dll", "hostrec32.dll", "hostarc.dll", "hostcmd32.dll"}) {
-        std::filesystem::path built = std::filesystem::path(TELVANE_HOST_PROGRAM).parent_path() / library;
-        if (std::filesystem::exists(built)) {
-            EXPECT_TRUE(std::filesystem::exists(LocalPath(PathJoin(status["host folder"], library)))) << library;
-        }
-    }
 
     // set then get, in every point form; a scenario value is there from the start.
     EXPECT_EQ(GetValue(prefix, "T50"), 3);
@@ -114,17 +87,14 @@ TEST(HostProgram, V5RunStatusSetGetAndStop) {
     EXPECT_EQ(bad.ExitCode, 2);
     EXPECT_NE(bad.Err.find("T5001"), std::string::npos);
     EXPECT_EQ(GetValue(prefix, "T50"), 12.5);
-    EXPECT_EQ(RunTool(prefix, {"get", "[R1P2L3]"}).ExitCode, 0);  // an R reference is a line on V5 too
-    EXPECT_EQ(RunTool(prefix, {"get", "X7"}).ExitCode, 2);
-    EXPECT_EQ(RunTool(prefix, {"set", "T50=abc"}).ExitCode, 2);
+    EXPECT_EQ(RunTool(prefix, {"set", "T50=abc"}).ExitCode, 2);  // point texts are HostPointRef's
 
     // A second host in the same prefix is refused while the first runs.
     ToolResult second = RunTool(prefix, {"run", "--generation", "5"});
     EXPECT_EQ(second.ExitCode, 1);
     EXPECT_NE(second.Err.find("already running"), std::string::npos) << second.Err;
 
-    ToolResult stop = RunTool(prefix, {"stop"});
-    EXPECT_EQ(stop.ExitCode, 0) << stop.Err;
+    EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
     EXPECT_EQ(host.Wait(5s), 0) << host.Output();
     status = Status(prefix);
     EXPECT_EQ(status["job running"], "no");
@@ -148,8 +118,6 @@ TEST(HostProgram, V4InstallDdeWritesAndCloseRequest) {
     EXPECT_EQ(status["windows"], "LoaderWClass, SYSCON, Tray32WndClass");
     EXPECT_EQ(status["job folder"], status["host folder"]);
     EXPECT_EQ(status["job data folder"], "D:\\Store");
-    EXPECT_EQ(GetProfileString("telvold", "directory", "", 255), status["host folder"]);
-    EXPECT_EQ(GetProfileString("telvold", "storedirectory", "", 255), "D:\\Store");
     EXPECT_EQ(GetProfileString("telvold", "name1", "", 255), "Works");
     EXPECT_EQ(GetProfileString("TelvnV5", "directory", "", 255), "");
     struct stat service {};
@@ -159,36 +127,18 @@ TEST(HostProgram, V4InstallDdeWritesAndCloseRequest) {
               "D:\\Store\\R1P2.dat");
 
     // The meter on recorder 1, page 2, line 3 shows its constant rate.
-    EXPECT_TRUE(WaitFor([&] { return GetValue(prefix, "[R1P2L3]") == 250; }));
+    EXPECT_TRUE(WaitFor([&] { return GetValue(prefix, "[R1P2L3]") == 250; }, 10s));
 
-    // A V4 line write is a poke to "Recorder N|SetData" with item "page,line".
+    // What the host's DDE does not serve is refused: a page beyond a recorder's ten, an unknown
+    // command, an unknown execute. What it serves is covered through the host object.
     DdeLink link;
-    ASSERT_FALSE(OpenLink(link, "Recorder 2|SetData", "3,4"));
+    ASSERT_FALSE(OpenLink(link, "Recorder 2|SetData", "11,1"));
     link.SetText("42.5");
-    ASSERT_FALSE(link.Poke());
-    EXPECT_EQ(GetValue(prefix, "[R2P3L4]"), 42.5);
-    EXPECT_EQ(GetValue(prefix, "L124"), 42.5);
-    link.SetItem("11,1");
     EXPECT_EQ(link.Poke().Number, ErrDdeRefused);
-
-    // Statistics poked then requested; set-up pokes and "Save" on the tag server.
-    ASSERT_FALSE(OpenLink(link, "Recorder 2|SetDayMax", "3,4"));
-    link.SetText("99.5");
-    ASSERT_FALSE(link.Poke());
-    link.SetTopic("Recorder 2|GetDayMax");
-    ASSERT_FALSE(link.SetMode(DdeLinkMode::Manual));
-    ASSERT_FALSE(link.Request());
-    EXPECT_EQ(link.Text(), "99.5");
     link.SetTopic("Recorder 2|NoSuchCommand");
     EXPECT_EQ(link.SetMode(DdeLinkMode::Manual).Number, ErrDdeNoServer);
-
     DdeLink tags;
     ASSERT_FALSE(OpenLink(tags, "TagServer|Tags", "2005,AL1Setpoint"));
-    tags.SetText("17.5");
-    ASSERT_FALSE(tags.Poke());
-    ASSERT_FALSE(tags.Execute("Save"));
-    ASSERT_FALSE(tags.Request());
-    EXPECT_EQ(tags.Text(), "17.5");
     EXPECT_EQ(tags.Execute("Format").Number, ErrDdeRefused);
 
     // The close request a monitor posts to the tray window ends the job and closes the windows.
@@ -209,17 +159,13 @@ TEST(HostProgram, KilledHostLeavesNoLiveWindowsAndAStopClearsItsJob) {
         ASSERT_TRUE(HasWindow("TelvaneV5"));
         host.Kill();
     }
-    for (const char* windowClass : {"TelvaneV5", "Tray32WndClass", "Korvex32printserver"}) {
+    for (const char* windowClass : {"TelvaneV5", "Tray32WndClass", "Korvex32printserver"})
         EXPECT_FALSE(HasWindow(windowClass)) << windowClass;
-        EXPECT_FALSE(FindWindowByClass(windowClass).has_value()) << windowClass;
-    }
     auto status = Status(prefix);
     EXPECT_EQ(status["host process"], "not running");
     EXPECT_EQ(status["windows"], "");
-    // Its job flag is still set, but the job's owner is dead: the job is no longer running.
-    EXPECT_EQ(status["job running"], "no");
+    EXPECT_EQ(status["job running"], "no");  // its job flag is still set, but its owner is dead
     EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
-    EXPECT_EQ(Status(prefix)["job running"], "no");
 
     // Nothing the dead host held blocks the next one: instance lock, DDE names, windows.
     BackgroundHost again(prefix, {"--generation", "5"});
@@ -228,7 +174,8 @@ TEST(HostProgram, KilledHostLeavesNoLiveWindowsAndAStopClearsItsJob) {
     EXPECT_EQ(again.Wait(5s), 0);
 }
 
-TEST(HostProgram, ClockSetPrintAndMetersFollowIt) {
+// The meters following the prefix clock are seen in the scenario tests.
+TEST(HostProgram, ClockSetPrintedAndMalformedOnesRefused) {
     TestPrefix prefix;
     ASSERT_EQ(RunTool(prefix, {"clock", "2026-03-02T09:59:50", "10"}).ExitCode, 0);
     ToolResult printed = RunTool(prefix, {"clock"});
@@ -236,46 +183,11 @@ TEST(HostProgram, ClockSetPrintAndMetersFollowIt) {
     EXPECT_GE(printed.Out, "2026-03-02T09:59:50");
     EXPECT_LT(printed.Out, "2026-03-02T10:02");
     EXPECT_TRUE(ClockIsSimulated());
-
-    std::string scenario = prefix.WriteFile("clock.scn", V5Scenario);
-    BackgroundHost host(prefix, {"--generation", "5", "--scenario", scenario});
-    ASSERT_TRUE(host.WaitRunning()) << host.Output();
-    // The hour pulse moves by exactly one when the prefix clock passes the hour. The clock is set
-    // after the host is up, a few seconds before the hour, and again if a slow machine missed it.
-    double before = 0;
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        ASSERT_EQ(RunTool(prefix, {"clock", "2026-03-02T09:59:56", "2"}).ExitCode, 0);
-        std::this_thread::sleep_for(250ms);  // a host tick on the new clock
-        before = GetValue(prefix, "T100");
-        if (RunTool(prefix, {"clock"}).Out < "2026-03-02T10:00:00") break;
-    }
-    ASSERT_GT(before, 0);
-    ASSERT_TRUE(WaitFor([&] { return GetValue(prefix, "T100") != before; }, 10s));
-    EXPECT_EQ(GetValue(prefix, "T100"), before + 1);
-    EXPECT_GE(RunTool(prefix, {"clock"}).Out, "2026-03-02T10:00:00");
-
-    // 3600 pulses an hour at ten times speed: ten a second of real time, give or take a host tick
-    // at each end of the window in which the two readings were taken.
-    ASSERT_EQ(RunTool(prefix, {"clock", "2026-03-02T11:00:00", "10"}).ExitCode, 0);
-    std::this_thread::sleep_for(250ms);
-    auto seconds = [](auto span) { return std::chrono::duration<double>(span).count(); };
-    auto t1Start = std::chrono::steady_clock::now();
-    double first = GetValue(prefix, "T12");
-    auto t1End = std::chrono::steady_clock::now();
-    std::this_thread::sleep_for(1s);
-    auto t2Start = std::chrono::steady_clock::now();
-    double second = GetValue(prefix, "T12");
-    auto t2End = std::chrono::steady_clock::now();
-    EXPECT_GE(second - first, 10 * seconds(t2Start - t1End) - 3);
-    EXPECT_LE(second - first, 10 * seconds(t2End - t1Start) + 3);
-
     ASSERT_EQ(RunTool(prefix, {"clock", "real"}).ExitCode, 0);
     EXPECT_FALSE(ClockIsSimulated());
     for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
              {"clock", "yesterday"}, {"clock", "2026-02-30T00:00:00"}, {"clock", "2026-03-02T00:00:00", "0"}})
         EXPECT_EQ(RunTool(prefix, args).ExitCode, 2) << args[1];
-    EXPECT_EQ(RunTool(prefix, {"stop"}).ExitCode, 0);
-    EXPECT_EQ(host.Wait(5s), 0);
 }
 
 TEST(HostProgram, DdeItemsReachAutomaticLinks) {
@@ -331,41 +243,22 @@ Temp = 11.0 C
     EXPECT_TRUE(WaitFor([&] { return gas.Mode() == DdeLinkMode::None; }, 3s));
 }
 
+// --help, --version and a refused option are checked on the installed package.
 TEST(HostProgram, BadArgumentsAndMissingHost) {
     TestPrefix prefix;
     for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-             {}, {"frobnicate"}, {"run"}, {"run", "--generation", "6"}, {"set"}, {"dde-set", "Weather|Now", "Temp"}})
+             {}, {"run"}, {"run", "--generation", "6"}, {"set"}, {"dde-set", "Weather|Now", "Temp"}, {"status", "--verbose"},
+             {"run", "--generation", "5", "--speed", "2"}, {"get", "--all"}, {"--scenario", "x.scn"}})
         EXPECT_EQ(RunTool(prefix, args).ExitCode, 2) << args.size();
-    ToolResult help = RunTool(prefix, {"--help"});
-    EXPECT_EQ(help.ExitCode, 0);
-    EXPECT_NE(help.Out.find("dde-set"), std::string::npos);
-    EXPECT_NE(help.Out.find("$VOLTARIS_PREFIX"), std::string::npos) << help.Out;
-    const std::string libraries =
-        "The host libraries are installed from " + std::filesystem::path(TELVANE_HOST_PROGRAM).parent_path().string() + ".\n";
-    EXPECT_NE(help.Out.find(libraries), std::string::npos) << help.Out;
-    EXPECT_EQ(help.Err, "");
-    EXPECT_EQ(RunTool(prefix, {"status", "--help"}).Out, help.Out);
-
-    ToolResult version = RunTool(prefix, {"--version"});
-    EXPECT_EQ(version.ExitCode, 0);
-    EXPECT_EQ(version.Out.rfind("telvane-host ", 0), 0u) << version.Out;
-    EXPECT_NE(version.Out.find("\nbuild: "), std::string::npos) << version.Out;
-
-    // Unknown options are refused with the usage before anything runs; run's own options are not.
-    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-             {"--frobnicate"}, {"status", "--verbose"}, {"run", "--generation", "5", "--speed", "2"},
-             {"get", "--all"}, {"--scenario", "x.scn"}}) {
-        ToolResult refused = RunTool(prefix, args);
-        EXPECT_EQ(refused.ExitCode, 2) << args.back();
-        EXPECT_EQ(refused.Err.rfind("telvane-host: unknown option '--", 0), 0u) << refused.Err;
-        EXPECT_NE(refused.Err.find(help.Out), std::string::npos) << refused.Err;
-        EXPECT_EQ(refused.Out, "");
-    }
-    EXPECT_EQ(RunTool(prefix, {"frobnicate"}).Err, "telvane-host: unknown command 'frobnicate'\n" + help.Out);
+    const std::string help = RunTool(prefix, {"--help"}).Out;
+    EXPECT_NE(help.find("The host libraries are installed from " +
+                        std::filesystem::path(TELVANE_HOST_PROGRAM).parent_path().string() + ".\n"),
+              std::string::npos)
+        << help;
+    EXPECT_EQ(RunTool(prefix, {"frobnicate"}).Err, "telvane-host: unknown command 'frobnicate'\n" + help);
     // After "--" a DDE text may look like an option; with no host running the item cannot be set.
     ToolResult dash = RunTool(prefix, {"dde-set", "--", "Weather|Now", "Temp", "--5"});
-    EXPECT_NE(dash.ExitCode, 2) << dash.Err;
-    EXPECT_EQ(dash.Err.find("unknown option"), std::string::npos) << dash.Err;
+    EXPECT_EQ(dash.ExitCode, 1) << dash.Err;
 
     // Nothing installed: the point commands say so instead of inventing a host.
     ToolResult get = RunTool(prefix, {"get", "T1"});

@@ -19,62 +19,33 @@ namespace meters {
 
 using namespace std::chrono_literals;
 
-int FreePort() {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    int port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0) {
-        port = ntohs(addr.sin_port);
-    }
-    ::close(fd);
-    return port;
-}
-
 namespace {
 
 bool Accepts(int port) {
-    int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
     sockaddr_in addr{};
     addr.sin_family = AF_INET;
     addr.sin_port = htons(static_cast<uint16_t>(port));
     addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
+    const bool ok = ::connect(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0;
     ::close(fd);
     return ok;
 }
 
 void StopPid(pid_t& pid) {
-    if (pid <= 0) return;
-    ::kill(pid, SIGTERM);
-    for (int i = 0; i < 100; ++i) {
-        if (::waitpid(pid, nullptr, WNOHANG) == pid) {
-            pid = 0;
-            return;
-        }
-        std::this_thread::sleep_for(20ms);
-    }
-    ::kill(pid, SIGKILL);
-    ::waitpid(pid, nullptr, 0);
-    pid = 0;
+    if (pid > 0) ::kill(pid, SIGTERM);
+    e2e::WaitExit(pid, 2s);
 }
 
 }  // namespace
 
-bool Child::Start(const std::vector<std::string>& argv, bool quiet) {
+bool Child::Start(const std::vector<std::string>& argv) {
     int toChild[2], fromChild[2];
     if (::pipe2(toChild, O_CLOEXEC) != 0 || ::pipe2(fromChild, O_CLOEXEC) != 0) return false;
     pid_ = ::fork();
     if (pid_ == 0) {
         ::dup2(toChild[0], 0);
         ::dup2(fromChild[1], 1);
-        if (quiet) {
-            int null = ::open("/dev/null", O_WRONLY);
-            ::dup2(null, 2);
-        }
         std::vector<char*> args;
         for (const std::string& a : argv) args.push_back(const_cast<char*>(a.c_str()));
         args.push_back(nullptr);
@@ -163,21 +134,13 @@ int ModbusServer::Connections() {
 }
 
 bool Broker::Start(int port) {
-    port_ = port == 0 ? FreePort() : port;
+    port_ = port == 0 ? e2e::FreePort() : port;
     std::filesystem::create_directories(folder_);
     std::filesystem::path config = folder_ / "mosquitto.conf";
     std::ofstream(config) << "listener " << port_ << " 127.0.0.1\n"
                           << (listenerConfig_.empty() ? "allow_anonymous true\n" : listenerConfig_)
                           << "persistence false\nlog_dest none\n";
-    pid_ = ::fork();
-    if (pid_ == 0) {
-        int null = ::open("/dev/null", O_RDWR);
-        ::dup2(null, 0);
-        ::dup2(null, 1);
-        ::dup2(null, 2);
-        ::execlp("mosquitto", "mosquitto", "-c", config.c_str(), static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
+    pid_ = e2e::Spawn("mosquitto", {"-c", config.string()}, "/dev/null", "/dev/null");
     for (int i = 0; i < 250; ++i) {
         if (Accepts(port_)) return true;
         if (::waitpid(pid_, nullptr, WNOHANG) == pid_) {

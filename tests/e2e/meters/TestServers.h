@@ -12,17 +12,19 @@
 #include <thread>
 #include <vector>
 
+#include "../scenarios/Spawn.h"
+
 struct mosquitto;
 
 namespace meters {
 
-int FreePort();
+using e2e::FreePort;
 
 // A child process with its standard input and output on pipes.
 class Child {
 public:
     ~Child() { Stop(); }
-    bool Start(const std::vector<std::string>& argv, bool quiet = false);
+    bool Start(const std::vector<std::string>& argv);
     bool WriteLine(const std::string& line);
     // The next output line, or false after timeout.
     bool ReadLine(std::string& line, std::chrono::milliseconds timeout = std::chrono::seconds(5));

@@ -8,30 +8,9 @@
 namespace scenario {
 namespace {
 
-const std::string Site = OneMeterSite("Backfill", "Incomer", 100);
-
 // Two "From Log File" tags and a maths tag 3 x Boiler + 2 x Chiller.
-const std::string Tags = RateTagSetup("Incomer", R"(
-[Tag 2]
-TagName = "Boiler"
-Online = 1
-TagType = 1
-ScanType = 25
-
-[Tag 3]
-TagName = "Heat"
-Online = 1
-TagType = 1
-ScanType = 8
-Term0 = 2 0 3
-Term1 = 4 1 2
-
-[Tag 4]
-TagName = "Chiller"
-Online = 1
-TagType = 1
-ScanType = 25
-)");
+const std::string Tags = RateTagSetup("Incomer", Tag(2, "Boiler", 25) + Tag(3, "Heat", 8, "Term0 = 2 0 3\nTerm1 = 4 1 2\n") +
+                                                     Tag(4, "Chiller", 25));
 
 class CsvBackfill : public ScenarioTest {};
 
@@ -39,13 +18,7 @@ TEST_F(CsvBackfill, PastMonthValuesLandInThatMonthsFileAndTheFilesAreLoggedAndDe
     const Seconds november = At(2026, 11, 1, 0, 0);
     const Seconds october = At(2026, 10, 1, 0, 0);
     // Slow, within one period: nothing of the monitor's own saving interferes.
-    ASSERT_TRUE(SetClock(At(2026, 11, 10, 10, 2), 10));
-    ASSERT_TRUE(StartHost(Site));
-    ASSERT_TRUE(BuildSetup(Tags));
-    WriteSettings("[general]\nStoreFilePrefix=Csv\ntimer1scan=5\n");
-    monitor_ = StartMonitor();
-    ASSERT_TRUE(WaitStarted("Csv", november));
-
+    ASSERT_NO_FATAL_FAILURE(Launch(At(2026, 11, 10, 10, 2), 10, OneMeterSite("Backfill", "Incomer", 100), Tags, "Csv", 5));
     // The first scan makes the import folder.
     const fs::path folder = programDir_ / "vtcsvlog";
     ASSERT_TRUE(WaitFor([&] { return fs::is_directory(folder) || !Alive(monitor_); }, 20s));
@@ -94,27 +67,20 @@ TEST_F(CsvBackfill, PastMonthValuesLandInThatMonthsFileAndTheFilesAreLoggedAndDe
         {{"2026-10-31", 48}, {0, 0, 2 * 12.5, 12.5}},
         {{"2026-10-01", 1}, {0, 7.5, 3 * 7.5, 0}},
     };
-    for (const auto& [key, record] : oct.Rows) {
+    for (const auto& [key, values] : expected) {
         SCOPED_TRACE("October, " + key.first + " period " + std::to_string(key.second));
-        const auto it = expected.find(key);
-        if (it == expected.end()) {
-            EXPECT_EQ(record.Flag, 0);
-            for (double value : record.Values) EXPECT_EQ(value, 0.0);
-            continue;
-        }
-        EXPECT_EQ(record.Flag, 1);
-        EXPECT_EQ(record.Values, it->second);
+        const Record* record = oct.Find(key.first, key.second);
+        ASSERT_NE(record, nullptr);
+        EXPECT_EQ(record->Flag, 1);
+        EXPECT_EQ(record->Values, values);
     }
+    oct.ExpectEmptyBut({{"2026-10-15", 20}, {"2026-10-31", 48}, {"2026-10-01", 1}});
     EXPECT_EQ(oct.Rows.size(), 31u * 48u);
 
     // Nothing of it in November's file, no file for the refused February line.
     const StoreRecords nov = Records(StoreFile("Csv", november));
     ASSERT_TRUE(nov.Ok) << nov.Error;
-    for (const auto& [key, record] : nov.Rows) {
-        SCOPED_TRACE("November, " + key.first + " period " + std::to_string(key.second));
-        EXPECT_EQ(record.Flag, 0);
-        for (double value : record.Values) EXPECT_EQ(value, 0.0);
-    }
+    nov.ExpectEmptyBut({});
     EXPECT_FALSE(fs::exists(StoreFileLocal("Csv", At(2026, 2, 1, 0, 0))));
     EXPECT_TRUE(Alive(monitor_));
     EXPECT_EQ(ErrorLines(), "");

@@ -1,94 +1,50 @@
 #include "ScenarioRun.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <signal.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdio>
+#include <chrono>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
-#include <thread>
 
 namespace scenario {
 
 namespace {
 
-long long DaysFromCivil(int y, int m, int d) {
-    y -= m <= 2;
-    const long long era = (y >= 0 ? y : y - 399) / 400;
-    const unsigned yoe = static_cast<unsigned>(y - era * 400);
-    const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-    const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-    return era * 146097 + static_cast<long long>(doe) - 719468;
-}
-
-void CivilFromDays(long long z, int& y, int& m, int& d) {
-    z += 719468;
-    const long long era = (z >= 0 ? z : z - 146096) / 146097;
-    const unsigned doe = static_cast<unsigned>(z - era * 146097);
-    const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-    const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-    const unsigned mp = (5 * doy + 2) / 153;
-    d = static_cast<int>(doy - (153 * mp + 2) / 5 + 1);
-    m = static_cast<int>(mp < 10 ? mp + 3 : mp - 9);
-    y = static_cast<int>(static_cast<long long>(yoe) + era * 400 + (m <= 2));
-}
-
-// A port no one listens on now, for the monitor's request server: scenarios may run side by
-// side, and each monitor opens its port at start-up (port 0 in the settings means the default 1007).
-int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    int port = 0;
-    if (fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    if (fd >= 0) ::close(fd);
-    return port;
-}
-
 std::string Tail(const std::string& text, std::size_t count) {
     return text.size() <= count ? text : "..." + text.substr(text.size() - count);
 }
 
-std::string Trimmed(std::string text) {
-    while (!text.empty() && (text.back() == '\r' || text.back() == '\n' || text.back() == ' ')) text.pop_back();
-    return text;
+// The fields of a line; empty ones count, a last one too ("a,," is three).
+std::vector<std::string> Split(const std::string& text, char separator) {
+    std::vector<std::string> fields;
+    std::size_t start = 0;
+    for (std::size_t at; (at = text.find(separator, start)) != std::string::npos; start = at + 1)
+        fields.push_back(text.substr(start, at - start));
+    fields.push_back(text.substr(start));
+    return fields;
 }
 
 }  // namespace
 
 Seconds At(int year, int month, int day, int hour, int minute, int second) {
-    return DaysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+    const std::chrono::sys_days date{std::chrono::year{year} / month / day};
+    return date.time_since_epoch().count() * 86400LL + hour * 3600 + minute * 60 + second;
 }
 
 std::string Iso(Seconds value) {
-    int y = 0, m = 0, d = 0;
-    const long long days = value >= 0 ? value / 86400 : (value - 86399) / 86400;
-    CivilFromDays(days, y, m, d);
-    const long long s = value - days * 86400;
+    using namespace std::chrono;
+    const sys_seconds time{seconds{value}};
+    const auto date = floor<days>(time);
+    const year_month_day ymd{date};
+    const hh_mm_ss hms{time - date};
     char text[96];
-    std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d", y, m, d, static_cast<int>(s / 3600),
-                  static_cast<int>(s / 60 % 60), static_cast<int>(s % 60));
+    std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d", static_cast<int>(ymd.year()),
+                  static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()), static_cast<int>(hms.hours().count()),
+                  static_cast<int>(hms.minutes().count()), static_cast<int>(hms.seconds().count()));
     return text;
 }
 
 std::string DateText(Seconds value) { return Iso(value).substr(0, 10); }
 
-bool ParseIso(const std::string& text, Seconds& value) {
-    int y, mo, d, h, mi, s;
-    if (std::sscanf(text.c_str(), "%d-%d-%dT%d:%d:%d", &y, &mo, &d, &h, &mi, &s) != 6) return false;
-    value = At(y, mo, d, h, mi, s);
-    return true;
-}
+Seconds MonthOf(Seconds value) { return value / 86400 * 86400 - (std::stoi(DateText(value).substr(8)) - 1) * 86400LL; }
 
 bool ParseLogStamp(const std::string& text, Seconds& value) {
     int y, mo, d, h, mi, s;
@@ -96,13 +52,6 @@ bool ParseLogStamp(const std::string& text, Seconds& value) {
         return false;
     value = At(2000 + y, mo, d, h, mi, s);
     return true;
-}
-
-std::string ReadAll(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
 }
 
 void WriteAll(const fs::path& path, const std::string& text) {
@@ -116,49 +65,32 @@ void DropFile(const fs::path& path, const std::string& text) {
     fs::rename(temp, path);
 }
 
-std::vector<std::string> Split(const std::string& text, char separator) {
-    std::vector<std::string> parts;
-    std::string part;
-    std::istringstream in(text);
-    while (std::getline(in, part, separator)) parts.push_back(part);
-    return parts;
-}
-
-// The fields of a CSV line without quotes; empty ones count, a last one too ("a,," is three).
-static std::vector<std::string> CsvFields(const std::string& line) {
-    std::vector<std::string> fields;
-    std::size_t start = 0;
-    for (std::size_t at; (at = line.find(',', start)) != std::string::npos; start = at + 1)
-        fields.push_back(line.substr(start, at - start));
-    fields.push_back(line.substr(start));
-    return fields;
-}
-
 std::vector<std::string> Lines(const std::string& text) {
     std::vector<std::string> lines = Split(text, '\n');
+    if (lines.back().empty()) lines.pop_back();
     for (std::string& line : lines)
         if (!line.empty() && line.back() == '\r') line.pop_back();
     return lines;
 }
 
-bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (condition()) return true;
-        std::this_thread::sleep_for(50ms);
-    }
-    return condition();
-}
-
-int StoreRecords::Column(const std::string& name) const {
-    for (std::size_t i = 0; i < Columns.size(); ++i)
-        if (Columns[i] == name) return static_cast<int>(i);
-    return -1;
+int Count(const std::string& text, const std::string& part) {
+    int n = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++n;
+    return n;
 }
 
 const Record* StoreRecords::Find(const std::string& date, int period) const {
     const auto it = Rows.find({date, period});
     return it == Rows.end() ? nullptr : &it->second;
+}
+
+void StoreRecords::ExpectEmptyBut(const std::set<Period>& saved) const {
+    for (const auto& [key, record] : Rows) {
+        if (saved.count(key)) continue;
+        SCOPED_TRACE(key.first + " period " + std::to_string(key.second));
+        EXPECT_EQ(record.Flag, 0);
+        for (double value : record.Values) EXPECT_EQ(value, 0.0);
+    }
 }
 
 void ScenarioTest::SetUp() {
@@ -191,50 +123,12 @@ void ScenarioTest::TearDown() {
 }
 
 pid_t ScenarioTest::Start(const std::string& program, const std::vector<std::string>& args, const std::string& name) {
-    const std::string out = (root_ / (name + ".out")).string();
-    const std::string err = (root_ / (name + ".err")).string();
-    const pid_t pid = ::fork();
-    if (pid == 0) {
-        if (!std::freopen(out.c_str(), "w", stdout) || !std::freopen(err.c_str(), "w", stderr)) ::_exit(126);
-        std::vector<std::string> copy = args;
-        std::vector<char*> argv;
-        std::string path = program;
-        argv.push_back(path.data());
-        for (std::string& a : copy) argv.push_back(a.data());
-        argv.push_back(nullptr);
-        ::execv(program.c_str(), argv.data());
-        ::_exit(127);
-    }
-    return pid;
-}
-
-int ScenarioTest::WaitExit(pid_t& pid, std::chrono::milliseconds timeout) {
-    if (pid <= 0) return -1;
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    int status = 0;
-    for (;;) {
-        if (::waitpid(pid, &status, WNOHANG) == pid) {
-            pid = 0;
-            return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-        }
-        if (std::chrono::steady_clock::now() >= deadline) {
-            ::kill(pid, SIGKILL);
-            ::waitpid(pid, &status, 0);
-            pid = 0;
-            return -1;
-        }
-        std::this_thread::sleep_for(10ms);
-    }
+    return e2e::Spawn(program, args, (root_ / (name + ".out")).string(), (root_ / (name + ".err")).string());
 }
 
 bool ScenarioTest::Alive(pid_t& pid) {
-    if (pid <= 0) return false;
-    int status = 0;
-    if (::waitpid(pid, &status, WNOHANG) == pid) {
-        pid = 0;
-        return false;
-    }
-    return true;
+    if (pid > 0 && ::waitpid(pid, nullptr, WNOHANG) == pid) pid = 0;
+    return pid > 0;
 }
 
 Result ScenarioTest::Run(const std::string& program, const std::vector<std::string>& args,
@@ -259,10 +153,10 @@ bool ScenarioTest::SetClock(Seconds start, double speed) {
 }
 
 Seconds ScenarioTest::Clock() {
-    Seconds now = 0;
+    int y = 0, mo = 0, d = 0, h = 0, mi = 0, s = 0;
     const Result r = Host({"clock"});
-    EXPECT_TRUE(ParseIso(Trimmed(r.Out), now)) << r.Out << r.Err;
-    return now;
+    EXPECT_EQ(std::sscanf(r.Out.c_str(), "%d-%d-%dT%d:%d:%d", &y, &mo, &d, &h, &mi, &s), 6) << r.Out << r.Err;
+    return At(y, mo, d, h, mi, s);
 }
 
 bool ScenarioTest::SpeedUp(double speed) { return SetClock(Clock() + 1, speed); }
@@ -307,7 +201,8 @@ void ScenarioTest::WriteSettings(const std::string& text) {
         crlf += c;
     }
     WriteAll(SettingsFile(), crlf);
-    const int port = FreePort();
+    // A request server port of its own: scenarios may run side by side (0 would mean the default).
+    const int port = e2e::FreePort();
     EXPECT_GT(port, 0);
     WriteAll(setupLocal_ / "WinSockets.ini", "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(port) + "\r\n");
 }
@@ -318,9 +213,25 @@ pid_t ScenarioTest::StartMonitor(const std::vector<std::string>& switches, const
     return Start(VOLTAMON_PROGRAM, args, name);
 }
 
+void ScenarioTest::Launch(Seconds start, double speed, const std::string& site, const std::string& tags,
+                          const std::string& storePrefix, int scanSeconds, const std::string& moreSettings,
+                          const std::vector<std::string>& switches) {
+    ASSERT_TRUE(SetClock(start, speed));
+    ASSERT_TRUE(StartHost(site));
+    ASSERT_TRUE(BuildSetup(tags));
+    WriteSettings("[general]\nStoreFilePrefix=" + storePrefix + "\ntimer1scan=" + std::to_string(scanSeconds) +
+                  "\nLogScans=1\n" + moreSettings);
+    monitor_ = StartMonitor(switches);
+    ASSERT_TRUE(WaitStarted(storePrefix, MonthOf(start)));
+}
+
+void ScenarioTest::StopHost() {
+    ASSERT_EQ(Host({"stop"}).ExitCode, 0);
+    EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor did not end with the host";
+}
+
 std::string ScenarioTest::StoreFile(const std::string& storePrefix, Seconds month) const {
-    const std::string iso = Iso(month);
-    return dataFolder_ + "\\Voltaris\\" + storePrefix + iso.substr(2, 2) + iso.substr(5, 2) + ".lum";
+    return dataFolder_ + "\\Voltaris\\" + StoreFileLocal(storePrefix, month).filename().string();
 }
 
 fs::path ScenarioTest::StoreFileLocal(const std::string& storePrefix, Seconds month) const {
@@ -333,27 +244,17 @@ bool ScenarioTest::WaitStarted(const std::string& storePrefix, Seconds month, st
     const fs::path store = StoreFileLocal(storePrefix, month);
     const bool started = WaitFor(
         [&] {
-            if (!Alive(monitor_)) return true;
             std::error_code ec;
-            return fs::file_size(store, ec) >= 200 && !ec;
+            return !Alive(monitor_) || (fs::file_size(store, ec) >= 200 && !ec);
         },
         timeout);
-    if (!started || monitor_ == 0) {
-        ADD_FAILURE() << "the monitor did not start (store file " << store << ")";
-        return false;
-    }
-    return true;
+    if (!started || monitor_ == 0) ADD_FAILURE() << "the monitor did not start (store file " << store << ")";
+    return started && monitor_ != 0;
 }
 
 bool ScenarioTest::RunUntil(Seconds target, std::chrono::milliseconds timeout) {
     bool reached = false;
-    WaitFor(
-        [&] {
-            if (!Alive(monitor_)) return true;
-            reached = Clock() >= target;
-            return reached;
-        },
-        timeout);
+    WaitFor([&] { return !Alive(monitor_) || (reached = Clock() >= target); }, timeout);
     if (monitor_ == 0) ADD_FAILURE() << "the monitor ended before " << Iso(target);
     else if (!reached) ADD_FAILURE() << "the clock did not reach " << Iso(target) << " in time";
     return reached && monitor_ != 0;
@@ -362,35 +263,24 @@ bool ScenarioTest::RunUntil(Seconds target, std::chrono::milliseconds timeout) {
 StoreRecords ScenarioTest::Records(const std::string& storeFileText) {
     StoreRecords records;
     const Result r = Run(VT_STORE_PROGRAM, {"records", storeFileText});
-    if (r.ExitCode != 0) {
-        records.Error = "vt-store records " + storeFileText + ": " + r.Err;
-        return records;
-    }
     const std::vector<std::string> lines = Lines(r.Out);
-    if (lines.empty()) {
-        records.Error = "vt-store records gave nothing";
-        return records;
-    }
-    const std::vector<std::string> head = CsvFields(lines[0]);
-    if (head.size() < 4 || head[0] != "date" || head[3] != "flag") {
-        records.Error = "unexpected heading: " + lines[0];
+    const std::vector<std::string> head = Split(lines.empty() ? "" : lines[0], ',');
+    if (r.ExitCode != 0 || head.size() < 4 || head[0] != "date" || head[3] != "flag") {
+        records.Error = "vt-store records " + storeFileText + ": " + r.Err + Tail(r.Out, 200);
         return records;
     }
     records.Heading = lines[0];
     records.Columns.assign(head.begin() + 4, head.end());
     for (std::size_t i = 1; i < lines.size(); ++i) {
-        if (lines[i].empty()) continue;
-        const std::vector<std::string> fields = CsvFields(lines[i]);
+        const std::vector<std::string> fields = Split(lines[i], ',');
         if (fields.size() != head.size()) {
             records.Error = "line of another width: " + lines[i];
             return records;
         }
-        Record record;
-        record.Saved = !fields[3].empty();
-        record.Flag = record.Saved ? std::stoi(fields[3]) : 0;
-        for (std::size_t c = 4; c < fields.size(); ++c)
-            record.Values.push_back(record.Saved ? std::stod(fields[c]) : 0.0);
-        records.Rows[{fields[0], std::stoi(fields[1])}] = record;
+        Record& record = records.Rows[{fields[0], std::stoi(fields[1])}];
+        const bool saved = !fields[3].empty();
+        record.Flag = saved ? std::stoi(fields[3]) : 0;
+        for (std::size_t c = 4; c < fields.size(); ++c) record.Values.push_back(saved ? std::stod(fields[c]) : 0.0);
     }
     records.Ok = true;
     return records;
@@ -414,9 +304,8 @@ std::vector<Seconds> ScenarioTest::ScanStamps() const {
     std::vector<Seconds> stamps;
     for (const std::string& line : Lines(MainLog())) {
         // "19/11/26 10:00:20 - M1,600.00,3.33,600.00;M2,..."
-        if (line.size() < 22 || line.compare(17, 5, " - M1") != 0) continue;
         Seconds stamp = 0;
-        if (ParseLogStamp(line, stamp)) stamps.push_back(stamp);
+        if (line.size() >= 22 && line.compare(17, 5, " - M1") == 0 && ParseLogStamp(line, stamp)) stamps.push_back(stamp);
     }
     return stamps;
 }
@@ -424,8 +313,7 @@ std::vector<Seconds> ScenarioTest::ScanStamps() const {
 Seconds ScenarioTest::SaveLateness(const std::vector<Seconds>& stamps, Seconds from, Seconds to, int periodSeconds,
                                    int scanSeconds) {
     Seconds late = 0;
-    Seconds end = (from + periodSeconds - 1) / periodSeconds * periodSeconds;
-    for (; end <= to; end += periodSeconds) {
+    for (Seconds end = (from + periodSeconds - 1) / periodSeconds * periodSeconds; end <= to; end += periodSeconds) {
         const auto scan = std::lower_bound(stamps.begin(), stamps.end(), end - 2);
         late = std::max(late, scan == stamps.end() ? to - end : *scan - end);
     }
@@ -446,15 +334,17 @@ std::string ScenarioTest::Diagnostics() const {
 }
 
 std::string OneMeterSite(const std::string& job, const std::string& name, double rate) {
-    std::ostringstream text;
-    text << "[host]\ngeneration = 5\njob = " << job << "\n\n[meter " << name << "]\npoint = T1\nkind = rate\nrate = "
-         << rate << "\n";
-    return text.str();
+    return "[host]\ngeneration = 5\njob = " + job + "\n\n[meter " + name + "]\npoint = T1\nkind = rate\nrate = " +
+           std::to_string(rate) + "\n";
 }
 
 std::string RateTagSetup(const std::string& name, const std::string& more, int periodsPerDay) {
-    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = " + std::to_string(periodsPerDay) +
-           "\n\n[Tag 1]\nTagName = \"" + name + "\"\nOnline = 1\nTagType = 1\nScanType = 24\nPageNo = 1\n" + more;
+    return "[Header]\nSetupVersion = 250\nPeriodsPerDay = " + std::to_string(periodsPerDay) + "\n" + Tag(1, name, 24) + more;
+}
+
+std::string Tag(int n, const std::string& name, int scanType, const std::string& fields) {
+    return "\n[Tag " + std::to_string(n) + "]\nTagName = \"" + name + "\"\nOnline = 1\nTagType = 1\nScanType = " +
+           std::to_string(scanType) + "\nPageNo = " + std::to_string(n) + "\n" + fields;
 }
 
 }  // namespace scenario

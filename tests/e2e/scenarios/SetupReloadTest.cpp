@@ -1,7 +1,6 @@
 // The tag setup file saved again while the monitor runs: a tag renamed and a tag added. The next
 // scan reloads it: the store file's tag section and records carry the new setup, the new tag is
 // scanned and saved, and the monitor runs on.
-#include <algorithm>
 #include <thread>
 
 #include "ScenarioRun.h"
@@ -14,7 +13,7 @@ constexpr int ScanSeconds = 10;
 constexpr double IncomerRate = 400;  // 100 a quarter hour
 constexpr double FeederRate = 200;   // 50 a quarter hour
 
-const std::string Site = OneMeterSite("Reload", "Incomer", 400) + R"(
+const std::string Site = OneMeterSite("Reload", "Incomer", IncomerRate) + R"(
 [meter Feeder]
 point = T2
 kind = rate
@@ -24,26 +23,14 @@ rate = 200
 const std::string Before = RateTagSetup("Incomer", "", 96);
 
 // Tag 1 renamed, tag 2 added.
-const std::string After = RateTagSetup("Incomer A", R"(
-[Tag 2]
-TagName = "Feeder"
-Online = 1
-TagType = 1
-ScanType = 24
-PageNo = 2
-)", 96);
+const std::string After = RateTagSetup("Incomer A", Tag(2, "Feeder", 24), 96);
 
 class SetupReload : public ScenarioTest {};
 
 TEST_F(SetupReload, ChangedSetupFileIsReloadedByTheNextScanAndTheMonitorRunsOn) {
     const Seconds day = At(2026, 11, 19, 0, 0);
-    ASSERT_TRUE(SetClock(At(2026, 11, 19, 10, 4), 60));
-    ASSERT_TRUE(StartHost(Site));
-    ASSERT_TRUE(BuildSetup(Before));
-    const auto firstBuild = std::chrono::system_clock::now();
-    WriteSettings("[general]\nStoreFilePrefix=Rel\ntimer1scan=" + std::to_string(ScanSeconds) + "\nLogScans=1\n");
-    monitor_ = StartMonitor();
-    ASSERT_TRUE(WaitStarted("Rel", day));
+    ASSERT_NO_FATAL_FAILURE(Launch(At(2026, 11, 19, 10, 4), 60, Site, Before, "Rel", ScanSeconds));
+    const auto firstBuild = std::chrono::system_clock::now();  // a little after it, in fact
     ASSERT_LT(Clock(), At(2026, 11, 19, 10, 15)) << "start-up took the whole first period";
     ASSERT_TRUE(SpeedUp(Speed));
     const std::string store = StoreFile("Rel", day);
@@ -78,8 +65,7 @@ TEST_F(SetupReload, ChangedSetupFileIsReloadedByTheNextScanAndTheMonitorRunsOn) 
 
     // Two more saves: 10:30 (period 42, the reload in it) and 10:45 (period 43, wholly after it).
     ASSERT_TRUE(RunUntil(At(2026, 11, 19, 10, 46), 30s));
-    ASSERT_EQ(Host({"stop"}).ExitCode, 0);
-    EXPECT_EQ(WaitExit(monitor_, 10s), 0) << "the monitor should have run on until the host stopped";
+    ASSERT_NO_FATAL_FAILURE(StopHost());
 
     const StoreRecords records = Records(store);
     ASSERT_TRUE(records.Ok) << records.Error;
