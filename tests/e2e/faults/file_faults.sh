@@ -2,10 +2,11 @@
 # voltamon --headless under file and host faults, on a simulated clock where a 15-minute period
 # lasts 3 s. Each case checks what the monitor reports in its log's error form
 # ("Procedure, Error n/ message"), that it keeps scanning (the /log scan lines go on), and where
-# the fault can be lifted, that the period saves resume. A store folder that is a file, a vanished
-# backup folder and a clock set back are unit and scenario tests.
+# the fault can be lifted, that the period saves resume. A store folder that is a file and a vanished
+# backup folder are unit tests.
 #   file_faults.sh BIN_DIR CASE
-# CASE: store-folder-read-only, disk-full, line-library-missing, host-libraries-missing, damaged-store-header
+# CASE: store-folder-read-only, disk-full, line-library-missing, host-libraries-missing, damaged-store-header,
+#       clock-set-back
 set -u
 bin=$1 case=$2
 . "$(dirname "$0")/faults-lib.sh"
@@ -114,6 +115,28 @@ damaged-store-header)
     [ "$(scan_lines)" = 0 ] || fail "the monitor scanned on the damaged file"
     [ -z "$(error_reports)" ] || fail "errors logged on the damaged file: $(error_reports)"
     cmp -s "$store_file" "$work/damaged.lum" || fail "the damaged store file was written to"
+    ;;
+
+clock-set-back)
+    # The PC clock set back to 09:55 soon after the 10:15 save, at the same speed: no record may
+    # hold negative energy, none more than its period and the minute its save may come late, and
+    # the monitor saves on.
+    begin
+    wait_for 20 eval '[ "$(saved_count)" -ge 1 ]' || fail "no period saved before the step"
+    "$host" clock "${day}T09:55:00" 300 > /dev/null || fail "could not set the clock back"
+    wait_for 30 eval '"$host" clock | grep -q "T10:3[1-9]"' || fail "the clock did not reach 10:31"
+    sleep 0.5  # the save of 10:30 and a scan or two beyond
+    grep -qE ' - PC clock stepped by -[0-9]{4} secs' "$log" || fail "the step was not seen: $(grep -m1 'stepped' "$log")"
+    "$store" records "$(store_path $month)" > "$work/records.csv" || fail "vt-store records"
+    # Tag t runs at 100 x t an hour: a 15-minute period holds 25 x t, a repeated one 50 x t at most.
+    awk -F, -v d=$day -v m=$meters '
+        $1 != d { next }
+        { for (t = 1; t <= m; ++t) if ($(4 + t) + 0 < 0 || $(4 + t) / t > 52) { print "period " $2 ": tag " t " holds " $(4 + t); bad = 1 } }
+        END { exit bad }' "$work/records.csv" || fail "a record out of bounds after the step"
+    keeps_scanning 5 || fail "the monitor stopped scanning after the step"
+    reports=$(error_reports)
+    [ -z "$reports" ] || fail "errors after the step: $reports"
+    echo "step seen: $(grep -m1 -o 'PC clock stepped by [-0-9]* secs' "$log")"
     ;;
 
 *)
