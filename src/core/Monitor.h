@@ -111,6 +111,7 @@ private:
     bool Countdown(DateTime now);
     void RunScan();
     void ShiftRememberedTimes(double seconds);
+    void ShiftTagTimes(double days, bool pulseTimesToo);
     // The body of a tick, between the busy mark and the look at the clock that ends it.
     void Tick();
     // The clock stepped by seconds without the monitor moving it.

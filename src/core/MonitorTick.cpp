@@ -88,15 +88,22 @@ void Monitor::Tick() {
     });
 }
 
-void Monitor::ShiftRememberedTimes(double seconds) {
-    const double days = seconds / SecondsPerDay;
-    LastScanTime += days;
+// The time bases of the online measured tags move by days; the pulse times too when asked.
+void Monitor::ShiftTagTimes(double days, bool pulseTimesToo) {
     for (int n = 1; n <= Setup.TagCount; ++n) {
         const auto i = static_cast<std::size_t>(n);
         if (i >= Setup.TagTable.size() || i >= Values.size()) break;
         const TagRecord& tag = Setup.TagTable[i];
-        if (tag.Online == 1 && tag.TagType == TagTypeMeasured) Values[i].LastReadTime += days;
+        if (tag.Online != 1 || tag.TagType != TagTypeMeasured) continue;
+        Values[i].LastReadTime += days;
+        if (pulseTimesToo) Values[i].PulseTime += days;
     }
+}
+
+void Monitor::ShiftRememberedTimes(double seconds) {
+    const double days = seconds / SecondsPerDay;
+    LastScanTime += days;
+    ShiftTagTimes(days, false);
 }
 
 // A step the monitor did not make (set by hand, local time moving for summer time) is no time
@@ -105,15 +112,7 @@ void Monitor::ShiftRememberedTimes(double seconds) {
 void Monitor::OnClockStep(double seconds) {
     AddToLog("PC clock stepped by " + std::to_string(static_cast<long long>(RoundHalfEven(seconds))) + " secs");
     if (State.ClockStepFrom == 0) State.ClockStepFrom = clockSteps_.LastMark();
-    const double days = seconds / SecondsPerDay;
-    for (int n = 1; n <= Setup.TagCount; ++n) {
-        const auto i = static_cast<std::size_t>(n);
-        if (i >= Setup.TagTable.size() || i >= Values.size()) break;
-        const TagRecord& tag = Setup.TagTable[i];
-        if (tag.Online != 1 || tag.TagType != TagTypeMeasured) continue;
-        Values[i].LastReadTime += days;
-        Values[i].PulseTime += days;
-    }
+    ShiftTagTimes(seconds / SecondsPerDay, true);
 }
 
 // now: when the period save last looked, which tells the period the values belong to.
