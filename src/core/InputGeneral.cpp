@@ -7,34 +7,12 @@
 #include "core/MathsGrouping.h"
 #include "core/ScanPassState.h"
 #include "core/ScanTag.h"
+#include "files/ScanTypes.h"
 #include "support/SingleArithmetic.h"
 #include "support/Log.h"
 #include "support/VbConvert.h"
 
 namespace {
-
-enum class Source { None, RecorderLine, HostTag, Dde };
-enum class Calculation { None, Direct, Total, Pulse };
-
-struct ScanKind {
-    Source From;
-    Calculation Calc;
-};
-
-ScanKind KindOf(int16_t scanType) {
-    switch (scanType) {
-    case 17: return {Source::RecorderLine, Calculation::Direct};
-    case 24: return {Source::HostTag, Calculation::Direct};
-    case 26: return {Source::Dde, Calculation::Direct};
-    case 23: return {Source::RecorderLine, Calculation::Pulse};
-    case 22: return {Source::HostTag, Calculation::Pulse};
-    case 27: return {Source::Dde, Calculation::Pulse};
-    case 21: return {Source::RecorderLine, Calculation::Total};
-    case 28: return {Source::HostTag, Calculation::Total};
-    case 29: return {Source::Dde, Calculation::Total};
-    default: return {Source::None, Calculation::None};  // maths, log-file and unknown tags
-    }
-}
 
 // Status text between two rounds of pending events, so a watcher sees where a slow scan is and
 // socket requests are served as the pass goes. False when events ran and a reload of the setup
@@ -59,21 +37,21 @@ inline void ShowValues(ScanContext& scan, int tag) {
     if (scan.View.ShowsGrid()) SetValueCells(scan, tag);
 }
 
-void Acquire(ScanContext& scan, int16_t tag, Source from) {
+void Acquire(ScanContext& scan, int16_t tag, ScanSource from) {
     switch (from) {
-    case Source::RecorderLine: Input_Get_RecorderValue(scan, tag); break;
-    case Source::HostTag: Input_Get_TagReading(scan, tag); break;
-    case Source::Dde: Input_Get_DDE(scan, tag); break;
-    case Source::None: break;
+    case ScanSource::RecorderLine: Input_Get_RecorderValue(scan, tag); break;
+    case ScanSource::HostTag: Input_Get_TagReading(scan, tag); break;
+    case ScanSource::Dde: Input_Get_DDE(scan, tag); break;
+    case ScanSource::None: break;
     }
 }
 
-void Calculate(ScanContext& scan, int16_t tag, Calculation calc, DateTime now) {
+void Calculate(ScanContext& scan, int16_t tag, ScanCalculation calc, DateTime now) {
     switch (calc) {
-    case Calculation::Direct: Input_Calc_Direct(scan, tag, now); break;
-    case Calculation::Total: Input_Calc_Total(scan, tag, now); break;
-    case Calculation::Pulse: Input_Calc_Pulse(scan, tag, now); break;
-    case Calculation::None: break;
+    case ScanCalculation::Direct: Input_Calc_Direct(scan, tag, now); break;
+    case ScanCalculation::Total: Input_Calc_Total(scan, tag, now); break;
+    case ScanCalculation::Pulse: Input_Calc_Pulse(scan, tag, now); break;
+    case ScanCalculation::None: break;
     }
 }
 
@@ -90,7 +68,7 @@ VbError MeasuredPass(ScanContext& scan, PassClock& clock) {
         }
         if (!StepKeepsTag(scan, clock, "Get Data for Tag ", n)) return VbError(ErrSubscript);
         if (scan.Setup.TagTable[n].TagType != TagTypeMeasured) continue;
-        const ScanKind kind = KindOf(scan.Setup.TagTable[n].ScanType);
+        const ScanKind kind = ScanKindOf(scan.Setup.TagTable[n].ScanType);
         const auto tag = static_cast<int16_t>(n);
         // One instant for the reading, its calculation and its time stamp.
         const DateTime now = clock.Now();

@@ -4,20 +4,10 @@
 
 #include "files/DemandPeriods.h"
 #include "files/ResumeState.h"
+#include "files/ScanTypes.h"
 #include "support/Log.h"
 
 namespace {
-
-enum class Kept { None, Rate, Pulse, Total };
-
-Kept KindOf(int16_t scanType) {
-    switch (scanType) {
-    case 17: case 24: case 26: return Kept::Rate;
-    case 22: case 23: case 27: return Kept::Pulse;
-    case 21: case 28: case 29: return Kept::Total;
-    default: return Kept::None;
-    }
-}
 
 // Period ends compare to within a second: they are the same computation on the same day.
 bool SamePeriod(DateTime a, DateTime b) { return std::fabs(a - b) * 86400.0 < 1.0; }
@@ -33,7 +23,7 @@ VbError KeepTagValues(const SetupData& setup, const TagValues& values, const Mon
         const auto i = static_cast<std::size_t>(n);
         if (i >= setup.TagTable.size() || i >= values.size()) break;
         const TagRecord& record = setup.TagTable[i];
-        if (record.Online != 1 || record.TagType != TagTypeMeasured || KindOf(record.ScanType) == Kept::None) continue;
+        if (record.Online != 1 || record.TagType != TagTypeMeasured || ScanKindOf(record.ScanType).Calc == ScanCalculation::None) continue;
         const TagValue& v = values[i];
         state.Tags.push_back({n, record.ScanType, v.Current, v.Previous, v.Integrated, v.LastGoodDelta, v.LastGoodRate,
                               v.Rate, v.LastReadTime, v.PulseTime});
@@ -58,17 +48,17 @@ int TakeBackTagValues(const SetupData& setup, TagValues& values, const MonitorSe
         if (t.Tag > setup.TagCount || i >= setup.TagTable.size() || i >= values.size()) continue;
         const TagRecord& record = setup.TagTable[i];
         if (record.Online != 1 || record.TagType != TagTypeMeasured || record.ScanType != t.ScanType) continue;
-        const Kept kind = KindOf(t.ScanType);
-        if (kind == Kept::None) continue;
+        const ScanCalculation kind = ScanKindOf(t.ScanType).Calc;
+        if (kind == ScanCalculation::None) continue;
         TagValue& v = values[i];
         // What was integrated stays. A rate tag's downtime is not known, so it is not booked; pulse
         // and total meters kept counting, and their next reading books the downtime.
         v.Integrated = t.Integrated;
         v.Rate = t.Rate;
-        if (kind != Kept::Rate) {
+        if (kind != ScanCalculation::Direct) {
             v.Previous = t.Previous;
             v.Resumed = true;
-            if (kind == Kept::Pulse) {
+            if (kind == ScanCalculation::Pulse) {
                 v.PulseTime = t.PulseTime;
                 v.LastGoodDelta = t.LastGoodDelta;
                 v.LastGoodRate = t.LastGoodRate;

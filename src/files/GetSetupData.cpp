@@ -53,24 +53,6 @@ void CorrectMathsOperators(TagRecord& tag)
 
 } // namespace
 
-std::string ScanTypeLabel(int16_t scanType)
-{
-    switch (scanType) {
-    case 8: return "Maths";
-    case 17: return "Rate - Recorder";
-    case 21: return "Total - Recorder";
-    case 22: return "Pulse - Scada Tag";
-    case 23: return "Pulse - Recorder";
-    case 24: return "Rate - Scada Tag";
-    case 25: return "From Log File";
-    case 26: return "Rate - DDE";
-    case 27: return "Pulse - DDE";
-    case 28: return "Total - Scada Tag";
-    case 29: return "Total - DDE";
-    default: return "Unknown Scan Type";
-    }
-}
-
 SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders& host, SetupData& setup,
                              SetupLoadView& view)
 {

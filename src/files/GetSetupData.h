@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "files/HostFolders.h"
+#include "files/ScanTypes.h"
 #include "files/SetupData.h"
 #include "files/SetupLoadView.h"
 #include "platform/VbError.h"
@@ -21,8 +22,6 @@ SetupLoadResult GetSetupData(const std::string& setupMtgFile, const HostFolders&
 SetupLoadResult LoadSetupFileBytes(std::string_view bytes, const VbError& openError, const HostFolders& host,
                                    SetupData& setup, SetupLoadView& view);
 
-// The grid label of a scan type ("Pulse - Scada Tag", "Unknown Scan Type" ...).
-std::string ScanTypeLabel(int16_t scanType);
 
 // A table bigger than this many elements is refused as out of memory. Every file whose tags end
 // before the fixed entries fits (at most 291 tariffs, 1579 centers, 38 x 201 aux entries); a damaged

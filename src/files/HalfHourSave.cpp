@@ -7,6 +7,7 @@
 #include "files/BackupStoreFile.h"
 #include "files/DemandPeriods.h"
 #include "files/PeakTable.h"
+#include "files/ScanTypes.h"
 #include "files/StartUpFileInfo.h"
 #include "files/StoreFile.h"
 #include "files/StoreFileName.h"
@@ -24,12 +25,6 @@ constexpr double HalfSecond = 0.5 / SecondsPerDay;
 
 enum class SaveOutcome { Saved, Failed, ProgramEnds };
 
-// Total tags hold the meter's running total, not a quantity of the period.
-bool HoldsRunningTotal(int16_t scanType)
-{
-    return scanType == 21 || scanType == 28 || scanType == 29;
-}
-
 // The quantity each tag 1..count contributes to a record. "From Log File" tags keep what the CSV
 // import stored; tags not in use, or not measured, get 0. A period that runs a second time (the
 // clock went back over it) adds its quantities to those of its first run; a running total is the
@@ -43,7 +38,7 @@ std::vector<float> RecordValues(const StoreContext& c, int count, const std::vec
             break;
         const TagRecord& tag = c.Setup.TagTable[slot];
         const float before = slot - 1 < stored.size() ? stored[slot - 1] : 0.0F;
-        if (repeated && !(tag.Online == 1 && HoldsRunningTotal(tag.ScanType)))
+        if (repeated && !(tag.Online == 1 && ScanKindOf(tag.ScanType).Calc == ScanCalculation::Total))
             values[slot - 1] = before;
         if (tag.Online != 1 || tag.TagType != TagTypeMeasured)
             continue;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "files/GetSetupData.h"
+#include "files/ScanTypes.h"
 
 namespace {
 
@@ -15,12 +16,6 @@ int LineOf(const SetupDescriptionResult& described, const std::string& section, 
     if (const auto at = described.Lines.find(section); at != described.Lines.end())
         return at->second;
     return 0;
-}
-
-bool IsScadaTagScan(int16_t scanType)
-{
-    const std::string label = ScanTypeLabel(scanType);
-    return label.size() > 9 && label.compare(label.size() - 9, 9, "Scada Tag") == 0;
 }
 
 } // namespace
@@ -55,7 +50,7 @@ std::vector<std::string> SetupUseProblems(const SetupDescriptionResult& describe
             found.emplace_back(LineOf(described, section, "ScanType"),
                                "[" + section + "] " + shown(section, "ScanType", tag.ScanType) +
                                    " is not a scan type the monitor knows");
-        else if (IsScadaTagScan(tag.ScanType) && tag.PageNo == 0)
+        else if (ScanKindOf(tag.ScanType).From == ScanSource::HostTag && tag.PageNo == 0)
             found.emplace_back(LineOf(described, section, "PageNo"),
                                "[" + section + "] ScanType " + std::to_string(tag.ScanType) + " (" + label +
                                    ") reads the host tag numbered by PageNo, and PageNo is 0" +
