@@ -23,42 +23,49 @@ bool PlainNumber(std::string_view text, double& value) {
 
 }  // namespace
 
-static bool PayloadNumber(std::string_view payload, const std::string& field, double& value, std::string& fault);
+MqttPayload::MqttPayload(std::string_view payload, bool json) : text_(payload) {
+    if (!json || payload.size() > MqttMaxPayload) return;
+    QJsonParseError parseError{};
+    QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromRawData(payload.data(), static_cast<qsizetype>(payload.size())),
+                                                &parseError);
+    isObject_ = parseError.error == QJsonParseError::NoError && doc.isObject();
+    if (isObject_) object_ = doc.object();
+}
 
 // A host reading is a float: a number beyond its range would arrive as infinity.
-bool PayloadValue(std::string_view payload, const std::string& field, double& value, std::string& fault) {
-    if (!PayloadNumber(payload, field, value, fault)) return false;
+bool MqttPayload::Value(const std::string& field, double& value, std::string& fault) const {
+    if (!Number(field, value, fault)) return false;
     if (std::fabs(value) <= FLT_MAX) return true;
     fault = "out of range";
     return false;
 }
 
-static bool PayloadNumber(std::string_view payload, const std::string& field, double& value, std::string& fault) {
-    if (payload.size() > MqttMaxPayload) {
+bool MqttPayload::Number(const std::string& field, double& value, std::string& fault) const {
+    if (text_.size() > MqttMaxPayload) {
         fault = "payload too long";
         return false;
     }
     if (field.empty()) {
-        if (PlainNumber(payload, value)) return true;
+        if (PlainNumber(text_, value)) return true;
         fault = "not a number";
         return false;
     }
-    QJsonParseError parseError{};
-    QJsonDocument doc = QJsonDocument::fromJson(QByteArray(payload.data(), static_cast<qsizetype>(payload.size())), &parseError);
-    if (parseError.error != QJsonParseError::NoError || !doc.isObject()) {
+    if (!isObject_) {
         fault = "not a JSON object";
         return false;
     }
-    QJsonValue at = doc.object();
+    QJsonValue at = object_;
     size_t start = 0;
     while (true) {
-        size_t dot = field.find('.', start);
-        std::string part = field.substr(start, dot == std::string::npos ? std::string::npos : dot - start);
-        if (!at.isObject() || !at.toObject().contains(QString::fromStdString(part))) {
+        const size_t dot = field.find('.', start);
+        const size_t end = dot == std::string::npos ? field.size() : dot;
+        const QJsonObject object = at.toObject();
+        const auto found = object.constFind(QString::fromUtf8(field.data() + start, static_cast<qsizetype>(end - start)));
+        if (!at.isObject() || found == object.constEnd()) {
             fault = "no field " + field;
             return false;
         }
-        at = at.toObject().value(QString::fromStdString(part));
+        at = found.value();
         if (dot == std::string::npos) break;
         start = dot + 1;
     }
@@ -73,4 +80,8 @@ static bool PayloadNumber(std::string_view payload, const std::string& field, do
     }
     fault = "field " + field + " is not a number";
     return false;
+}
+
+bool PayloadValue(std::string_view payload, const std::string& field, double& value, std::string& fault) {
+    return MqttPayload(payload, !field.empty()).Value(field, value, fault);
 }
