@@ -5,23 +5,10 @@
 #include <QJsonObject>
 #include <QJsonValue>
 
-#include <cctype>
 #include <cfloat>
-#include <charconv>
 #include <cmath>
 
-namespace {
-
-bool PlainNumber(std::string_view text, double& value) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    if (text.empty()) return false;
-    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() && std::isfinite(value);
-}
-
-}  // namespace
+#include "ScenarioText.h"
 
 MqttPayload::MqttPayload(std::string_view payload, bool json) : text_(payload) {
     if (!json || payload.size() > MqttMaxPayload) return;
@@ -46,7 +33,7 @@ bool MqttPayload::Number(const std::string& field, double& value, std::string& f
         return false;
     }
     if (field.empty()) {
-        if (PlainNumber(text_, value)) return true;
+        if (ParseNumber(text_, value)) return true;
         fault = "not a number";
         return false;
     }
@@ -75,7 +62,7 @@ bool MqttPayload::Number(const std::string& field, double& value, std::string& f
     } else if (at.isBool()) {
         value = at.toBool() ? 1 : 0;
         return true;
-    } else if (at.isString() && PlainNumber(at.toString().toStdString(), value)) {
+    } else if (at.isString() && ParseNumber(at.toString().toStdString(), value)) {
         return true;
     }
     fault = "field " + field + " is not a number";
