@@ -188,8 +188,7 @@ void MqttLink::Drain() {
         for (size_t i = 0; i < fresh_.size(); ++i) {
             if (!fresh_[i]) continue;
             fresh_[i] = 0;
-            StoreDeviceValue(mapPoints_[i], latest_[i]);
-            SetDeviceError(mapPoints_[i], false);
+            SetDeviceError(mapPoints_[i], !StoreDeviceValue(mapPoints_[i], latest_[i]));
         }
         events.swap(events_);
         lines.swap(lines_);

@@ -5,9 +5,9 @@
 #include <QJsonObject>
 #include <QJsonValue>
 
-#include <cfloat>
 #include <cmath>
 
+#include "DevicePoints.h"
 #include "ScenarioText.h"
 
 MqttPayload::MqttPayload(std::string_view payload, bool json) : text_(payload) {
@@ -19,10 +19,11 @@ MqttPayload::MqttPayload(std::string_view payload, bool json) : text_(payload) {
     if (isObject_) object_ = doc.object();
 }
 
-// A host reading is a float: a number beyond its range would arrive as infinity.
+// Refused here rather than when the loop stores it: the message counts as refused and is logged,
+// and the point keeps its last good value.
 bool MqttPayload::Value(const std::string& field, double& value, std::string& fault) const {
     if (!Number(field, value, fault)) return false;
-    if (std::fabs(value) <= FLT_MAX) return true;
+    if (FitsReading(value)) return true;
     fault = "out of range";
     return false;
 }
