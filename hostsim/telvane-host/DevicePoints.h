@@ -19,8 +19,11 @@ inline HostPoint* LocateDevicePoint(HostState& state, int generation, const Poin
 // an overflow must never reach the monitor, which would store it.
 inline bool FitsReading(double value) { return std::isfinite(value) && std::fabs(value) <= FLT_MAX; }
 
-inline void StoreDeviceValue(HostPoint* point, double value) {
-    if (point != nullptr && FitsReading(value)) HostStore(point->Reading, static_cast<float>(value));
+// Stores the value as the point's reading; false, and nothing stored, when it cannot be one.
+inline bool StoreDeviceValue(HostPoint* point, double value) {
+    if (!FitsReading(value)) return false;
+    if (point != nullptr) HostStore(point->Reading, static_cast<float>(value));
+    return true;
 }
 
 inline void SetDeviceError(HostPoint* point, bool inError) {

@@ -2,8 +2,6 @@
 #include "ScenarioText.h"
 
 #include <cctype>
-#include <charconv>
-#include <cmath>
 
 namespace {
 
@@ -19,28 +17,6 @@ std::vector<std::string_view> Words(std::string_view text) {
     return words;
 }
 
-bool Number(std::string_view text, double& value) {
-    text = TrimBlanks(text);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    if (text.empty()) return false;
-    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() && std::isfinite(value);
-}
-
-bool Whole(std::string_view text, int low, int high, int& value) {
-    double d = 0;
-    if (!Number(text, d) || d != std::floor(d) || d < low || d > high) return false;
-    value = static_cast<int>(d);
-    return true;
-}
-
-bool YesNo(std::string_view text, bool& value) {
-    std::string t = Lower(TrimBlanks(text));
-    if (t == "yes" || t == "1" || t == "true" || t == "on") return value = true, true;
-    if (t == "no" || t == "0" || t == "false" || t == "off") return value = false, true;
-    return false;
-}
-
 // HOST:PORT; the port may be left out (defaultPort). IPv6 literals go in brackets: [::1]:502.
 bool HostPort(std::string_view text, int defaultPort, std::string& host, int& port) {
     text = TrimBlanks(text);
@@ -50,12 +26,12 @@ bool HostPort(std::string_view text, int defaultPort, std::string& host, int& po
         if (close == std::string_view::npos) return false;
         host = std::string(text.substr(1, close - 1));
         std::string_view rest = text.substr(close + 1);
-        if (!rest.empty() && (rest.front() != ':' || !Whole(rest.substr(1), 1, 65535, port))) return false;
+        if (!rest.empty() && (rest.front() != ':' || !ParseWhole(rest.substr(1), 1, 65535, port))) return false;
         return !host.empty();
     }
     size_t colon = text.rfind(':');
     if (colon != std::string_view::npos) {
-        if (!Whole(text.substr(colon + 1), 1, 65535, port)) return false;
+        if (!ParseWhole(text.substr(colon + 1), 1, 65535, port)) return false;
         text = text.substr(0, colon);
     }
     host = std::string(text);
@@ -96,7 +72,7 @@ bool ParseModbusValue(std::string_view text, ModbusValueFormat& entry, std::stri
         message = "the table is holding, input, coil or discrete, not " + std::string(w[1]);
         return false;
     }
-    if (!Whole(w[2], 0, 65535, entry.Address)) {
+    if (!ParseWhole(w[2], 0, 65535, entry.Address)) {
         message = "the address is 0 to 65535, not " + std::string(w[2]);
         return false;
     }
@@ -135,7 +111,7 @@ bool ParseModbusValue(std::string_view text, ModbusValueFormat& entry, std::stri
         }
     }
     if (next < w.size()) {
-        if (!Number(w[next], entry.Scale) || entry.Scale == 0) {
+        if (!ParseNumber(w[next], entry.Scale) || entry.Scale == 0) {
             message = "the scale is a number other than 0, not " + std::string(w[next]);
             return false;
         }
@@ -157,19 +133,19 @@ bool SetModbusKey(ModbusDeviceConfig& d, const std::string& key, std::string_vie
         if (d.Serial) d.SerialPort = std::string(value);
         else ok = HostPort(value, 502, d.Host, d.Port);
     } else if (key == "baud") {
-        ok = Whole(value, 50, 4000000, d.Baud);
+        ok = ParseWhole(value, 50, 4000000, d.Baud);
     } else if (key == "parity") {
         std::string p = Lower(TrimBlanks(value));
         ok = p == "none" || p == "even" || p == "odd";
         if (ok) d.Parity = p == "none" ? 'N' : p == "even" ? 'E' : 'O';
     } else if (key == "stop bits") {
-        ok = Whole(value, 1, 2, d.StopBits);
+        ok = ParseWhole(value, 1, 2, d.StopBits);
     } else if (key == "unit") {
-        ok = Whole(value, 0, 255, d.Unit);
+        ok = ParseWhole(value, 0, 255, d.Unit);
     } else if (key == "poll") {
-        ok = Number(value, d.PollSeconds) && d.PollSeconds >= 0.05 && d.PollSeconds <= 86400;
+        ok = ParseNumber(value, d.PollSeconds) && d.PollSeconds >= 0.05 && d.PollSeconds <= 86400;
     } else if (key == "timeout") {
-        ok = Number(value, d.TimeoutSeconds) && d.TimeoutSeconds >= 0.01 && d.TimeoutSeconds <= 60;
+        ok = ParseNumber(value, d.TimeoutSeconds) && d.TimeoutSeconds >= 0.01 && d.TimeoutSeconds <= 60;
     } else if (key == "map" || key == "write") {
         ModbusValueFormat entry;
         if (!ParseModbusValue(value, entry, message)) return false;
@@ -203,7 +179,7 @@ bool SetMqttKey(MqttSourceConfig& s, const std::string& key, std::string_view va
     } else if (key == "password") {
         s.Password = value;
     } else if (key == "tls") {
-        ok = YesNo(value, s.Tls);
+        ok = ParseYesNo(value, s.Tls);
     } else if (key == "ca file") {
         s.CaFile = value;
         s.Tls = ok = !s.CaFile.empty();

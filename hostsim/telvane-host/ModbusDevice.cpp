@@ -177,8 +177,7 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
                 continue;
             }
             for (int k = 0; k < count; ++k) words[k] = unit.value(offset + k);
-            const double value = DecodeModbusValue(map, words);
-            if (!FitsReading(value)) {
+            if (!StoreDeviceValue(mapPoints_[m], DecodeModbusValue(map, words))) {
                 // Not a number, or beyond a reading's range: the point keeps its last value, in error.
                 SetDeviceError(mapPoints_[m], true);
                 if (!badValueLogged_[m]) {
@@ -189,7 +188,6 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
                 continue;
             }
             badValueLogged_[m] = false;
-            StoreDeviceValue(mapPoints_[m], value);
             SetDeviceError(mapPoints_[m], false);
         }
         refused_[request] = false;

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <numeric>
 
+#include "DevicePoints.h"
+
 std::vector<ModbusReadRequest> GroupReads(const std::vector<ModbusValueFormat>& maps) {
     std::vector<int> order(maps.size());
     std::iota(order.begin(), order.end(), 0);
@@ -87,7 +89,7 @@ bool EncodeModbusValue(const ModbusValueFormat& entry, double value, std::vector
         wide = static_cast<uint32_t>(raw);
         break;
     case ModbusType::Float32: {
-        if (std::fabs(raw) > 3.4028234663852886e38) return false;
+        if (!FitsReading(raw)) return false;
         float f = static_cast<float>(raw);
         std::memcpy(&wide, &f, sizeof f);
         break;

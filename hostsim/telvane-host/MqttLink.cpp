@@ -30,8 +30,12 @@ MqttLink::MqttLink(const MqttSourceConfig& entry, HostState& state, int generati
     std::call_once(libraryOnce, [] { mosquitto_lib_init(); });
     for (size_t i = 0; i < spec_.Maps.size(); ++i) {
         mapPoints_.push_back(LocateDevicePoint(state, generation, spec_.Maps[i].Point));
-        topicMaps_[spec_.Maps[i].Topic].push_back(static_cast<int>(i));
+        TopicMaps& topic = topicMaps_[spec_.Maps[i].Topic];
+        topic.Maps.push_back(static_cast<int>(i));
+        topic.Json = topic.Json || !spec_.Maps[i].Field.empty();
     }
+    incoming_.assign(spec_.Maps.size(), 0);
+    incomingOk_.assign(spec_.Maps.size(), 0);
     latest_.assign(spec_.Maps.size(), 0);
     fresh_.assign(spec_.Maps.size(), 0);
     retry_.setSingleShot(true);
@@ -139,24 +143,33 @@ void MqttLink::OnDisconnect(mosquitto*, void* self, int rc) {
 
 void MqttLink::OnMessage(mosquitto*, void* self, const mosquitto_message* message) {
     auto* link = static_cast<MqttLink*>(self);
-    auto found = link->topicMaps_.find(message->topic);
+    auto found = link->topicMaps_.find(std::string_view(message->topic));
     if (found == link->topicMaps_.end()) return;
-    std::string_view payload(static_cast<const char*>(message->payload), static_cast<size_t>(message->payloadlen));
-    std::lock_guard<std::mutex> lock(link->mutex_);
+    TopicMaps& topic = found->second;
+    // Read once and resolved before the lock is taken: the loop's Drain waits on it.
+    const MqttPayload payload(
+        std::string_view(static_cast<const char*>(message->payload), static_cast<size_t>(message->payloadlen)), topic.Json);
     bool any = false;
-    for (int m : found->second) {
-        double value = 0;
+    std::string line;
+    for (int m : topic.Maps) {
         std::string fault;
-        if (PayloadValue(payload, link->spec_.Maps[m].Field, value, fault)) {
-            link->latest_[m] = value;
-            link->fresh_[m] = 1;
-            any = true;
-        } else if (link->badTopics_[message->topic]++ == 0) {
-            link->lines_.push_back(link->health_.What() + ": bad payload on " + message->topic + " (" + fault + "): " +
-                                   Excerpt(message->payload, message->payloadlen) + "; such messages are ignored");
+        const bool ok = payload.Value(link->spec_.Maps[m].Field, link->incoming_[m], fault);
+        link->incomingOk_[m] = ok;
+        any = any || ok;
+        if (!ok && !topic.BadLogged) {
+            topic.BadLogged = true;
+            line = link->health_.What() + ": bad payload on " + message->topic + " (" + fault + "): " +
+                   Excerpt(message->payload, message->payloadlen) + "; such messages are ignored";
         }
     }
     (any ? link->taken_ : link->refused_).fetch_add(1);
+    std::lock_guard<std::mutex> lock(link->mutex_);
+    for (int m : topic.Maps) {
+        if (!link->incomingOk_[m]) continue;
+        link->latest_[m] = link->incoming_[m];
+        link->fresh_[m] = 1;
+    }
+    if (!line.empty()) link->lines_.push_back(std::move(line));
     link->Post();
 }
 
@@ -175,8 +188,7 @@ void MqttLink::Drain() {
         for (size_t i = 0; i < fresh_.size(); ++i) {
             if (!fresh_[i]) continue;
             fresh_[i] = 0;
-            StoreDeviceValue(mapPoints_[i], latest_[i]);
-            SetDeviceError(mapPoints_[i], false);
+            SetDeviceError(mapPoints_[i], !StoreDeviceValue(mapPoints_[i], latest_[i]));
         }
         events.swap(events_);
         lines.swap(lines_);

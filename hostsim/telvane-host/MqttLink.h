@@ -8,9 +8,9 @@
 
 #include <atomic>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -57,7 +57,20 @@ private:
     HostLogger log_;
     DeviceHealth health_;
     std::vector<HostPoint*> mapPoints_;
-    std::unordered_map<std::string, std::vector<int>> topicMaps_;
+    // The maps of one subscribed topic.
+    struct TopicMaps {
+        std::vector<int> Maps;
+        bool Json = false;       // some map takes a field: the payload is read as JSON
+        bool BadLogged = false;  // a refused payload was logged; the callback thread's alone
+    };
+    // Looked up with the message's topic as it comes, without making a string of it.
+    struct TopicHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view topic) const noexcept { return std::hash<std::string_view>{}(topic); }
+    };
+    std::unordered_map<std::string, TopicMaps, TopicHash, std::equal_to<>> topicMaps_;
+    std::vector<double> incoming_;  // one message's values, per map; the callback thread's alone
+    std::vector<char> incomingOk_;
     mosquitto* mosq_ = nullptr;
     bool looping_ = false;
     QObject context_;
@@ -71,7 +84,6 @@ private:
     std::vector<char> fresh_;
     std::vector<Event> events_;
     std::vector<std::string> lines_;
-    std::map<std::string, uint64_t> badTopics_;
     bool posted_ = false;
     std::atomic<uint64_t> taken_{0};
     std::atomic<uint64_t> refused_{0};

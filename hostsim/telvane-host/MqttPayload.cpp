@@ -5,60 +5,55 @@
 #include <QJsonObject>
 #include <QJsonValue>
 
-#include <cctype>
-#include <cfloat>
-#include <charconv>
 #include <cmath>
 
-namespace {
+#include "DevicePoints.h"
+#include "ScenarioText.h"
 
-bool PlainNumber(std::string_view text, double& value) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front()))) text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back()))) text.remove_suffix(1);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    if (text.empty()) return false;
-    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size() && std::isfinite(value);
+MqttPayload::MqttPayload(std::string_view payload, bool json) : text_(payload) {
+    if (!json || payload.size() > MqttMaxPayload) return;
+    QJsonParseError parseError{};
+    QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromRawData(payload.data(), static_cast<qsizetype>(payload.size())),
+                                                &parseError);
+    isObject_ = parseError.error == QJsonParseError::NoError && doc.isObject();
+    if (isObject_) object_ = doc.object();
 }
 
-}  // namespace
-
-static bool PayloadNumber(std::string_view payload, const std::string& field, double& value, std::string& fault);
-
-// A host reading is a float: a number beyond its range would arrive as infinity.
-bool PayloadValue(std::string_view payload, const std::string& field, double& value, std::string& fault) {
-    if (!PayloadNumber(payload, field, value, fault)) return false;
-    if (std::fabs(value) <= FLT_MAX) return true;
+// Refused here rather than when the loop stores it: the message counts as refused and is logged,
+// and the point keeps its last good value.
+bool MqttPayload::Value(const std::string& field, double& value, std::string& fault) const {
+    if (!Number(field, value, fault)) return false;
+    if (FitsReading(value)) return true;
     fault = "out of range";
     return false;
 }
 
-static bool PayloadNumber(std::string_view payload, const std::string& field, double& value, std::string& fault) {
-    if (payload.size() > MqttMaxPayload) {
+bool MqttPayload::Number(const std::string& field, double& value, std::string& fault) const {
+    if (text_.size() > MqttMaxPayload) {
         fault = "payload too long";
         return false;
     }
     if (field.empty()) {
-        if (PlainNumber(payload, value)) return true;
+        if (ParseNumber(text_, value)) return true;
         fault = "not a number";
         return false;
     }
-    QJsonParseError parseError{};
-    QJsonDocument doc = QJsonDocument::fromJson(QByteArray(payload.data(), static_cast<qsizetype>(payload.size())), &parseError);
-    if (parseError.error != QJsonParseError::NoError || !doc.isObject()) {
+    if (!isObject_) {
         fault = "not a JSON object";
         return false;
     }
-    QJsonValue at = doc.object();
+    QJsonValue at = object_;
     size_t start = 0;
     while (true) {
-        size_t dot = field.find('.', start);
-        std::string part = field.substr(start, dot == std::string::npos ? std::string::npos : dot - start);
-        if (!at.isObject() || !at.toObject().contains(QString::fromStdString(part))) {
+        const size_t dot = field.find('.', start);
+        const size_t end = dot == std::string::npos ? field.size() : dot;
+        const QJsonObject object = at.toObject();
+        const auto found = object.constFind(QString::fromUtf8(field.data() + start, static_cast<qsizetype>(end - start)));
+        if (!at.isObject() || found == object.constEnd()) {
             fault = "no field " + field;
             return false;
         }
-        at = at.toObject().value(QString::fromStdString(part));
+        at = found.value();
         if (dot == std::string::npos) break;
         start = dot + 1;
     }
@@ -68,9 +63,13 @@ static bool PayloadNumber(std::string_view payload, const std::string& field, do
     } else if (at.isBool()) {
         value = at.toBool() ? 1 : 0;
         return true;
-    } else if (at.isString() && PlainNumber(at.toString().toStdString(), value)) {
+    } else if (at.isString() && ParseNumber(at.toString().toStdString(), value)) {
         return true;
     }
     fault = "field " + field + " is not a number";
     return false;
+}
+
+bool PayloadValue(std::string_view payload, const std::string& field, double& value, std::string& fault) {
+    return MqttPayload(payload, !field.empty()).Value(field, value, fault);
 }

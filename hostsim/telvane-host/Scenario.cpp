@@ -2,7 +2,6 @@
 #include "ScenarioText.h"
 
 #include <cctype>
-#include <charconv>
 #include <climits>
 #include <functional>
 #include <map>
@@ -22,36 +21,6 @@ std::string KeyName(std::string_view text) {
     return out;
 }
 
-bool ParseDouble(std::string_view text, double& value) {
-    text = TrimBlanks(text);
-    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    if (text.empty()) return false;
-    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    return result.ec == std::errc() && result.ptr == text.data() + text.size();
-}
-
-bool ParseInt(std::string_view text, int& value) {
-    double d = 0;
-    // Out of an int's range the conversion below would be undefined: refuse first.
-    if (!ParseDouble(text, d) || !(d >= INT_MIN && d <= INT_MAX)) return false;
-    if (d != static_cast<double>(static_cast<int>(d))) return false;
-    value = static_cast<int>(d);
-    return true;
-}
-
-bool ParseYesNo(std::string_view text, bool& value) {
-    std::string t = Lower(TrimBlanks(text));
-    if (t == "yes" || t == "1" || t == "true" || t == "on") {
-        value = true;
-        return true;
-    }
-    if (t == "no" || t == "0" || t == "false" || t == "off") {
-        value = false;
-        return true;
-    }
-    return false;
-}
-
 std::vector<std::string> ParseList(std::string_view text) {
     std::vector<std::string> items;
     size_t start = 0;
@@ -69,11 +38,11 @@ std::vector<std::string> ParseList(std::string_view text) {
 bool ParseRate(std::string_view text, double& low, double& high) {
     size_t dots = text.find("..");
     if (dots == std::string_view::npos) {
-        if (!ParseDouble(text, low)) return false;
+        if (!ParseAnyNumber(text, low)) return false;
         high = low;
         return true;
     }
-    return ParseDouble(text.substr(0, dots), low) && ParseDouble(text.substr(dots + 2), high);
+    return ParseAnyNumber(text.substr(0, dots), low) && ParseAnyNumber(text.substr(dots + 2), high);
 }
 
 bool ParseKind(std::string_view text, MeterKind& kind) {
@@ -172,7 +141,7 @@ struct Parser {
         }
         if (kind == "page") {
             PageSpec page;
-            if (!ParseInt(name, page.Page) || page.Page < 1 || page.Page > HostMaxPages) {
+            if (!ParseWhole(name, 1, HostMaxPages, page.Page)) {
                 return Fail("not a page number: " + name);
             }
             section = SectionKind::Page;
@@ -203,7 +172,7 @@ struct Parser {
 
     bool HostKey(const std::string& key, std::string_view value) {
         if (key == "generation") {
-            if (!ParseInt(value, scenario.Generation) || (scenario.Generation != 4 && scenario.Generation != 5)) {
+            if (!ParseWhole(value, 4, 5, scenario.Generation)) {
                 return Fail("generation is 4 or 5");
             }
         } else if (key == "folder") {
@@ -219,10 +188,9 @@ struct Parser {
         } else if (key == "install comment") {
             scenario.InstallComment = value;
         } else if (key == "user mode") {
-            if (!ParseInt(value, scenario.UserMode)) return Fail("user mode is a number");
+            if (!ParseWhole(value, INT_MIN, INT_MAX, scenario.UserMode)) return Fail("user mode is a number");
         } else if (key == "recorders") {
-            if (!ParseInt(value, scenario.RecorderCount) || scenario.RecorderCount < 0 ||
-                scenario.RecorderCount > HostMaxRecorders) {
+            if (!ParseWhole(value, 0, HostMaxRecorders, scenario.RecorderCount)) {
                 return Fail("recorders is 0 to 5");
             }
         } else if (key == "libraries") {
@@ -253,17 +221,17 @@ struct Parser {
         } else if (key == "rate") {
             ok = ParseRate(value, m.RateLow, m.RateHigh);
         } else if (key == "period") {
-            ok = ParseDouble(value, m.PeriodSeconds) && m.PeriodSeconds > 0;
+            ok = ParseAnyNumber(value, m.PeriodSeconds) && m.PeriodSeconds > 0;
         } else if (key == "start") {
-            ok = ParseDouble(value, m.Start);
+            ok = ParseAnyNumber(value, m.Start);
         } else if (key == "units per pulse") {
-            ok = ParseDouble(value, m.UnitsPerPulse) && m.UnitsPerPulse > 0;
+            ok = ParseAnyNumber(value, m.UnitsPerPulse) && m.UnitsPerPulse > 0;
         } else if (key == "rollover") {
-            ok = ParseDouble(value, m.Rollover) && m.Rollover >= 0;
+            ok = ParseAnyNumber(value, m.Rollover) && m.Rollover >= 0;
         } else if (key == "clock offset") {
-            ok = ParseDouble(value, m.ClockOffsetSeconds);
+            ok = ParseAnyNumber(value, m.ClockOffsetSeconds);
         } else if (key == "decimals") {
-            ok = ParseInt(value, m.Decimals) && m.Decimals >= 0 && m.Decimals <= 9;
+            ok = ParseWhole(value, 0, 9, m.Decimals);
         } else if (key == "unit") {
             m.Unit = value;
         } else {
@@ -280,7 +248,7 @@ struct Parser {
         } else if (key == "active") {
             ok = ParseYesNo(value, p.Active);
         } else if (key == "value") {
-            ok = p.HasValue = ParseDouble(value, p.Value);
+            ok = p.HasValue = ParseAnyNumber(value, p.Value);
         } else {
             return Fail("unknown key in [point]: " + key);
         }
