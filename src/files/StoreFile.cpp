@@ -67,17 +67,12 @@ std::string StoreHeaderProblem(const StoreHeader& h)
 {
     if (h.PeriodsPerDay != 24 && h.PeriodsPerDay != 48 && h.PeriodsPerDay != 96)
         return "periods per day is " + std::to_string(h.PeriodsPerDay) + " (24, 48 or 96 expected)";
-    if (h.MaxTags < 1)
-        return "tag slots is " + std::to_string(h.MaxTags);
-    if (h.TariffCount < 0 || h.TariffEntryCount < 0 || h.CenterCount < 0)
-        return "negative table count";
-    const int64_t tagDataStart = StoreTagDataStart(h.TariffCount, h.TariffEntryCount, h.CenterCount, h.MaxTags);
-    if (h.TagDataStart != tagDataStart)
-        return "tag data start is " + std::to_string(h.TagDataStart) + ", the dimensions give " +
-               std::to_string(tagDataStart);
-    const int64_t dataStart = StoreDataStart(tagDataStart, h.MaxTags, h.PeriodsPerDay);
-    if (h.DataStart != dataStart)
-        return "data start is " + std::to_string(h.DataStart) + ", the dimensions give " + std::to_string(dataStart);
+    if (const std::optional<StoreHeaderFault> fault = StoreHeaderDamage(h))
+        return fault->Field + " is " + std::to_string(fault->Value) + ", " + fault->Expected;
+    // Positions never written: a file whose making stopped short, no file to read records from.
+    if (h.TagDataStart == 0 && h.DataStart == 0)
+        return "tag data start is 0, the dimensions give " +
+               std::to_string(StoreTagDataStart(h.TariffCount, h.TariffEntryCount, h.CenterCount, h.MaxTags));
     return "";
 }
 

@@ -107,7 +107,8 @@ private:
     RandomAccessFile file_;
 };
 
-// Whether a header describes a store file this program can use; the text says what is wrong.
+// Whether a header describes a store file this program can read and write records of: its periods
+// per day, no damage (below) and positions written. The text says what is wrong.
 std::string StoreHeaderProblem(const StoreHeader& header);
 
 // A header field of an existing store file that cannot be right: a dimension the monitor's tables
