@@ -1,7 +1,8 @@
 #include "files/CsvRejectMemo.h"
 
-#include <algorithm>
 #include <functional>
+#include <string_view>
+#include <unordered_set>
 
 namespace {
 
@@ -31,7 +32,9 @@ void CsvRejectMemo::Forget(const std::string& path) { files_.erase(path); }
 
 void CsvRejectMemo::KeepOnly(const std::vector<std::string>& paths)
 {
-    std::erase_if(files_, [&](const auto& entry) {
-        return std::find(paths.begin(), paths.end(), entry.first) == paths.end();
-    });
+    if (files_.empty())
+        return;
+    // A folder of many files, several of them left for the next scan, is looked up, not walked.
+    const std::unordered_set<std::string_view> present(paths.begin(), paths.end());
+    std::erase_if(files_, [&](const auto& entry) { return !present.contains(entry.first); });
 }
