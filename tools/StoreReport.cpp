@@ -18,12 +18,6 @@
 
 namespace {
 
-// A tag name as shown: up to its first NUL, without padding.
-std::string ShownName(const std::string& stored)
-{
-    return Trim(stored.substr(0, stored.find('\0')));
-}
-
 std::string TypeText(const StoreTagSummary& tag)
 {
     if (tag.TagType == TagTypeMeasured)
@@ -70,7 +64,7 @@ int StoreInfoReport(const std::string& path, std::ostream& out, std::ostream& er
               << "Tag  Name                      Online  Type  Scan type            In total  Center\n";
     for (int t = 1; t <= h.MaxTags; ++t) {
         const StoreTagSummary& tag = s.Tags[static_cast<std::size_t>(t)];
-        const std::string name = ShownName(tag.TagName);
+        const std::string name = StoreTagName(tag);
         if (tag.Online != 1 && name.empty())
             continue;
         char line[160];
@@ -106,17 +100,6 @@ std::string PeriodEndText(bool dated, int year, int month, int day, int minutes)
     return text;
 }
 
-// A record the monitor never wrote reads as flag 0 and zeros everywhere; so does a save of nothing.
-bool HoldsNothing(int16_t flag, const std::vector<float>& values, int tagCount)
-{
-    if (flag != 0)
-        return false;
-    for (int t = 0; t < tagCount && t < static_cast<int>(values.size()); ++t)
-        if (values[static_cast<std::size_t>(t)] != 0.0F)
-            return false;
-    return true;
-}
-
 }  // namespace
 
 int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream& err, bool savedOnly)
@@ -133,7 +116,7 @@ int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream&
     for (int t = 1; t <= s.TagCount; ++t)
         if (s.Tags[static_cast<std::size_t>(t)].Online == 1) {
             columns.push_back(t);
-            out << ',' << CsvField(ShownName(s.Tags[static_cast<std::size_t>(t)].TagName));
+            out << ',' << CsvField(StoreTagName(s.Tags[static_cast<std::size_t>(t)]));
         }
     out << "\n";
     const int periods = s.Header.PeriodsPerDay;
@@ -148,7 +131,8 @@ int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream&
                           << "\n";
                 return 1;
             }
-            const bool nothing = HoldsNothing(flag, values, s.TagCount);
+            // Any other flag is shown as it is: the dump hides no byte that was written.
+            const bool nothing = RecordHoldsNothing(flag, values);
             if (nothing && savedOnly)
                 continue;
             char date[48];

@@ -34,7 +34,7 @@ public:
 
     const ReportTag& Tag(int tag) const { return Tags[static_cast<std::size_t>(tag - 1)]; }
     // day 1..Days, period 1..PeriodsPerDay, tag 1..TagCount.
-    PeriodState State(int day, int period) const;
+    PeriodState State(int day, int period) const { return states_[Index(day, period)]; }
     int16_t Flag(int day, int period) const { return flags_[Index(day, period)]; }
     float Quantity(int day, int period, int tag) const
     {
@@ -50,6 +50,7 @@ private:
                                       int fallbackMonth);
 
     std::vector<int16_t> flags_;  // per record of the month
+    std::vector<PeriodState> states_;  // per record, judged once when read: every view asks often
     std::vector<float> values_;   // per record, tags 1..TagCount
     std::size_t Index(int day, int period) const
     {

@@ -120,6 +120,9 @@ TEST(ReportStoreMonth, RefusesWhatIsNotAStoreFileAndReadsACutFileAsNotSavedFromT
     {
         RecordWriter w(file);
         ASSERT_TRUE(w.Write(1, 1, 1, {5.0f}));
+        ASSERT_TRUE(w.Write(1, 2, 2, {7.0f}));  // a flag no monitor writes
+        ASSERT_TRUE(w.Write(1, 3, 0, {-1.0f}));
+        ASSERT_TRUE(w.Write(1, 4, 0, {0.0f}));
         ASSERT_TRUE(w.Write(2, 1, 1, {6.0f}));
     }
     // Cut inside the second day's first record (of 31 days' records, whatever the month).
@@ -129,6 +132,9 @@ TEST(ReportStoreMonth, RefusesWhatIsNotAStoreFileAndReadsACutFileAsNotSavedFromT
     EXPECT_EQ(cut.Days, 29);  // February 2024
     EXPECT_EQ(cut.State(1, 1), PeriodState::Measured);
     EXPECT_EQ(cut.Quantity(1, 1, 1), 5.0f);
+    EXPECT_EQ(cut.State(1, 2), PeriodState::NotSaved);
+    EXPECT_EQ(cut.State(1, 3), PeriodState::AfterStartUp);
+    EXPECT_EQ(cut.State(1, 4), PeriodState::NotSaved);  // a save of nothing reads as never written
     EXPECT_EQ(cut.State(2, 1), PeriodState::NotSaved);
 }
 
