@@ -49,13 +49,16 @@ std::string LoadStoreMonth(const std::string& path, StoreMonth& month, int fallb
     const int records = m.Days * m.PeriodsPerDay;
     m.flags_.assign(static_cast<std::size_t>(records), 0);
     m.states_.assign(static_cast<std::size_t>(records), PeriodState::NotSaved);
-    m.values_.assign(static_cast<std::size_t>(records) * static_cast<std::size_t>(m.TagCount), 0.0f);
-    // A file cut short reads as never saved from where it ends.
+    // Only the records the file holds are kept, so a header that claims thousands of tags costs no
+    // more than the file's own bytes. A file cut short reads as never saved from where it ends;
+    // a record counts as held when its flag and saved tags are there.
     const VbResult<int64_t> length = store.File.Length();
+    const int64_t room = length.Ok() ? length.Value - store.Layout.RecordOffset(0) - (2 + 4 * int64_t{m.TagCount}) : -1;
+    const int held = room < 0 ? 0 : static_cast<int>(std::min<int64_t>(records, room / store.Layout.RecordSize() + 1));
+    m.held_ = static_cast<std::size_t>(held);
+    m.values_.assign(m.held_ * static_cast<std::size_t>(m.TagCount), 0.0f);
     std::vector<float> values;
-    for (int r = 0; r < records; ++r) {
-        if (!length.Ok() || store.Layout.RecordOffset(r) + 2 + 4 * int64_t{m.TagCount} > length.Value)
-            break;
+    for (int r = 0; r < held; ++r) {
         int16_t flag = 0;
         if (VbError e = store.File.ReadRecord(store.Layout, r, flag, values, m.TagCount))
             return path + ": record " + std::to_string(r) + " cannot be read: " + e.Description;

@@ -38,7 +38,10 @@ public:
     int16_t Flag(int day, int period) const { return flags_[Index(day, period)]; }
     float Quantity(int day, int period, int tag) const
     {
-        return values_[Index(day, period) * static_cast<std::size_t>(TagCount) + static_cast<std::size_t>(tag - 1)];
+        const std::size_t record = Index(day, period);
+        if (record >= held_)
+            return 0.0f;  // beyond the end of the file: never saved
+        return values_[record * static_cast<std::size_t>(TagCount) + static_cast<std::size_t>(tag - 1)];
     }
     // The length of a period in hours: demand is quantity divided by it.
     double PeriodHours() const { return 24.0 / PeriodsPerDay; }
@@ -51,7 +54,8 @@ private:
 
     std::vector<int16_t> flags_;  // per record of the month
     std::vector<PeriodState> states_;  // per record, judged once when read: every view asks often
-    std::vector<float> values_;   // per record, tags 1..TagCount
+    std::vector<float> values_;   // per record the file holds, tags 1..TagCount
+    std::size_t held_ = 0;        // records the file holds, from the first
     std::size_t Index(int day, int period) const
     {
         return static_cast<std::size_t>((day - 1) * PeriodsPerDay + period - 1);
