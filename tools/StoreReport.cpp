@@ -11,6 +11,7 @@
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
+#include "support/IniText.h"
 #include "support/Profile.h"
 #include "support/VbConvert.h"
 #include "support/VbText.h"
@@ -159,6 +160,7 @@ constexpr int64_t MaxSettingsFileBytes = 4 * 1024 * 1024;
 
 // Why bytes are not the monitor's settings file, or "" when they are one: text of [section] and
 // key=value lines with its [general] settings or its [Peaks] table (other programs add sections).
+// Lines, remarks and section names are taken as the monitor's own reader takes them.
 namespace {
 
 std::string SettingsFileProblem(const std::string& bytes)
@@ -166,25 +168,19 @@ std::string SettingsFileProblem(const std::string& bytes)
     if (const auto nul = bytes.find('\0'); nul != std::string::npos)
         return "it holds binary bytes (a NUL at offset " + std::to_string(nul) + ")";
     bool sectionSeen = false;
-    std::size_t start = 0;
-    for (int line = 1; start < bytes.size(); ++line) {
-        std::size_t end = bytes.find('\n', start);
-        if (end == std::string::npos)
-            end = bytes.size();
-        const std::string whole = bytes.substr(start, end - start);
-        start = end + 1;
-        const std::size_t first = whole.find_first_not_of(" \t\r\f\v");
-        if (first == std::string::npos || whole[first] == ';' || whole[first] == '#')
+    int number = 1;
+    for (std::size_t start = 0; start < bytes.size(); ++number) {
+        const IniLine line = IniLineAt(bytes, start);
+        start = line.End;
+        if (line.Kind == IniLineKind::Blank || line.Kind == IniLineKind::Comment)
             continue;
-        if (whole[first] != '[') {
+        if (line.Kind != IniLineKind::Section) {
             if (!sectionSeen)
-                return "line " + std::to_string(line) + " comes before any [section]";
+                return "line " + std::to_string(number) + " comes before any [section]";
             continue;
         }
         sectionSeen = true;
-        const std::size_t close = whole.find(']', first);
-        const std::string name = LCase(Trim(whole.substr(first + 1, close == std::string::npos ? 0 : close - first - 1)));
-        if (name == "general" || name == "peaks")
+        if (IniNamesMatch(line.Name, "general") || IniNamesMatch(line.Name, "Peaks"))
             return "";
     }
     return sectionSeen ? "it has neither a [general] nor a [Peaks] section" : "it holds no [section]";

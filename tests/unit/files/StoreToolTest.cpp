@@ -182,8 +182,9 @@ TEST_F(StoreToolTest, PeaksRefusesWhatIsNotASettingsFile)
         {"date,period,end\r\n[general]\r\n", "is not a settings file: line 1 comes before any [section]"},
         {"; just a remark\n\n", "is not a settings file: it holds no [section]"},
         {"", "is not a settings file: it holds no [section]"},
-        {"# a tag setup description\n[Header]\nSetupVersion = 250\n[Tag 1]\n",
+        {"; a tag setup description\n[Header]\nSetupVersion = 250\n[Tag 1]\n",
          "is not a settings file: it has neither a [general] nor a [Peaks] section"},
+        {"# not a remark to the monitor's reader\n[general]\n", "is not a settings file: line 1 comes before any [section]"},
         {std::string(5 * 1024 * 1024, ' '), "is not a settings file: it is 5242880 bytes long"},
     };
     int n = 0;
@@ -197,11 +198,16 @@ TEST_F(StoreToolTest, PeaksRefusesWhatIsNotASettingsFile)
         EXPECT_NE(err.find(message), std::string::npos) << err;
         EXPECT_EQ(out, "") << "nothing printed for a file that is not a settings file";
     }
-    // Section names match without regard to case, after remarks and blank lines.
-    WriteBytes(root / "peaks.ini", "; kept by the monitor\r\n\r\n  [PEAKS]\r\n1PeakValue=12.5\r\n1PeakTime=Mar 05, 24. 10:00\r\n");
-    ASSERT_EQ(Run("peaks '" + (root / "peaks.ini").string() + "'"), 0) << err;
-    EXPECT_NE(out.find("   1  12.5            Mar 05, 24. 10:00\n"), std::string::npos) << out;
-    EXPECT_EQ(err, "");
+    // Section names match without regard to case, after remarks and blank lines, with the line ends
+    // and byte-order mark the monitor's reader takes.
+    for (const char* text : {"; kept by the monitor\r\n\r\n  [PEAKS]\r\n1PeakValue=12.5\r\n1PeakTime=Mar 05, 24. 10:00\r\n",
+                             "\xEF\xBB\xBF[Peaks]\n1PeakValue=12.5\n1PeakTime=Mar 05, 24. 10:00\n",
+                             "; kept by the monitor\r\r[other]\r[Peaks]\r1PeakValue=12.5\r1PeakTime=Mar 05, 24. 10:00\r"}) {
+        WriteBytes(root / "peaks.ini", text);
+        ASSERT_EQ(Run("peaks '" + (root / "peaks.ini").string() + "'"), 0) << err;
+        EXPECT_NE(out.find("   1  12.5            Mar 05, 24. 10:00\n"), std::string::npos) << out;
+        EXPECT_EQ(err, "");
+    }
 }
 
 TEST_F(StoreToolTest, RefusesFilesThatAreNotStoreFiles)
