@@ -15,7 +15,7 @@
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Programs.h"
-#include "report/figures/JobStoreFile.h"
+#include "report/job/JobStoreFile.h"
 #include "report/figures/ReportCsv.h"
 #include "report/figures/ReportFigures.h"
 #include "report/views/ReportCharts.h"
