@@ -11,18 +11,13 @@
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Paths.h"
+#include "support/IniText.h"
 #include "support/Profile.h"
 #include "support/VbConvert.h"
 #include "support/VbText.h"
 #include "support/CsvField.h"
 
 namespace {
-
-// A tag name as shown: up to its first NUL, without padding.
-std::string ShownName(const std::string& stored)
-{
-    return Trim(stored.substr(0, stored.find('\0')));
-}
 
 std::string TypeText(const StoreTagSummary& tag)
 {
@@ -70,7 +65,7 @@ int StoreInfoReport(const std::string& path, std::ostream& out, std::ostream& er
               << "Tag  Name                      Online  Type  Scan type            In total  Center\n";
     for (int t = 1; t <= h.MaxTags; ++t) {
         const StoreTagSummary& tag = s.Tags[static_cast<std::size_t>(t)];
-        const std::string name = ShownName(tag.TagName);
+        const std::string name = StoreTagName(tag);
         if (tag.Online != 1 && name.empty())
             continue;
         char line[160];
@@ -106,17 +101,6 @@ std::string PeriodEndText(bool dated, int year, int month, int day, int minutes)
     return text;
 }
 
-// A record the monitor never wrote reads as flag 0 and zeros everywhere; so does a save of nothing.
-bool HoldsNothing(int16_t flag, const std::vector<float>& values, int tagCount)
-{
-    if (flag != 0)
-        return false;
-    for (int t = 0; t < tagCount && t < static_cast<int>(values.size()); ++t)
-        if (values[static_cast<std::size_t>(t)] != 0.0F)
-            return false;
-    return true;
-}
-
 }  // namespace
 
 int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream& err, bool savedOnly)
@@ -133,7 +117,7 @@ int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream&
     for (int t = 1; t <= s.TagCount; ++t)
         if (s.Tags[static_cast<std::size_t>(t)].Online == 1) {
             columns.push_back(t);
-            out << ',' << CsvField(ShownName(s.Tags[static_cast<std::size_t>(t)].TagName));
+            out << ',' << CsvField(StoreTagName(s.Tags[static_cast<std::size_t>(t)]));
         }
     out << "\n";
     const int periods = s.Header.PeriodsPerDay;
@@ -148,7 +132,8 @@ int StoreRecordsReport(const std::string& path, std::ostream& out, std::ostream&
                           << "\n";
                 return 1;
             }
-            const bool nothing = HoldsNothing(flag, values, s.TagCount);
+            // Any other flag is shown as it is: the dump hides no byte that was written.
+            const bool nothing = RecordHoldsNothing(flag, values);
             if (nothing && savedOnly)
                 continue;
             char date[48];
@@ -175,6 +160,7 @@ constexpr int64_t MaxSettingsFileBytes = 4 * 1024 * 1024;
 
 // Why bytes are not the monitor's settings file, or "" when they are one: text of [section] and
 // key=value lines with its [general] settings or its [Peaks] table (other programs add sections).
+// Lines, remarks and section names are taken as the monitor's own reader takes them.
 namespace {
 
 std::string SettingsFileProblem(const std::string& bytes)
@@ -182,25 +168,19 @@ std::string SettingsFileProblem(const std::string& bytes)
     if (const auto nul = bytes.find('\0'); nul != std::string::npos)
         return "it holds binary bytes (a NUL at offset " + std::to_string(nul) + ")";
     bool sectionSeen = false;
-    std::size_t start = 0;
-    for (int line = 1; start < bytes.size(); ++line) {
-        std::size_t end = bytes.find('\n', start);
-        if (end == std::string::npos)
-            end = bytes.size();
-        const std::string whole = bytes.substr(start, end - start);
-        start = end + 1;
-        const std::size_t first = whole.find_first_not_of(" \t\r\f\v");
-        if (first == std::string::npos || whole[first] == ';' || whole[first] == '#')
+    int number = 1;
+    for (std::size_t start = 0; start < bytes.size(); ++number) {
+        const IniLine line = IniLineAt(bytes, start);
+        start = line.End;
+        if (line.Kind == IniLineKind::Blank || line.Kind == IniLineKind::Comment)
             continue;
-        if (whole[first] != '[') {
+        if (line.Kind != IniLineKind::Section) {
             if (!sectionSeen)
-                return "line " + std::to_string(line) + " comes before any [section]";
+                return "line " + std::to_string(number) + " comes before any [section]";
             continue;
         }
         sectionSeen = true;
-        const std::size_t close = whole.find(']', first);
-        const std::string name = LCase(Trim(whole.substr(first + 1, close == std::string::npos ? 0 : close - first - 1)));
-        if (name == "general" || name == "peaks")
+        if (IniNamesMatch(line.Name, "general") || IniNamesMatch(line.Name, "Peaks"))
             return "";
     }
     return sectionSeen ? "it has neither a [general] nor a [Peaks] section" : "it holds no [section]";

@@ -1,5 +1,7 @@
 #include "files/StoreFileReader.h"
 
+#include <algorithm>
+
 #include "platform/Paths.h"
 #include "support/VbText.h"
 
@@ -43,4 +45,14 @@ bool StoreFileMonth(const std::string& path, int& year, int& month)
     year = 2000 + std::stoi(digits.substr(0, 2));
     month = std::stoi(digits.substr(2, 2));
     return month >= 1 && month <= 12;
+}
+
+bool RecordHoldsNothing(int16_t flag, std::span<const float> values)
+{
+    return flag == 0 && std::all_of(values.begin(), values.end(), [](float v) { return v == 0.0F; });
+}
+
+std::string StoreTagName(const StoreTagSummary& summary)
+{
+    return Trim(summary.TagName.substr(0, summary.TagName.find('\0')));
 }

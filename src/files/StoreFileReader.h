@@ -1,6 +1,8 @@
 #pragma once
 // A store file opened for reading by the tools around the monitor: checked header, record layout
 // and tag summaries. Every reason a file cannot be read is given as a sentence.
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -20,3 +22,10 @@ std::string OpenStoreFileForReading(const std::string& path, OpenedStoreFile& st
 
 // Year and month from a file name ending in "yymm.lum"; false when it does not.
 bool StoreFileMonth(const std::string& path, int& year, int& month);
+
+// A record the monitor never wrote reads as flag 0 and zeros everywhere; so does a first period
+// after start-up in which every tag metered nothing: the file cannot tell them apart.
+bool RecordHoldsNothing(int16_t flag, std::span<const float> values);
+
+// A tag name as shown: up to its first NUL, without padding.
+std::string StoreTagName(const StoreTagSummary& summary);

@@ -15,8 +15,9 @@
 #include "platform/DateSerial.h"
 #include "platform/Files.h"
 #include "platform/Programs.h"
-#include "report/figures/JobStoreFile.h"
+#include "report/job/JobStoreFile.h"
 #include "report/figures/ReportCsv.h"
+#include "report/figures/ReportFigures.h"
 #include "report/views/ReportCharts.h"
 #include "report/views/ReportExport.h"
 #include "report/views/ReportWindow.h"
@@ -41,13 +42,6 @@ int Fail(const std::string& why)
     return 1;
 }
 
-std::vector<PeakEntry> PeaksOf(const std::string& settingsFile)
-{
-    if (settingsFile.empty() || !FileExists(settingsFile))
-        return {};
-    return ReadPeaks(settingsFile);
-}
-
 int Export(const ReportRequest& request, std::string settingsFile)
 {
     StoreMonth month;
@@ -63,7 +57,7 @@ int Export(const ReportRequest& request, std::string settingsFile)
         return Fail(problem);
     if (!request.Settings.empty() && !FileExists(request.Settings))
         return Fail("cannot open " + request.Settings + ": File not found");
-    const std::vector<PeakEntry> peaks = PeaksOf(settingsFile);
+    const std::vector<PeakEntry> peaks = SettingsFilePeaks(settingsFile);
     const int day = request.Day > 0 ? request.Day : 1;
     const QSize size(request.Width, request.Height);
     if (!request.Csv.empty())

@@ -2,6 +2,7 @@
 
 
 #include <cstdint>
+#include <utility>
 
 #include "platform/Files.h"
 #include "platform/Paths.h"
@@ -44,16 +45,24 @@ int ProfileTextToInt(std::string_view text) {
 
 }  // namespace
 
+std::string ReadPrivateProfileText(std::string_view fileName) {
+    VbResult<std::string> file = ReadWholeFile(ProfileFileText(fileName));
+    return file.Ok() ? std::move(file.Value) : std::string();
+}
+
+std::string GetPrivateProfileStringFromText(std::string_view text, std::string_view section, std::string_view key,
+                                            std::string_view defaultValue, int bufferSize) {
+    if (bufferSize <= 0) return {};
+    if (std::optional<std::string_view> value = IniFindValue(text, section, key))
+        return CutToBuffer(*value, bufferSize);
+    return CutToBuffer(TrimTrailingSpaces(defaultValue), bufferSize);
+}
+
 std::string GetPrivateProfileString(std::string_view section, std::string_view key,
                                     std::string_view defaultValue, int bufferSize,
                                     std::string_view fileName) {
     if (bufferSize <= 0) return {};
-    VbResult<std::string> file = ReadWholeFile(ProfileFileText(fileName));
-    if (file.Ok()) {
-        if (std::optional<std::string_view> value = IniFindValue(file.Value, section, key))
-            return CutToBuffer(*value, bufferSize);
-    }
-    return CutToBuffer(TrimTrailingSpaces(defaultValue), bufferSize);
+    return GetPrivateProfileStringFromText(ReadPrivateProfileText(fileName), section, key, defaultValue, bufferSize);
 }
 
 int GetPrivateProfileInt(std::string_view section, std::string_view key, int defaultValue,

@@ -13,6 +13,12 @@
 std::string GetPrivateProfileString(std::string_view section, std::string_view key,
                                     std::string_view defaultValue, int bufferSize,
                                     std::string_view fileName);
+// The text of a profile file, for many lookups with one read: "" when it cannot be read, which
+// gives every default as a missing file does.
+std::string ReadPrivateProfileText(std::string_view fileName);
+// GetPrivateProfileString on a text given by ReadPrivateProfileText.
+std::string GetPrivateProfileStringFromText(std::string_view text, std::string_view section, std::string_view key,
+                                            std::string_view defaultValue, int bufferSize);
 // The leading decimal integer of the value (sign allowed; no hex), or the default when the key is
 // missing; a value without leading digits gives 0.
 int GetPrivateProfileInt(std::string_view section, std::string_view key, int defaultValue,

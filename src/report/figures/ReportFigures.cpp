@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "platform/DateSerial.h"
+#include "platform/Files.h"
 #include "support/VbDate.h"
 #include "support/VbText.h"
 
@@ -63,6 +64,13 @@ std::string PeakLabel(const StoreMonth& month, int day, int endMinutes)
 {
     const DateTime end = DateSerial(month.Year, month.Month, day) + endMinutes / 1440.0;
     return FormatDate(end, "mmm dd, yy. hh:mm");
+}
+
+std::vector<PeakEntry> SettingsFilePeaks(const std::string& settingsFile)
+{
+    if (settingsFile.empty() || !FileExists(settingsFile))
+        return {};
+    return ReadPeaks(settingsFile);
 }
 
 SiteProfile MakeSiteProfile(const StoreMonth& month, int day, const std::vector<PeakEntry>& peaks)

@@ -58,6 +58,9 @@ struct SiteProfile {
     std::vector<SitePeriod> Periods;
 };
 
+// The peak table of a settings file, or none when no file is given or it is not there.
+std::vector<PeakEntry> SettingsFilePeaks(const std::string& settingsFile);
+
 // peaks: ranks 1..24 as read from the settings file (index 0 unused), or empty for none.
 SiteProfile MakeSiteProfile(const StoreMonth& month, int day, const std::vector<PeakEntry>& peaks);
 

@@ -34,11 +34,14 @@ public:
 
     const ReportTag& Tag(int tag) const { return Tags[static_cast<std::size_t>(tag - 1)]; }
     // day 1..Days, period 1..PeriodsPerDay, tag 1..TagCount.
-    PeriodState State(int day, int period) const;
+    PeriodState State(int day, int period) const { return states_[Index(day, period)]; }
     int16_t Flag(int day, int period) const { return flags_[Index(day, period)]; }
     float Quantity(int day, int period, int tag) const
     {
-        return values_[Index(day, period) * static_cast<std::size_t>(TagCount) + static_cast<std::size_t>(tag - 1)];
+        const std::size_t record = Index(day, period);
+        if (record >= held_)
+            return 0.0f;  // beyond the end of the file: never saved
+        return values_[record * static_cast<std::size_t>(TagCount) + static_cast<std::size_t>(tag - 1)];
     }
     // The length of a period in hours: demand is quantity divided by it.
     double PeriodHours() const { return 24.0 / PeriodsPerDay; }
@@ -50,7 +53,9 @@ private:
                                       int fallbackMonth);
 
     std::vector<int16_t> flags_;  // per record of the month
-    std::vector<float> values_;   // per record, tags 1..TagCount
+    std::vector<PeriodState> states_;  // per record, judged once when read: every view asks often
+    std::vector<float> values_;   // per record the file holds, tags 1..TagCount
+    std::size_t held_ = 0;        // records the file holds, from the first
     std::size_t Index(int day, int period) const
     {
         return static_cast<std::size_t>((day - 1) * PeriodsPerDay + period - 1);

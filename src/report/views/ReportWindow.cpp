@@ -23,6 +23,7 @@
 #include "platform/Files.h"
 #include "platform/Paths.h"
 #include "report/figures/ReportCsv.h"
+#include "report/figures/ReportFigures.h"
 #include "report/views/ReportCharts.h"
 #include "report/views/ReportExport.h"
 
@@ -30,13 +31,6 @@ namespace {
 
 constexpr ReportView Views[] = {ReportView::Day, ReportView::Month, ReportView::Site, ReportView::Tags};
 const char* const TabNames[] = {"&Day profile", "&Month", "&Site total", "&Tags"};
-
-std::vector<PeakEntry> Peaks(const std::string& settingsFile)
-{
-    if (settingsFile.empty() || !FileExists(settingsFile))
-        return {};
-    return ReadPeaks(settingsFile);
-}
 
 } // namespace
 
@@ -126,6 +120,9 @@ std::string ReportWindow::Open(const std::string& path, int day, const std::vect
     if (!watcher_->files().isEmpty())
         watcher_->removePaths(watcher_->files());
     month_ = std::move(month);
+    // The monitor enters a peak as it saves a period, so the table is read with the file it marks,
+    // not on every refresh.
+    peaks_ = SettingsFilePeaks(settingsFile_);
     watcher_->addPath(QString::fromStdString(LocalPath(path).string()));
     day_ = day >= 1 && day <= month_.Days ? day : std::min(day_, month_.Days);
     if (day_ < 1)
@@ -186,7 +183,7 @@ std::vector<int> ReportWindow::ShownTags() const
 
 std::string ReportWindow::ShownCsv() const
 {
-    return ViewCsv(month_, view_, day_, ViewTags(), Peaks(settingsFile_));
+    return ViewCsv(month_, view_, day_, ViewTags(), peaks_);
 }
 
 std::vector<int> ReportWindow::ViewTags() const
@@ -208,7 +205,7 @@ void ReportWindow::Refresh()
         page->removeWidget(old);
         old->deleteLater();
     }
-    QWidget* shown = MakeViewWidget(month_, view_, day_, ViewTags(), Peaks(settingsFile_));
+    QWidget* shown = MakeViewWidget(month_, view_, day_, ViewTags(), peaks_);
     shown->setFocusPolicy(Qt::NoFocus);
     page->addWidget(shown);
     const bool whole = view_ == ReportView::Month || view_ == ReportView::Tags;
@@ -318,7 +315,7 @@ void ReportWindow::Export(const char* kind)
     } else {
         // Drawn afresh at the size shown, so the file looks like the window.
         const QSize size = tabs_->currentWidget()->size();
-        std::unique_ptr<QWidget> view(MakeViewWidget(month_, view_, day_, ViewTags(), Peaks(settingsFile_)));
+        std::unique_ptr<QWidget> view(MakeViewWidget(month_, view_, day_, ViewTags(), peaks_));
         problem = suffix == "png" ? SavePng(*view, path, size) : SaveSvg(*view, path, size, windowTitle());
     }
     if (!problem.empty())

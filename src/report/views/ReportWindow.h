@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "files/PeakTable.h"
 #include "report/figures/ReportCommandLine.h"
 #include "report/figures/StoreMonth.h"
 
@@ -59,6 +60,7 @@ private:
     std::string NeighbourFile(int months, int& year, int& month) const;
 
     std::string settingsFile_;
+    std::vector<PeakEntry> peaks_;  // as read when the file was opened or reloaded
     StoreMonth month_;
     int day_ = 1;
     ReportView view_ = ReportView::Day;

@@ -98,4 +98,26 @@ TEST_F(PeakTableTest, TotalThatIsNoFiniteNumberLeavesTheFileAsItWas)
     EXPECT_EQ(ReadPeaks(ini)[2].Value, "2400");
 }
 
+TEST_F(PeakTableTest, ReadsEveryKeyAsTheProfileFunctionsDo)
+{
+    // Any case, quotes, a value past the buffer, the first of duplicates and of sections, a mark.
+    const fs::path file = root / "prefix" / "drives" / "c" / "Setup" / "VoltarisSetup.ini";
+    WriteBytes(file, "\xEF\xBB\xBF[peaks]\r\n1peakvalue = 12.5 \r\n1PEAKTIME='Mar 03, 24. 10:00'\r\n1PeakValue=99\r\n"
+                     "2PeakValue=" + std::string(300, '7') + "\r\n[general]\r\n3PeakValue=8\r\n[Peaks]\r\n4PeakValue=5\r\n");
+    std::vector<PeakEntry> peaks = ReadPeaks(ini);
+    for (int n = 1; n <= 24; ++n) {
+        EXPECT_EQ(peaks[n].Value, GetPrivateProfileString("Peaks", std::to_string(n) + "PeakValue", "0", 256, ini)) << n;
+        EXPECT_EQ(peaks[n].Time, GetPrivateProfileString("Peaks", std::to_string(n) + "PeakTime", "0", 256, ini)) << n;
+    }
+    EXPECT_EQ(peaks[1].Value, "12.5");
+    EXPECT_EQ(peaks[1].Time, "Mar 03, 24. 10:00");
+    EXPECT_EQ(peaks[2].Value, std::string(255, '7'));
+    EXPECT_EQ(peaks[3].Value, "0");
+    EXPECT_EQ(peaks[4].Value, "0");
+    fs::remove(file);
+    peaks = ReadPeaks(ini);
+    EXPECT_EQ(peaks[1].Value, "0");
+    EXPECT_EQ(peaks[24].Time, "0");
+}
+
 } // namespace

@@ -87,10 +87,15 @@ TEST_F(ToolTest, PrintsHeaderRecordsAndPeaks)
     EXPECT_NE(out.find("   1  2.5             Feb 29, 24. 23:00\n"), std::string::npos) << out;
     EXPECT_NE(out.find("  24  0               0\n"), std::string::npos) << out;
     EXPECT_EQ(err, "");
-    // Section names match without regard to case, after remarks and blank lines.
-    WriteBytes(root / "peaks.ini", "; kept by the monitor\r\n\r\n  [PEAKS]\r\n1PeakValue=12.5\r\n1PeakTime=Mar 05, 24. 10:00\r\n");
-    ASSERT_EQ(Run("vt-store", "peaks " + Quoted(root / "peaks.ini")), 0) << err;
-    EXPECT_NE(out.find("   1  12.5            Mar 05, 24. 10:00\n"), std::string::npos) << out;
+    // Section names match without regard to case, after remarks and blank lines, with the line ends
+    // and byte-order mark the monitor's reader takes.
+    for (const char* text : {"; kept by the monitor\r\n\r\n  [PEAKS]\r\n1PeakValue=12.5\r\n1PeakTime=Mar 05, 24. 10:00\r\n",
+                             "\xEF\xBB\xBF[Peaks]\n1PeakValue=12.5\n1PeakTime=Mar 05, 24. 10:00\n",
+                             "; kept by the monitor\r\r[other]\r[Peaks]\r1PeakValue=12.5\r1PeakTime=Mar 05, 24. 10:00\r"}) {
+        WriteBytes(root / "peaks.ini", text);
+        ASSERT_EQ(Run("vt-store", "peaks " + Quoted(root / "peaks.ini")), 0) << err;
+        EXPECT_NE(out.find("   1  12.5            Mar 05, 24. 10:00\n"), std::string::npos) << out;
+    }
     WriteBytes(root / "empty.ini", "[general]\r\n");
     ASSERT_EQ(Run("vt-store", "peaks " + Quoted(root / "empty.ini")), 0);
     EXPECT_NE(err.find("has no peaks yet"), std::string::npos) << err;
@@ -164,8 +169,9 @@ TEST_F(ToolTest, RefusesFilesItCannotRead)
         {"peaks", "date,period,end\r\n[general]\r\n", "is not a settings file: line 1 comes before any [section]"},
         {"peaks", "; just a remark\n\n", "is not a settings file: it holds no [section]"},
         {"peaks", "", "is not a settings file: it holds no [section]"},
-        {"peaks", "# a tag setup description\n[Header]\nSetupVersion = 250\n[Tag 1]\n",
+        {"peaks", "; a tag setup description\n[Header]\nSetupVersion = 250\n[Tag 1]\n",
          "is not a settings file: it has neither a [general] nor a [Peaks] section"},
+        {"peaks", "# not a remark to the monitor's reader\n[general]\n", "is not a settings file: line 1 comes before any [section]"},
         {"peaks", std::string(5 * 1024 * 1024, ' '), "is not a settings file: it is 5242880 bytes long"},
     };
     for (const Case& c : cases) {

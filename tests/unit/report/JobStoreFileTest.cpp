@@ -6,7 +6,7 @@
 #include "host/Telvane.h"
 #include "platform/Clock.h"
 #include "support/Profile.h"
-#include "report/figures/JobStoreFile.h"
+#include "report/job/JobStoreFile.h"
 
 namespace {
 

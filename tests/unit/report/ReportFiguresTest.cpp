@@ -2,9 +2,12 @@
 // byte for byte through its CSV (ReportCsvTest).
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <fstream>
 
 #include "ReportTestStore.h"
+#include "files/ByteFields.h"
 #include "report/figures/ReportCsv.h"
 #include "report/figures/ReportFigures.h"
 
@@ -120,6 +123,9 @@ TEST(ReportStoreMonth, RefusesWhatIsNotAStoreFileAndReadsACutFileAsNotSavedFromT
     {
         RecordWriter w(file);
         ASSERT_TRUE(w.Write(1, 1, 1, {5.0f}));
+        ASSERT_TRUE(w.Write(1, 2, 2, {7.0f}));  // a flag no monitor writes
+        ASSERT_TRUE(w.Write(1, 3, 0, {-1.0f}));
+        ASSERT_TRUE(w.Write(1, 4, 0, {0.0f}));
         ASSERT_TRUE(w.Write(2, 1, 1, {6.0f}));
     }
     // Cut inside the second day's first record (of 31 days' records, whatever the month).
@@ -129,7 +135,58 @@ TEST(ReportStoreMonth, RefusesWhatIsNotAStoreFileAndReadsACutFileAsNotSavedFromT
     EXPECT_EQ(cut.Days, 29);  // February 2024
     EXPECT_EQ(cut.State(1, 1), PeriodState::Measured);
     EXPECT_EQ(cut.Quantity(1, 1, 1), 5.0f);
+    EXPECT_EQ(cut.State(1, 2), PeriodState::NotSaved);
+    EXPECT_EQ(cut.State(1, 3), PeriodState::AfterStartUp);
+    EXPECT_EQ(cut.State(1, 4), PeriodState::NotSaved);  // a save of nothing reads as never written
     EXPECT_EQ(cut.State(2, 1), PeriodState::NotSaved);
+}
+
+TEST(ReportStoreMonth, KeepsOnlyTheRecordsTheFileHoldsWhateverItsHeaderClaims)
+{
+    // The widest header a store file may have, 8,191 tag slots, over a file that ends at its third
+    // record's last saved tag: the month's arrays for every slot would take 97 MB.
+    TempFolder folder;
+    const fs::path file = folder.Path() / "Wide2403.lum";
+    ASSERT_TRUE(MakeStoreFile(file, 96, {{"A kWh", true, true}}));
+    const int maxTags = 8191;
+    const int64_t tagDataStart = StoreTagDataStart(0, 0, 0, maxTags);
+    const int64_t dataStart = StoreDataStart(tagDataStart, maxTags, 96);
+    {
+        std::fstream f(file, std::ios::binary | std::ios::in | std::ios::out);
+        std::string header(StoreHeaderSize, '\0');
+        ASSERT_TRUE(f.read(header.data(), StoreHeaderSize));
+        PutInt16At(header, StoreOffsetMaxTags, maxTags);
+        PutInt32At(header, StoreOffsetTagDataStart, static_cast<int32_t>(tagDataStart));
+        PutInt32At(header, StoreOffsetDataStart, static_cast<int32_t>(dataStart));
+        f.seekp(0);
+        ASSERT_TRUE(f.write(header.data(), StoreHeaderSize));
+    }
+    const int64_t recordSize = 4 * int64_t{maxTags} + 4;
+    fs::resize_file(file, static_cast<std::uintmax_t>(dataStart - 1 + 2 * recordSize + 2 + 4 * (maxTags - 2)));
+    {
+        RecordWriter w(file);
+        ASSERT_TRUE(w.Write(1, 1, 1, {5.0f}));
+        std::vector<float> last(maxTags - 2, 0.0f);
+        last.back() = 2.0f;
+        ASSERT_TRUE(w.Write(1, 3, 0, last));
+    }
+    rusage before{};
+    getrusage(RUSAGE_SELF, &before);
+    StoreMonth m;
+    ASSERT_EQ(LoadStoreMonth(file.string(), m, 0, 0), "");
+    rusage after{};
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024) << "kB more at the peak";
+    EXPECT_EQ(m.TagCount, maxTags - 2);
+    EXPECT_EQ(m.State(1, 1), PeriodState::Measured);
+    EXPECT_EQ(m.Quantity(1, 1, 1), 5.0f);
+    EXPECT_EQ(m.State(1, 2), PeriodState::NotSaved);
+    EXPECT_EQ(m.State(1, 3), PeriodState::AfterStartUp);
+    EXPECT_EQ(m.Quantity(1, 3, maxTags - 2), 2.0f);
+    EXPECT_EQ(m.State(1, 4), PeriodState::NotSaved);
+    EXPECT_EQ(m.Quantity(1, 4, maxTags - 2), 0.0f);
+    EXPECT_EQ(m.State(31, 96), PeriodState::NotSaved);
+    EXPECT_EQ(MakeTagTable(m, {1})[0].NotSaved, 31 * 96 - 2);
 }
 
 TEST(ReportUnits, ComeFromTheTagName)

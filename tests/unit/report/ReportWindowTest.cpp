@@ -28,6 +28,7 @@ protected:
     TempFolder folder;
     fs::path february = folder.Path() / "Mill2402.lum";
     fs::path march = folder.Path() / "Mill2403.lum";
+    fs::path settings = folder.Path() / "VoltarisSetup.ini";  // no peak table until a test makes one
     std::unique_ptr<ReportWindow> window;
 
     void SetUp() override
@@ -43,7 +44,7 @@ protected:
         RecordWriter mar(march);
         ASSERT_TRUE(mar.Write(1, 1, 1, {1.25f}));
         ASSERT_TRUE(mar.Write(2, 1, 1, {2.25f}));
-        window = std::make_unique<ReportWindow>("");
+        window = std::make_unique<ReportWindow>(settings.string());
         ASSERT_EQ(window->OpenStore(march.string(), 1, {}), "");
         window->show();
         window->activateWindow();
@@ -128,6 +129,7 @@ TEST_F(ReportWindowTest, APeriodSavedByTheMonitorShowsByItself)
         RecordWriter w(march);
         ASSERT_TRUE(w.Write(1, 2, 1, {4.5f, 1.0f}));
     }
+    ASSERT_FALSE(UpdatePeaks(5.5f, "Mar 01, 24. 02:00", settings.string()).Failed());
     bool shown = false;
     for (int i = 0; i < 40 && !shown; ++i) {
         QTest::qWait(50);
@@ -135,6 +137,9 @@ TEST_F(ReportWindowTest, APeriodSavedByTheMonitorShowsByItself)
     }
     EXPECT_TRUE(shown) << Line(2);
     EXPECT_EQ(window->Day(), 1);
+    // The peak the monitor entered with it is read with the file.
+    window->ShowView(ReportView::Site);
+    EXPECT_EQ(Line(2), "2024-03-01,2,01:00,02:00,measured,5.5,5.5,1");
 }
 
 TEST_F(ReportWindowTest, AFileThatIsNotAStoreFileLeavesTheShownOne)

@@ -1,4 +1,4 @@
-#include "report/figures/JobStoreFile.h"
+#include "report/job/JobStoreFile.h"
 
 #include <memory>
 
