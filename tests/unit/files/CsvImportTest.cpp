@@ -13,10 +13,8 @@ using namespace filestest;
 
 namespace {
 
-// Places in a store file with 200 tag slots, 20 centers, no tariffs and 48 periods a day, worked
-// out from the record sizes: header 199, pair tables 20 x 62, centers 38, tag summary 62 and
-// three int16 per tag, fixed entries 67 x 30, then 728 bytes per tag.
-constexpr int64_t DataStart = 199 + 20 * 62 + 20 * 38 + 200 * 62 + 200 * 6 + 67 * 30 + 1 + 728 * 200;
+// Places in a store file with 200 tag slots, 20 centers, no tariffs and 48 periods a day.
+constexpr int64_t DataStart = TagDataStart(0, 0, 20, 200) + 728 * 200;
 constexpr int64_t RecordSize = 4 * 200 + 4;
 constexpr int64_t FileLength = DataStart - 1 + (31 * 48 - 1) * RecordSize + 2 + 4 * 200;
 constexpr const char* Stamp = R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - )";

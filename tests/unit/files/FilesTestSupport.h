@@ -167,6 +167,13 @@ public:
     std::string telvane = "C:\\Telvane";
 };
 
+// Where a store file's tag data starts, worked out from the record sizes: header 199, tariff
+// 206 + 66 M, pair table 62, center 38, tag summary 62, three int16 per tag, fixed entry 30.
+constexpr int64_t TagDataStart(int n, int m, int k, int maxTags)
+{
+    return 199 + int64_t{n} * (206 + 66 * m) + 20 * 62 + k * 38 + maxTags * 62 + maxTags * 6 + 67 * 30 + 1;
+}
+
 // A tag setup file laid out by hand: offsets computed here from the record sizes, not by the reader.
 struct MtgImage {
     int n, m, k;

@@ -8,13 +8,6 @@ using namespace filestest;
 
 namespace {
 
-// Positions worked out here from the record sizes: header 199, tariff 206 + 66 M, pair table 62,
-// center 38, tag summary 62, three int16 per tag, fixed entry 30; per tag 8 + 12 P + 48 + 96.
-int64_t ExpectTagDataStart(int n, int m, int k, int maxTags)
-{
-    return 199 + int64_t{n} * (206 + 66 * m) + 20 * 62 + k * 38 + maxTags * 62 + maxTags * 6 + 67 * 30 + 1;
-}
-
 class StoreFileTest : public StoreTest {
 protected:
     void SetUp() override
@@ -82,7 +75,7 @@ TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
     EXPECT_EQ(state.LastSavedPeriod, 20);
 
     const std::string b = Stored();
-    const int64_t tagDataStart = ExpectTagDataStart(1, 2, 20, 200);
+    const int64_t tagDataStart = TagDataStart(1, 2, 20, 200);
     const int64_t dataStart = tagDataStart + 728 * 200;
     EXPECT_EQ(Get32(b, 105), tagDataStart);
     EXPECT_EQ(Get32(b, 109), dataStart);
@@ -148,7 +141,7 @@ TEST_F(StoreFileTest, DataStartWith24And96Periods)
         WriteMtg(StandardMtg(periods, 3, 0, 0).bytes);
         ASSERT_EQ(Start(MakeDateTime(2024, 5, 1, 0, 10, 0)), SetupLoadResult::Loaded);
         const std::string b = Stored("2405");
-        const int64_t tagDataStart = ExpectTagDataStart(0, 0, 3, 200);
+        const int64_t tagDataStart = TagDataStart(0, 0, 3, 200);
         const int64_t block = 8 + 12 * periods + 48 + 96;
         const int64_t dataStart = periods == 24 ? tagDataStart + 728 * 200 : tagDataStart + 200 * block;
         EXPECT_EQ(block, periods == 24 ? 440 : 1304);
@@ -408,7 +401,7 @@ TEST_F(StoreFileTest, HeaderDamageFieldByField)
     good.TariffCount = 1;
     good.TariffEntryCount = 2;
     good.CenterCount = 20;
-    good.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 2, 20, 200));
+    good.TagDataStart = static_cast<int32_t>(TagDataStart(1, 2, 20, 200));
     good.DataStart = static_cast<int32_t>(good.TagDataStart + 728 * 200);
     EXPECT_FALSE(StoreHeaderDamage(good));
     StoreHeader unfinished = good;  // positions not yet written: the check writes them
@@ -446,7 +439,7 @@ TEST_F(StoreFileTest, HeaderDamageFieldByField)
     }
     StoreHeader edge = good;
     edge.TariffEntryCount = 39;  // 201 x 40 = 8040 elements
-    edge.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 39, 20, 200));
+    edge.TagDataStart = static_cast<int32_t>(TagDataStart(1, 39, 20, 200));
     edge.DataStart = static_cast<int32_t>(edge.TagDataStart + 728 * 200);
     EXPECT_FALSE(StoreHeaderDamage(edge));
 }

@@ -129,7 +129,7 @@ TEST_F(ToolTest, RefusesFilesItCannotRead)
     Put16(noTags, 66, 96);
     Put16(noTags, 60, 12);
     Put16(noTags, 74, 10);
-    const int64_t tagDataStart = 199 + 20 * 62 + 10 * 38 + 12 * 68 + 67 * 30 + 1;
+    const int64_t tagDataStart = TagDataStart(0, 0, 10, 12);
     Put32(noTags, 105, tagDataStart);
     Put32(noTags, 109, tagDataStart + 12 * (8 + 12 * 96 + 48 + 96));
     struct Case {
