@@ -1,6 +1,5 @@
 #include <chrono>
 #include <fstream>
-#include <functional>
 #include <regex>
 #include <thread>
 
@@ -9,16 +8,13 @@
 #include "files/CsvLog.h"
 #include "files/CsvStoreSession.h"
 #include "platform/Clock.h"
-#include "platform/DateSerial.h"
 
 using namespace filestest;
 
 namespace {
 
-// Places in a store file with 200 tag slots, 20 centers, no tariffs and 48 periods a day, worked
-// out from the record sizes: header 199, pair tables 20 x 62, centers 38, tag summary 62 and
-// three int16 per tag, fixed entries 67 x 30, then 728 bytes per tag.
-constexpr int64_t DataStart = 199 + 20 * 62 + 20 * 38 + 200 * 62 + 200 * 6 + 67 * 30 + 1 + 728 * 200;
+// Places in a store file with 200 tag slots, 20 centers, no tariffs and 48 periods a day.
+constexpr int64_t DataStart = TagDataStart(0, 0, 20, 200) + 728 * 200;
 constexpr int64_t RecordSize = 4 * 200 + 4;
 constexpr int64_t FileLength = DataStart - 1 + (31 * 48 - 1) * RecordSize + 2 + 4 * 200;
 constexpr const char* Stamp = R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - )";
@@ -26,29 +22,10 @@ constexpr const char* Stamp = R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d - )";
 std::size_t RecordAt(int day, int period) { return DataStart - 1 + ((day - 1) * 48 + period - 1) * RecordSize; }
 std::size_t SlotAt(int day, int period, int tag) { return RecordAt(day, period) + 2 + 4 * (tag - 1); }
 
-// A view whose window events and wait window can do what other parts of the monitor would.
-class HookView : public RecordingView {
-public:
-    void DoEvents() override
-    {
-        RecordingView::DoEvents();
-        if (onEvents)
-            onEvents();
-    }
-    void ShowWait(const std::string& caption) override
-    {
-        RecordingView::ShowWait(caption);
-        if (onWait)
-            onWait();
-    }
-    std::function<void()> onEvents, onWait;
-};
-
-class CsvImportTest : public TempPrefixTest {
+class CsvImportTest : public StoreTest {
 protected:
     void SetUp() override
     {
-        TempPrefixTest::SetUp();
         ASSERT_FALSE(ClockSimulate(MakeDateTime(2024, 3, 10, 12, 0, 0), 1.0).Failed());
         setup.SetupVersion = 250;
         setup.PeriodsPerDay = 48;
@@ -67,15 +44,13 @@ protected:
         fs::create_directories(Import());
     }
 
-    fs::path StorePath(const std::string& name) const
-    {
-        return drive / "Telvane" / "Job1" / "Data" / "Voltaris" / name;
-    }
+    fs::path StorePath(const std::string& name) const { return DataFolder() / "Voltaris" / name; }
     fs::path Import() const { return root / "program" / "vtcsvlog"; }
     std::string Store(const std::string& name) const { return ReadBytes(StorePath(name)); }
     std::string ImportLog() const { return ReadBytes(Import() / "vtcsvlog.log"); }
     std::string Rejects() const { return ReadBytes(Import() / "vtcsvlog.rej"); }
     void Csv(const std::string& name, const std::string& text) { WriteBytes(Import() / name, text); }
+    void Scan() { CSV_GetData(c); }
 
     void MathsTag(int tag, std::vector<MathsTerm> terms)
     {
@@ -85,20 +60,6 @@ protected:
         for (std::size_t k = 0; k < 7; ++k)
             t.MathsTerms[k] = k < terms.size() ? terms[k] : MathsTerm{201, 0, 0};
     }
-
-    StoreContext Context() { return StoreContext{setup, values, settings, state, host, view}; }
-    void Scan()
-    {
-        StoreContext c = Context();
-        CSV_GetData(c);
-    }
-
-    SetupData setup;
-    TagValues values;
-    MonitorSettings settings;
-    MonitorState state;
-    FixedHost host;
-    HookView view;
 };
 
 TEST_F(CsvImportTest, FirstScanOnlyMakesTheFolder)
@@ -366,7 +327,6 @@ TEST_F(CsvImportTest, BatchGivesTheSameBytesAsValueByValue)
     Scan();
 
     settings.StoreFilePath = "C:\\Telvane\\Job1\\Data\\Voltaris\\Ones2403.lum";
-    StoreContext c = Context();
     for (const Row& r : rows)
         if (r.p <= 48)
             CSV_StoreData(c, 2024, static_cast<int16_t>(r.m), static_cast<int16_t>(r.d), static_cast<int16_t>(r.p),

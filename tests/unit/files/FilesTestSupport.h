@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -17,7 +18,11 @@
 #include "common/TempPrefix.h"
 #include "files/HostFolders.h"
 #include "files/SettingsView.h"
+#include "files/StartUpFileInfo.h"
+#include "files/StoreContext.h"
+#include "files/StoreFileName.h"
 #include "files/StoreFileView.h"
+#include "platform/DateSerial.h"
 #include "platform/Paths.h"
 #include "platform/Prefix.h"
 
@@ -108,11 +113,22 @@ template <typename T> T GetAs(const std::string& b, std::size_t off)
 }
 inline float GetF32(const std::string& b, std::size_t off) { return GetAs<float>(b, off); }
 
+// Records what it is asked; window events and the wait window may run a test's hook.
 class RecordingView : public StoreFileView, public SettingsView {
 public:
-    void ShowWait(const std::string& caption) override { waits.push_back(caption); }
+    void ShowWait(const std::string& caption) override
+    {
+        waits.push_back(caption);
+        if (onWait)
+            onWait();
+    }
     void SetWaitProgress(const std::string& text) override { progress.push_back(text); }
-    void DoEvents() override { ++doEvents; }
+    void DoEvents() override
+    {
+        ++doEvents;
+        if (onEvents)
+            onEvents();
+    }
     void SetGridCell(int row, int column, const std::string& text) override { grid[{row, column}] = text; }
     void ShowMessage(const std::string& text, const std::string& title, MessageIcon icon) override
     {
@@ -120,7 +136,7 @@ public:
     }
     void EndProgram() override { ended = true; }
     void StartProgram(const std::string& program, const std::string& args) override { started.push_back(program + " " + args); }
-    void CloseWait() override { ++waitsClosed; }
+    void CloseWait() override {}
     void SetStatusText(const std::string& text) override { status.push_back(text); }
     void ShowWaitMessage(const std::string& text) override { waitMessages.push_back(text); }
     void SetViewLogAvailable(bool available) override { viewLog = available; }
@@ -138,8 +154,9 @@ public:
     std::vector<std::string> waits, progress, started, status, waitMessages;
     std::map<std::pair<int, int>, std::string> grid;
     std::vector<Message> messages;
-    int doEvents = 0, waitsClosed = 0;
+    int doEvents = 0;
     bool ended = false, viewLog = false;
+    std::function<void()> onEvents, onWait;
 };
 
 class FixedHost : public HostFolders {
@@ -149,6 +166,13 @@ public:
     std::string data = "C:\\Telvane\\Job1\\Data";
     std::string telvane = "C:\\Telvane";
 };
+
+// Where a store file's tag data starts, worked out from the record sizes: header 199, tariff
+// 206 + 66 M, pair table 62, center 38, tag summary 62, three int16 per tag, fixed entry 30.
+constexpr int64_t TagDataStart(int n, int m, int k, int maxTags)
+{
+    return 199 + int64_t{n} * (206 + 66 * m) + 20 * 62 + k * 38 + maxTags * 62 + maxTags * 6 + 67 * 30 + 1;
+}
 
 // A tag setup file laid out by hand: offsets computed here from the record sizes, not by the reader.
 struct MtgImage {
@@ -176,6 +200,34 @@ struct MtgImage {
         Put16(bytes, Tag(t) + 50, tagType);
         Put16(bytes, Tag(t) + 114, scanType);
     }
+};
+
+// The monitor's tables, values, settings and flags as the store-file code sees them, with the job
+// folders of FixedHost under the prefix's drive C.
+class StoreTest : public TempPrefixTest {
+protected:
+    fs::path SetupFolder() const { return drive / "Telvane" / "Job1" / "Setup"; }
+    fs::path DataFolder() const { return drive / "Telvane" / "Job1" / "Data"; }
+    void WriteMtg(const std::string& bytes) const { WriteBytes(SetupFolder() / "Site.MTG", bytes); }
+
+    // Start-up on the tag setup file written last: the store file of the month of now, then its check.
+    SetupLoadResult Start(DateTime now)
+    {
+        fs::create_directories(DataFolder());
+        state.SetupMtgFile = "C:\\Telvane\\Job1\\Setup\\Site.MTG";
+        state.SetupIniFile = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
+        state.StartingUp = 0;
+        settings.StoreFilePath = GetStoreFileName(host.data, settings.StoreFilePrefix, now).Value;
+        return StartUpFileInfo(c, now);
+    }
+
+    SetupData setup;
+    TagValues values;
+    MonitorSettings settings;
+    MonitorState state;
+    FixedHost host;
+    RecordingView view;
+    StoreContext c{setup, values, settings, state, host, view};
 };
 
 } // namespace filestest

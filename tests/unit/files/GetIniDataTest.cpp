@@ -1,37 +1,26 @@
 #include "FilesTestSupport.h"
 #include "files/MonitorSettings.h"
-#include "platform/DateSerial.h"
 
 using namespace filestest;
 
 namespace {
 
-class GetIniDataTest : public TempPrefixTest {
+class GetIniDataTest : public StoreTest {
 protected:
-    const std::string iniText = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
-    fs::path IniPath() const { return drive / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"; }
-
-    void SetUp() override
-    {
-        TempPrefixTest::SetUp();
-        fs::create_directories(drive / "Telvane" / "Job1" / "Data");
-    }
-
+    fs::path IniPath() const { return SetupFolder() / "VoltarisSetup.ini"; }
+    void SetUp() override { fs::create_directories(DataFolder()); }
     void WriteIni(const std::string& general, const std::string& rest = "")
     {
         WriteBytes(IniPath(), "[general]\r\n" + general + rest);
     }
-
     void Read()
     {
-        GetIniData(iniText, settings, clockSync, watchdog, host, view, MakeDateTime(2024, 3, 5, 12, 0, 0));
+        GetIniData("C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini", settings, clockSync, watchdog, host, view,
+                   MakeDateTime(2024, 3, 5, 12, 0, 0));
     }
 
-    MonitorSettings settings;
     clsClockSync clockSync;
     clsWatchdog watchdog;
-    FixedHost host;
-    RecordingView view;
 };
 
 TEST_F(GetIniDataTest, NoFileGivesEveryDefaultAndWritesNothing)
@@ -42,7 +31,7 @@ TEST_F(GetIniDataTest, NoFileGivesEveryDefaultAndWritesNothing)
     EXPECT_EQ(settings.errorlog, "off");
     EXPECT_EQ(settings.StoreFilePrefix, "Vtrs");
     EXPECT_EQ(settings.StoreFilePath, "C:\\Telvane\\Job1\\Data\\Voltaris\\Vtrs2403.lum");
-    EXPECT_TRUE(fs::is_directory(drive / "Telvane" / "Job1" / "Data" / "Voltaris"));
+    EXPECT_TRUE(fs::is_directory(DataFolder() / "Voltaris"));
     EXPECT_FALSE(view.viewLog);
     EXPECT_EQ(settings.headertext, std::string(50, '\0'));
     EXPECT_EQ(settings.SCADArun, "yes");

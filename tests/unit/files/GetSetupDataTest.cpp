@@ -5,20 +5,13 @@ using namespace filestest;
 
 namespace {
 
-class GetSetupDataTest : public TempPrefixTest {
+class GetSetupDataTest : public StoreTest {
 protected:
-    const std::string mtgText = "C:\\Telvane\\Job1\\Setup\\Site.MTG";
-    fs::path MtgPath() const { return drive / "Telvane" / "Job1" / "Setup" / "Site.MTG"; }
-
     SetupLoadResult Load(const std::string& bytes)
     {
-        WriteBytes(MtgPath(), bytes);
-        return GetSetupData(mtgText, host, setup, view);
+        WriteMtg(bytes);
+        return GetSetupData("C:\\Telvane\\Job1\\Setup\\Site.MTG", host, setup, view);
     }
-
-    SetupData setup;
-    RecordingView view;
-    FixedHost host;
 };
 
 TEST_F(GetSetupDataTest, ReadsEveryTableAtItsPlace)

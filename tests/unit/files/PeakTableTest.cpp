@@ -18,6 +18,13 @@ protected:
         fs::create_directories(drive / "Setup");
     }
 
+    // "value at time" of rank n.
+    std::string Rank(int n) const
+    {
+        const PeakEntry p = ReadPeaks(ini)[static_cast<std::size_t>(n)];
+        return p.Value + " at " + p.Time;
+    }
+
     // Ranks 1..24 holding 2400, 2300, ... 100.
     void FillDescending()
     {
@@ -32,41 +39,32 @@ protected:
 TEST_F(PeakTableTest, EmptyTableTakesTheFirstTotal)
 {
     EXPECT_FALSE(UpdatePeaks(12.5F, "Mar 03, 24. 10:00", ini).Failed());
-    const std::vector<PeakEntry> peaks = ReadPeaks(ini);
-    EXPECT_EQ(peaks[1].Value, "12.5");
-    EXPECT_EQ(peaks[1].Time, "Mar 03, 24. 10:00");
-    EXPECT_EQ(peaks[2].Value, "0");
-    EXPECT_EQ(peaks[24].Time, "0");
+    EXPECT_EQ(Rank(1), "12.5 at Mar 03, 24. 10:00");
+    EXPECT_EQ(Rank(2), "0 at 0");
+    EXPECT_EQ(Rank(24), "0 at 0");
 
     // A zero total equals the missing ranks' "0", so it ranks below all of them and is not entered.
     EXPECT_FALSE(UpdatePeaks(0.0F, "x", ini).Failed());
-    EXPECT_EQ(ReadPeaks(ini)[2].Value, "0");
+    EXPECT_EQ(Rank(2), "0 at 0");
 }
 
 TEST_F(PeakTableTest, TiesRankBelowAndTheTopPushesAllDown)
 {
     FillDescending();
     UpdatePeaks(100.0F, "tie with 24th", ini);
-    std::vector<PeakEntry> peaks = ReadPeaks(ini);
-    EXPECT_EQ(peaks[24].Value, "100");
-    EXPECT_EQ(peaks[24].Time, "T24");
+    EXPECT_EQ(Rank(24), "100 at T24");
 
     UpdatePeaks(1500.0F, "tie with 10th", ini);
-    peaks = ReadPeaks(ini);
-    EXPECT_EQ(peaks[10].Value, "1500");
-    EXPECT_EQ(peaks[10].Time, "T10");
-    EXPECT_EQ(peaks[11].Value, "1500");
-    EXPECT_EQ(peaks[11].Time, "tie with 10th");
-    EXPECT_EQ(peaks[12].Time, "T11");
-    EXPECT_EQ(peaks[24].Time, "T23");
+    EXPECT_EQ(Rank(10), "1500 at T10");
+    EXPECT_EQ(Rank(11), "1500 at tie with 10th");
+    EXPECT_EQ(Rank(12), "1400 at T11");
+    EXPECT_EQ(Rank(24), "200 at T23");
 
     UpdatePeaks(123456.789F, "top", ini);
-    peaks = ReadPeaks(ini);
-    EXPECT_EQ(peaks[1].Value, "123456.8");  // seven significant digits
-    EXPECT_EQ(peaks[1].Time, "top");
-    EXPECT_EQ(peaks[2].Time, "T1");
-    EXPECT_EQ(peaks[3].Time, "T2");
-    EXPECT_EQ(peaks[24].Time, "T22");
+    EXPECT_EQ(Rank(1), "123456.8 at top");  // seven significant digits
+    EXPECT_EQ(Rank(2), "2400 at T1");
+    EXPECT_EQ(Rank(3), "2300 at T2");
+    EXPECT_EQ(Rank(24), "300 at T22");
     // Other sections are left alone.
     EXPECT_EQ(GetPrivateProfileString("general", "timer1scan", "", 80, ini), "30");
 }
@@ -76,10 +74,8 @@ TEST_F(PeakTableTest, ValuesWithTextAfterTheNumber)
     FillDescending();
     WritePrivateProfileString("Peaks", "5PeakValue", "2000.5 kW", ini);
     UpdatePeaks(2000.25F, "between", ini);
-    const std::vector<PeakEntry> peaks = ReadPeaks(ini);
-    EXPECT_EQ(peaks[5].Value, "2000.5 kW");
-    EXPECT_EQ(peaks[6].Value, "2000.25");
-    EXPECT_EQ(peaks[6].Time, "between");
+    EXPECT_EQ(Rank(5), "2000.5 kW at T5");
+    EXPECT_EQ(Rank(6), "2000.25 at between");
 }
 
 TEST_F(PeakTableTest, TotalThatIsNoFiniteNumberLeavesTheFileAsItWas)
@@ -94,8 +90,8 @@ TEST_F(PeakTableTest, TotalThatIsNoFiniteNumberLeavesTheFileAsItWas)
     }
     // The largest float is a number like any other.
     EXPECT_FALSE(UpdatePeaks(std::numeric_limits<float>::max(), "top", ini).Failed());
-    EXPECT_EQ(ReadPeaks(ini)[1].Value, "3.402823E+38");
-    EXPECT_EQ(ReadPeaks(ini)[2].Value, "2400");
+    EXPECT_EQ(Rank(1), "3.402823E+38 at top");
+    EXPECT_EQ(Rank(2), "2400 at T1");
 }
 
 TEST_F(PeakTableTest, ReadsEveryKeyAsTheProfileFunctionsDo)

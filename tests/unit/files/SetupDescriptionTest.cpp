@@ -26,7 +26,7 @@ std::string Dump(const std::string& bytes)
     return WriteSetupDescription(image.Value);
 }
 
-class SetupDescriptionTest : public TempPrefixTest {
+class SetupDescriptionTest : public StoreTest {
 protected:
     std::string Description() const { return ReadBytes(fs::path(VT_TEST_SOURCE_DIR) / "unit" / "files" / "data" / "site.mtg.txt"); }
 };
@@ -67,9 +67,6 @@ TEST_F(SetupDescriptionTest, BuiltFileHasEveryFieldWhereTheLayoutPutsIt)
 TEST_F(SetupDescriptionTest, LoaderSeesTheDescribedSetup)
 {
     WriteBytes(drive / "Site.MTG", Build(Description()));
-    SetupData setup;
-    RecordingView view;
-    FixedHost host;
     ASSERT_EQ(GetSetupData("C:\\Site.MTG", host, setup, view), SetupLoadResult::Loaded);
     EXPECT_EQ(LogLines(), 0);
     EXPECT_EQ(setup.Centers[1].Name.substr(0, 8), "Workshop");
@@ -126,9 +123,7 @@ TEST_F(SetupDescriptionTest, RecordsOverTheFixedEntriesRoundTrip)
     for (auto [n, m, k] : {std::tuple{100, 20, 3}, {0, 39, 0}, {0, 37, 30}, {389, 20, 8191}}) {
         SCOPED_TRACE(std::to_string(n) + " " + std::to_string(m) + " " + std::to_string(k));
         const std::string bytes = FileWithCounts(n, m, k, static_cast<uint32_t>(n + m + k));
-        SetupData setup;
-        RecordingView view;
-        FixedHost host;
+        setup = SetupData{};
         ASSERT_EQ(LoadSetupFileBytes(bytes, VbError(), host, setup, view), SetupLoadResult::Loaded);
         EXPECT_EQ(LogLines(), 0) << LogText();
 

@@ -1,64 +1,32 @@
 #include "FilesTestSupport.h"
 #include "files/BackupStoreFile.h"
 #include "files/HalfHourSave.h"
-#include "files/StartUpFileInfo.h"
 #include "files/StoreFile.h"
-#include "files/StoreFileName.h"
 #include "files/UpdateSetupData.h"
-#include "platform/DateSerial.h"
 
 using namespace filestest;
 
 namespace {
 
-// Positions worked out here from the record sizes: header 199, tariff 206 + 66 M, pair table 62,
-// center 38, tag summary 62, three int16 per tag, fixed entry 30; per tag 8 + 12 P + 48 + 96.
-int64_t ExpectTagDataStart(int n, int m, int k, int maxTags)
-{
-    return 199 + int64_t{n} * (206 + 66 * m) + 20 * 62 + k * 38 + maxTags * 62 + maxTags * 6 + 67 * 30 + 1;
-}
-
-class StoreFileTest : public TempPrefixTest {
+class StoreFileTest : public StoreTest {
 protected:
     void SetUp() override
     {
-        TempPrefixTest::SetUp();
-        state.SetupMtgFile = "C:\\Telvane\\Job1\\Setup\\Site.MTG";
-        state.SetupIniFile = "C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini";
-        state.StartingUp = 0;
         settings.StoreFilePrefix = "Vtrs";
         settings.headertext.replace(0, 9, "Site head");
         settings.currencychr = 163;
         settings.ShedMeter = 11;
         settings.UnShedMeter = 12;
-        fs::create_directories(DataFolder());
     }
 
-    fs::path DataFolder() const { return drive / "Telvane" / "Job1" / "Data"; }
     fs::path StorePath(const std::string& yymm) const { return DataFolder() / "Voltaris" / ("Vtrs" + yymm + ".lum"); }
-    StoreContext Context() { return StoreContext{setup, values, settings, state, host, view}; }
-
-    void WriteMtg(const MtgImage& f) { WriteBytes(drive / "Telvane" / "Job1" / "Setup" / "Site.MTG", f.bytes); }
-
-    // Start-up: store file name for now, then the check.
-    SetupLoadResult Start(DateTime now)
-    {
-        settings.StoreFilePath = GetStoreFileName(host.data, settings.StoreFilePrefix, now).Value;
-        StoreContext c = Context();
-        return StartUpFileInfo(c, now);
-    }
-
-    void Save(DateTime now)
-    {
-        StoreContext c = Context();
-        HalfHourSave(c, now);
-    }
+    void Save(DateTime now) { HalfHourSave(c, now); }
     // The save in the scan at h:m:s on 3 March.
     void SaveAt(int h, int m, int sec) { Save(MakeDateTime(2024, 3, 3, h, m, sec)); }
     // A standard tag setup and a start at 09:40 on 3 March.
     void StartMarch()
     {
-        WriteMtg(StandardMtg(48));
+        WriteMtg(StandardMtg(48).bytes);
         ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
     }
     // Place of a tag's slot (0 for the flag) in record r, with 200 tags.
@@ -66,7 +34,7 @@ protected:
     std::string Stored(const std::string& yymm = "2403") const { return ReadBytes(StorePath(yymm)); }
     float At(int r, int tag) const { return GetF32(Stored(), Slot(r, tag)); }
     int Flag(int r) const { return Get16(Stored(), Slot(r)); }
-    std::string Ini() const { return ReadBytes(drive / "Telvane" / "Job1" / "Setup" / "VoltarisSetup.ini"); }
+    std::string Ini() const { return ReadBytes(SetupFolder() / "VoltarisSetup.ini"); }
 
     // An MTG with 200 tags, K centers and a few tags of each kind.
     MtgImage StandardMtg(int periods, int k = 20, int n = 1, int m = 2)
@@ -93,19 +61,12 @@ protected:
         PutText(f.bytes, f.Fixed(3), "Fixed three", 12);
         return f;
     }
-
-    SetupData setup;
-    TagValues values;
-    MonitorSettings settings;
-    MonitorState state;
-    FixedHost host;
-    RecordingView view;
 };
 
 TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
 {
     const MtgImage mtg = StandardMtg(48);
-    WriteMtg(mtg);
+    WriteMtg(mtg.bytes);
     values.resize(201);
     values[5].LastReadTime = 45000.75;
     ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
@@ -114,7 +75,7 @@ TEST_F(StoreFileTest, NewFileLayoutWith48Periods)
     EXPECT_EQ(state.LastSavedPeriod, 20);
 
     const std::string b = Stored();
-    const int64_t tagDataStart = ExpectTagDataStart(1, 2, 20, 200);
+    const int64_t tagDataStart = TagDataStart(1, 2, 20, 200);
     const int64_t dataStart = tagDataStart + 728 * 200;
     EXPECT_EQ(Get32(b, 105), tagDataStart);
     EXPECT_EQ(Get32(b, 109), dataStart);
@@ -177,10 +138,10 @@ TEST_F(StoreFileTest, DataStartWith24And96Periods)
         SCOPED_TRACE(periods);
         fs::remove_all(DataFolder() / "Voltaris");
         setup = SetupData{};
-        WriteMtg(StandardMtg(periods, 3, 0, 0));
+        WriteMtg(StandardMtg(periods, 3, 0, 0).bytes);
         ASSERT_EQ(Start(MakeDateTime(2024, 5, 1, 0, 10, 0)), SetupLoadResult::Loaded);
         const std::string b = Stored("2405");
-        const int64_t tagDataStart = ExpectTagDataStart(0, 0, 3, 200);
+        const int64_t tagDataStart = TagDataStart(0, 0, 3, 200);
         const int64_t block = 8 + 12 * periods + 48 + 96;
         const int64_t dataStart = periods == 24 ? tagDataStart + 728 * 200 : tagDataStart + 200 * block;
         EXPECT_EQ(block, periods == 24 ? 440 : 1304);
@@ -277,7 +238,7 @@ TEST_F(StoreFileTest, AClockSetBackSavesThePeriodBeforeTheStepAndAddsRepeatedPer
 // ran, 00:30 to 01:00, not 01:30 to 02:00, which never ran; a step inside one period saves nothing.
 TEST_F(StoreFileTest, AClockSetOnSavesThePeriodThatRan)
 {
-    WriteMtg(StandardMtg(48));
+    WriteMtg(StandardMtg(48).bytes);
     ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 0, 40, 0)), SetupLoadResult::Loaded);
     values[1].Integrated = 6;
     // Late in the last second before the step, which a time of day would round up to 01:00:00.
@@ -315,7 +276,7 @@ TEST_F(StoreFileTest, DemoTouchesNoFileButKeepsPeaksAndResets)
 
 TEST_F(StoreFileTest, PeriodOfTheLastDayGoesIntoItsOwnMonth)
 {
-    WriteMtg(StandardMtg(48));
+    WriteMtg(StandardMtg(48).bytes);
     ASSERT_EQ(Start(MakeDateTime(2024, 3, 31, 23, 40, 0)), SetupLoadResult::Loaded);
     fs::remove(StorePath("2403"));  // even when it went missing, last month's file receives the period
     values[1].Integrated = 31.5F;
@@ -370,11 +331,11 @@ TEST_F(StoreFileTest, BackupAndSaveFaultsLoseNothingSaved)
 TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)
 {
     // A file made with 10 centers; the tag setup now says 20.
-    WriteMtg(StandardMtg(48, 10));
+    WriteMtg(StandardMtg(48, 10).bytes);
     ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
     const int32_t dataStart10 = setup.DataStart;
     setup = SetupData{};
-    WriteMtg(StandardMtg(48, 20));
+    WriteMtg(StandardMtg(48, 20).bytes);
     ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 45, 0)), SetupLoadResult::Loaded);
     EXPECT_EQ(setup.CenterCount, 10);
     EXPECT_EQ(setup.TagCount, 188);
@@ -390,7 +351,6 @@ TEST_F(StoreFileTest, ExistingFileDimensionsHoldForTheMonth)
     {
         StoreFile file;
         ASSERT_FALSE(file.Open(LocalPath(settings.StoreFilePath).string()).Failed());
-        StoreContext c = Context();
         UpdateSetupData(c, file);  // dimensions differ: nothing written
     }
     EXPECT_EQ(Stored(), before);
@@ -441,7 +401,7 @@ TEST_F(StoreFileTest, HeaderDamageFieldByField)
     good.TariffCount = 1;
     good.TariffEntryCount = 2;
     good.CenterCount = 20;
-    good.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 2, 20, 200));
+    good.TagDataStart = static_cast<int32_t>(TagDataStart(1, 2, 20, 200));
     good.DataStart = static_cast<int32_t>(good.TagDataStart + 728 * 200);
     EXPECT_FALSE(StoreHeaderDamage(good));
     StoreHeader unfinished = good;  // positions not yet written: the check writes them
@@ -479,14 +439,14 @@ TEST_F(StoreFileTest, HeaderDamageFieldByField)
     }
     StoreHeader edge = good;
     edge.TariffEntryCount = 39;  // 201 x 40 = 8040 elements
-    edge.TagDataStart = static_cast<int32_t>(ExpectTagDataStart(1, 39, 20, 200));
+    edge.TagDataStart = static_cast<int32_t>(TagDataStart(1, 39, 20, 200));
     edge.DataStart = static_cast<int32_t>(edge.TagDataStart + 728 * 200);
     EXPECT_FALSE(StoreHeaderDamage(edge));
 }
 
 TEST_F(StoreFileTest, RecordsReadAndWrittenInABatch)
 {
-    WriteMtg(StandardMtg(96, 0, 0, 0));
+    WriteMtg(StandardMtg(96, 0, 0, 0).bytes);
     ASSERT_EQ(Start(MakeDateTime(2024, 3, 3, 9, 40, 0)), SetupLoadResult::Loaded);
     StoreFile file;
     ASSERT_FALSE(file.Open(settings.StoreFilePath).Failed());

@@ -4,37 +4,26 @@
 #include "files/HalfHourSave.h"
 #include "files/SetupDescription.h"
 #include "files/SetupFileImage.h"
-#include "files/StartUpFileInfo.h"
 #include "files/StoreFile.h"
-#include "files/StoreFileName.h"
-#include "platform/DateSerial.h"
 
 using namespace filestest;
 
 namespace {
 
-class ToolTest : public TempPrefixTest {
+class ToolTest : public StoreTest {
 protected:
     void SetUp() override
     {
-        TempPrefixTest::SetUp();
         if (ToolPath("vt-mtg").empty() || ToolPath("vt-store").empty())
             GTEST_SKIP() << "the tools are not built beside the tests";
+        settings.StoreFilePrefix = "Site";
     }
 
-    // The store file of the month of start, made by the monitor's start-up from the tag setup f;
-    // gives its local path.
+    // The store file of the month of start, made by the monitor's start-up from f; its local path.
     std::string MakeStore(const MtgImage& f, DateTime start)
     {
-        WriteBytes(drive / "Setup" / "Site.MTG", f.bytes);
-        fs::create_directories(drive / "Data");
-        host.data = "C:\\Data";
-        state.SetupMtgFile = "C:\\Setup\\Site.MTG";
-        state.SetupIniFile = "C:\\Setup\\VoltarisSetup.ini";
-        state.StartingUp = 0;
-        settings.StoreFilePrefix = "Site";
-        settings.StoreFilePath = GetStoreFileName(host.data, "Site", start).Value;
-        EXPECT_EQ(StartUpFileInfo(c, start), SetupLoadResult::Loaded);
+        WriteMtg(f.bytes);
+        EXPECT_EQ(Start(start), SetupLoadResult::Loaded);
         return LocalPath(settings.StoreFilePath).string();
     }
 
@@ -46,14 +35,6 @@ protected:
             all.push_back(line);
         return all;
     }
-
-    SetupData setup;
-    TagValues values;
-    MonitorSettings settings;
-    MonitorState state;
-    FixedHost host;
-    RecordingView view;
-    StoreContext c{setup, values, settings, state, host, view};
 };
 
 TEST_F(ToolTest, PrintsHeaderRecordsAndPeaks)
@@ -83,7 +64,7 @@ TEST_F(ToolTest, PrintsHeaderRecordsAndPeaks)
     EXPECT_EQ(all[28 * 24 + 23], "2024-02-29,23,2024-02-29 23:00,0,2.5,0,0");
     EXPECT_EQ(all[29 * 24], "2024-02-29,24,2024-03-01 00:00,,,,");
 
-    ASSERT_EQ(Run("vt-store", "peaks 'C:\\Setup\\VoltarisSetup.ini'"), 0) << err;
+    ASSERT_EQ(Run("vt-store", "peaks 'C:\\Telvane\\Job1\\Setup\\VoltarisSetup.ini'"), 0) << err;
     EXPECT_NE(out.find("   1  2.5             Feb 29, 24. 23:00\n"), std::string::npos) << out;
     EXPECT_NE(out.find("  24  0               0\n"), std::string::npos) << out;
     EXPECT_EQ(err, "");
@@ -153,7 +134,7 @@ TEST_F(ToolTest, RefusesFilesItCannotRead)
     Put16(noTags, 66, 96);
     Put16(noTags, 60, 12);
     Put16(noTags, 74, 10);
-    const int64_t tagDataStart = 199 + 20 * 62 + 10 * 38 + 12 * 68 + 67 * 30 + 1;
+    const int64_t tagDataStart = TagDataStart(0, 0, 10, 12);
     Put32(noTags, 105, tagDataStart);
     Put32(noTags, 109, tagDataStart + 12 * (8 + 12 * 96 + 48 + 96));
     struct Case {

@@ -114,13 +114,16 @@ protected:
         TempPrefix::Write(JobSetup() / "WinSockets.ini",
                           "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(p) + "\r\n" + extra);
     }
-    void Open(HostSocketServer& s) { s.OpenHostSocket(JobSetup().string()); }
-    HostSocketServer& Start(SocketLimits limits = {}) {
-        WriteSettings(port = FreePort());
+    void Open() { server->OpenHostSocket(JobSetup().string()); }
+    // Settings with a free port and extra, read again by the running server.
+    void Reopen(const std::string& extra = "") {
+        WriteSettings(port = FreePort(), extra);
+        Open();
+    }
+    void Start(SocketLimits limits = {}, const std::string& extra = "") {
         server = std::make_unique<HostSocketServer>(tags, trace, limits);
-        Open(*server);
+        Reopen(extra);
         EXPECT_TRUE(server->IsListening());
-        return *server;
     }
     bool Connections(size_t n) {
         return PumpUntil([&] { return server->ConnectionElements().size() == n; });
@@ -186,7 +189,7 @@ TEST_F(HostSocketServerTest, ClientsThatLeaveEarlyOrSendTooMuchLeaveTheOthersSer
     ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 7.0f; }));
     EXPECT_EQ(steady.Ask("[M3];Rate", 14), "[M3];Rate;7.00");
     EXPECT_TRUE(server->IsListening());
-    Open(*server);
+    Open();
     EXPECT_TRUE(trace.lines.empty());
 }
 
@@ -220,9 +223,7 @@ TEST_F(HostSocketServerTest, HundredSilentHalfRequestsNeverKeepNewClientsOut) {
 }
 
 TEST_F(HostSocketServerTest, OneAddressHoldsItsShareAndTheFullServerMakesRoom) {
-    WriteSettings(port = FreePort(), "MaxConnectionsPerAddress=3\r\n");
-    server = std::make_unique<HostSocketServer>(tags, trace, SocketLimits{.MaxConnections = 5});
-    Open(*server);
+    Start(SocketLimits{.MaxConnections = 5}, "MaxConnectionsPerAddress=3\r\n");
     Client steady(port);
     EXPECT_EQ(steady.Ask("[M3];Rate", 15), "[M3];Rate;12.25");
     std::vector<std::unique_ptr<Client>> crowd;
@@ -283,8 +284,7 @@ TEST_F(HostSocketServerTest, SilentConnectionIsClosedAfterTheIdleTimeNotBefore) 
     EXPECT_EQ(talking.Ask("[M3];Rate", 14), "[M3];Rate;5.00");
 
     // The settings give whole seconds.
-    WriteSettings(port = FreePort(), "IdleSeconds=1\r\n");
-    Open(*server);
+    Reopen("IdleSeconds=1\r\n");
     Client slow(port);
     const auto connected = std::chrono::steady_clock::now();
     ASSERT_TRUE(slow.WaitClosedByServer(4000));
@@ -293,10 +293,7 @@ TEST_F(HostSocketServerTest, SilentConnectionIsClosedAfterTheIdleTimeNotBefore) 
 
 TEST_F(HostSocketServerTest, SetsOnlyFromListedAddressesReadsFromAll) {
     // Listening beyond loopback, with a list that leaves 127.0.0.1 out.
-    WriteSettings(port = FreePort(), "ListenAddress=*\r\nSetsAllowedFrom=10.0.0.0/8, 127.0.0.2;;fe80::/10 nonsense\r\n");
-    server = std::make_unique<HostSocketServer>(tags, trace);
-    Open(*server);
-    ASSERT_TRUE(server->IsListening());
+    Start({}, "ListenAddress=*\r\nSetsAllowedFrom=10.0.0.0/8, 127.0.0.2;;fe80::/10 nonsense\r\n");
     Client local(port), listed(port, 2);
     local.Send("[M3];Rate;7");
     ASSERT_TRUE(PumpUntil([&] { return trace.lines.back().starts_with("Set Refused: [M3];Rate;7 from 127.0.0.1"); }));
@@ -309,8 +306,7 @@ TEST_F(HostSocketServerTest, SetsOnlyFromListedAddressesReadsFromAll) {
     EXPECT_NE(MainLog().find("OpenHostSocket, Error 5. Invalid address in SetsAllowedFrom nonsense"), std::string::npos);
 
     // Without the key only this PC may set.
-    WriteSettings(port = FreePort(), "ListenAddress=*\r\n");
-    Open(*server);
+    Reopen("ListenAddress=*\r\n");
     Client(port).Send("[M3];Rate;8");
     ASSERT_TRUE(PumpUntil([&] { return tags.values[3].Rate == 8.0f; }));
 }
@@ -321,7 +317,7 @@ TEST_F(HostSocketServerTest, ReopenClosesConnectionsAndListensAgainAndShutdownIs
     Client old(oldPort);
     ASSERT_TRUE(Connections(1));
     trace.lines.clear();
-    Open(*server);  // the usual case: settings re-read, port unchanged
+    Open();  // the usual case: settings re-read, port unchanged
     EXPECT_TRUE(old.WaitClosedByServer());
     EXPECT_TRUE(server->ConnectionElements().empty());
     ASSERT_EQ(trace.lines.size(), 2u);
@@ -330,8 +326,7 @@ TEST_F(HostSocketServerTest, ReopenClosesConnectionsAndListensAgainAndShutdownIs
     Client again(port);
     EXPECT_EQ(again.Ask("[M3];Value", 18), "[M3];Value;1234.57");
 
-    WriteSettings(port = FreePort());
-    Open(*server);
+    Reopen();
     EXPECT_EQ(server->LocalPort(), port);
     EXPECT_TRUE(again.WaitClosedByServer());
     EXPECT_FALSE(Client(oldPort).Connected());
@@ -349,26 +344,25 @@ TEST_F(HostSocketServerTest, BadPortOrListenAddressIsLogged) {
     QTcpServer occupant;
     ASSERT_TRUE(occupant.listen(QHostAddress::LocalHost, 0));
     WriteSettings(port = occupant.serverPort());
-    HostSocketServer s(tags, trace);
-    Open(s);
-    EXPECT_FALSE(s.IsListening());
-    EXPECT_EQ(s.LocalPort(), port);
+    server = std::make_unique<HostSocketServer>(tags, trace);
+    Open();
+    EXPECT_FALSE(server->IsListening());
+    EXPECT_EQ(server->LocalPort(), port);
     EXPECT_EQ(trace.lines, Lines{"Error Opening port: " + std::to_string(port)});
     const std::string log = MainLog();
     EXPECT_NE(log.find(" - OpenHostSocket, Error 10048. "), std::string::npos) << log;
     EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 1);
 
     WriteSettings(70000);
-    Open(s);
-    EXPECT_FALSE(s.IsListening());
-    EXPECT_EQ(s.LocalPort(), 70000);
+    Open();
+    EXPECT_FALSE(server->IsListening());
+    EXPECT_EQ(server->LocalPort(), 70000);
     EXPECT_NE(MainLog().find(" - OpenHostSocket, Error 380. Invalid property value\r\n"), std::string::npos);
 
     // An address that names none falls back to loopback; "*" is every address, the peer still plain IPv4.
     for (const char* address : {"not-an-address", "*"}) {
         trace.lines.clear();
-        WriteSettings(port = FreePort(), "ListenAddress=" + std::string(address) + "\r\n");
-        Open(s);
+        Reopen("ListenAddress=" + std::string(address) + "\r\n");
         EXPECT_EQ(Client(port).Ask("[M3];Rate", 15), "[M3];Rate;12.25") << address;
         EXPECT_TRUE(HasTrace("Sending: [M3];Rate;12.25 to 127.0.0.1")) << address;
     }

@@ -144,14 +144,7 @@ TEST_F(FilesTest, LengthAndModificationTime) {
     EXPECT_EQ(length.Value, 1234);
     EXPECT_EQ(FileLength("C:\\").Error.Number, ErrFileNotFound);
 
-    struct tm local {};  // 2024-03-05 14:07:09 local time
-    local.tm_year = 124;
-    local.tm_mon = 2;
-    local.tm_mday = 5;
-    local.tm_hour = 14;
-    local.tm_min = 7;
-    local.tm_sec = 9;
-    local.tm_isdst = -1;
+    std::tm local{9, 7, 14, 5, 2, 124, 0, 0, -1, 0, nullptr};  // 2024-03-05 14:07:09 local time
     fs::last_write_time(c / "a.bin",
                         fs::file_time_type::clock::from_sys(std::chrono::system_clock::from_time_t(::mktime(&local))));
     VbResult<DateTime> stamp = FileDateTime("c:\\a.bin");

@@ -29,23 +29,27 @@ long OwnerOf(std::string_view windowClass) {
 class WindowRegistryTest : public ::testing::Test {
 protected:
     void TearDown() override { UnregisterAllWindows(); }
-    // Entry files on disk, read without going through the registry (which would clean up).
-    static std::vector<std::string> EntryFiles() {
+    // Names in a run folder, read without going through the registry (which would clean up).
+    static std::vector<std::string> Entries(const char* folder = "windows", bool foldersOnly = false) {
         std::vector<std::string> names;
         std::error_code ec;
-        for (const auto& item : fs::directory_iterator(PrefixRunFolder() / "windows", ec))
-            names.push_back(item.path().filename().string());
+        for (const auto& item : fs::directory_iterator(PrefixRunFolder() / folder, ec))
+            if (!foldersOnly || item.is_directory()) names.push_back(item.path().filename().string());
         return names;
     }
-    static size_t QueueFolders() {
-        size_t count = 0;
-        std::error_code ec;
-        for (const auto& item : fs::directory_iterator(PrefixRunFolder() / "messages", ec)) count += item.is_directory();
-        return count;
+    static size_t QueueFolders() { return Entries("messages", true).size(); }
+    // A child that registers cls and keeps it until release; ready once it is registered.
+    static pid_t Owner(const char* cls, const char* title, bool visible, Signal& ready, Signal& release) {
+        return Spawn([&] {
+            if (!RegisterWindow(cls, title, visible)) return 1;
+            ready.Raise();
+            release.Await(30000);
+            return 0;  // ends without unregistering
+        });
     }
     static void ExpectNothingLeft() {
         EXPECT_TRUE(OpenWindows().empty());
-        EXPECT_TRUE(EntryFiles().empty());
+        EXPECT_TRUE(Entries().empty());
         EXPECT_EQ(QueueFolders(), 0u);
     }
     TempPrefix prefix;
@@ -76,12 +80,7 @@ TEST_F(WindowRegistryTest, WindowIsFoundWhateverTheCaseAndRegisteringAgainUpdate
 
 TEST_F(WindowRegistryTest, KilledOwnerIsNeverReportedAndItsFilesAreCleanedUp) {
     Signal ready, done;
-    pid_t child = Spawn([&] {
-        if (!RegisterWindow("LoaderWClass", "loader", true)) return 1;
-        ready.Raise();
-        done.Await(30000);
-        return 0;
-    });
+    pid_t child = Owner("LoaderWClass", "loader", true, ready, done);
     ASSERT_TRUE(ready.Await());
     EXPECT_EQ(OwnerOf("LoaderWClass"), static_cast<long>(child));
     ::kill(child, SIGKILL);
@@ -95,7 +94,7 @@ TEST_F(WindowRegistryTest, KilledOwnerIsNeverReportedAndItsFilesAreCleanedUp) {
 
 TEST_F(WindowRegistryTest, EntryOfAnEarlierProcessWithTheSamePidIsNotTheOwner) {
     ASSERT_TRUE(RegisterWindow("TelvaneV5", "host", true));
-    std::vector<std::string> files = EntryFiles();
+    std::vector<std::string> files = Entries();
     ASSERT_EQ(files.size(), 1u);
     // Same pid, another start time: the pid was reused by this process.
     const fs::path entry = PrefixRunFolder() / "windows" / files[0];
@@ -105,17 +104,12 @@ TEST_F(WindowRegistryTest, EntryOfAnEarlierProcessWithTheSamePidIsNotTheOwner) {
     content.insert(start + 6, "1");
     TempPrefix::Write(entry, content);
     EXPECT_FALSE(FindWindowByClass("TelvaneV5"));
-    EXPECT_TRUE(EntryFiles().empty());
+    EXPECT_TRUE(Entries().empty());
 }
 
 TEST_F(WindowRegistryTest, ClassRegisteredTwiceGoesToTheEarliestAndThenToTheOther) {
     Signal ready, release;
-    pid_t child = Spawn([&] {
-        if (!RegisterWindow("TelvaneV5", "first", false)) return 1;
-        ready.Raise();
-        release.Await(30000);
-        return 0;  // ends without unregistering
-    });
+    pid_t child = Owner("TelvaneV5", "first", false, ready, release);
     ASSERT_TRUE(ready.Await());
     ASSERT_TRUE(RegisterWindow("telvanev5", "late", true));
     EXPECT_EQ(OwnerOf("TELVANEV5"), static_cast<long>(child));
@@ -137,7 +131,7 @@ TEST_F(WindowRegistryTest, NormalExitUnregistersOnlyTheExitingProcessWindows) {
               }),
               0);
     // Look at the files themselves: a lookup would hide a leftover by cleaning it up.
-    std::vector<std::string> files = EntryFiles();
+    std::vector<std::string> files = Entries();
     ASSERT_EQ(files.size(), 1u);
     EXPECT_EQ(files[0].rfind("parentwnd@", 0), 0u);
     EXPECT_EQ(QueueFolders(), 1u);

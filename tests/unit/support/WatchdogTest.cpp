@@ -24,7 +24,11 @@ class WatchdogTest : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_FALSE(ClockSimulate(Start, 1e-9));
-        watchdog = std::make_unique<clsWatchdog>();  // created now: the first toggle counts from here
+        Create();
+    }
+    // The first toggle counts from the watchdog's creation.
+    void Create() {
+        watchdog = std::make_unique<clsWatchdog>();
         watchdog->SetTagOutputValue([this](int32_t output, float value, int32_t insertStack, int32_t reserved) {
             writes.push_back({output, value, insertStack, reserved});
             VbResult<int32_t> result;
@@ -68,11 +72,7 @@ TEST_F(WatchdogTest, SettingsAreHeldToTheirRanges) {
 
 TEST_F(WatchdogTest, CountsSecondBoundariesNotElapsedTime) {
     ClockSet(Start + 0.9 / 86400);
-    watchdog = std::make_unique<clsWatchdog>();
-    watchdog->SetTagOutputValue([this](int32_t output, float value, int32_t a, int32_t b) {
-        writes.push_back({output, value, a, b});
-        return VbResult<int32_t>{};
-    });
+    Create();
     watchdog->OutputTag(2001);
     watchdog->ToggleSecs(1);
     UpdateAt(0.95);
