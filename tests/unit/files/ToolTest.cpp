@@ -137,6 +137,9 @@ TEST_F(ToolTest, RefusesFilesItCannotRead)
     const int64_t tagDataStart = TagDataStart(0, 0, 10, 12);
     Put32(noTags, 105, tagDataStart);
     Put32(noTags, 109, tagDataStart + 12 * (8 + 12 * 96 + 48 + 96));
+    // A damaged header is refused as start-up refuses it, whatever its positions say.
+    std::string damaged = noTags;
+    Put16(damaged, 60, 32767);
     struct Case {
         const char* command;
         std::string content;
@@ -146,6 +149,7 @@ TEST_F(ToolTest, RefusesFilesItCannotRead)
         {"info", std::string(150, 'x'), "is not a store file: it is 150 bytes long"},
         {"records", header, "is not a store file: tag data start is 0, the dimensions give"},
         {"records", noTags, "holds no tags: 12 tag slots less 2 less 10 centers"},
+        {"records", damaged, "is not a store file: MaxTags is 32767, where 1 to 8191 tag slots can be held"},
         {"peaks", header, "is not a settings file: it holds binary bytes (a NUL at offset "},
         {"peaks", "date,period,end\r\n[general]\r\n", "is not a settings file: line 1 comes before any [section]"},
         {"peaks", "; just a remark\n\n", "is not a settings file: it holds no [section]"},
