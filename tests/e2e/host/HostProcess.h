@@ -2,8 +2,6 @@
 // Running telvane-host from a test in a fresh prefix of its own.
 #include <gtest/gtest.h>
 
-#include <map>
-#include <sstream>
 
 #include "e2e/scenarios/Spawn.h"
 #include "platform/Prefix.h"
@@ -53,15 +51,8 @@ inline ToolResult RunTool(const TestPrefix& prefix, const std::vector<std::strin
     return result;
 }
 
-// The "name: value" lines of status ("name:" alone is an empty value).
 inline std::map<std::string, std::string> Status(const TestPrefix& prefix) {
-    std::map<std::string, std::string> lines;
-    std::istringstream in(RunTool(prefix, {"status"}).Out);
-    for (std::string line; std::getline(in, line);) {
-        const size_t colon = line.find(':');
-        if (colon != std::string::npos) lines[line.substr(0, colon)] = line.substr(std::min(line.size(), colon + 2));
-    }
-    return lines;
+    return e2e::StatusFields(RunTool(prefix, {"status"}).Out);
 }
 
 // A point's value as `telvane-host get` prints it.

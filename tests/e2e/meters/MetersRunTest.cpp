@@ -112,13 +112,9 @@ TEST_F(MetersRun, ModbusAndMqttMetersThroughOutagesIntoTheStoreFile) {
                           "write = T201 holding 200 float32\n\n"
                           "[mqtt Site]\nbroker = 127.0.0.1:" + std::to_string(brokerPort_) +
                           "\nmap = T3 site/gas/pulses\npublish = T203 site/voltaris/gas\n"));
-    std::string hostFolder;
-    for (const std::string& line : Lines(Host({"status"}).Out)) {
-        if (line.rfind("host folder (local): ", 0) == 0) hostFolder = line.substr(21);
-    }
-    ASSERT_TRUE(hostState_.Open(hostFolder));
+    ASSERT_TRUE(hostState_.Open(e2e::StatusFields(Host({"status"}).Out)["host folder (local)"]));
     ASSERT_TRUE(BuildSetup(Tags));
-    WriteSettings("[general]\nStoreFilePrefix=MTR\ntimer1scan=10\n");
+    WriteSettings("[general]\nStoreFilePrefix=MTR\ntimer1scan=10\nLogScans=1\n");
     ASSERT_TRUE(SetClock(At(2026, 11, 19, 9, 58), 120));
     monitor_ = StartMonitor();
     ASSERT_TRUE(WaitStarted("MTR", At(2026, 11, 1, 0, 0)));
@@ -167,6 +163,7 @@ TEST_F(MetersRun, ModbusAndMqttMetersThroughOutagesIntoTheStoreFile) {
         if (HasFatalFailure()) return;
     }
     ASSERT_TRUE(RunUntil(At(2026, 11, 19, 10, 46), 60s));
+    ASSERT_TRUE(WaitSaved(At(2026, 11, 19, 10, 45), 30s));
 
     const StoreRecords records = Records(StoreFile("MTR", At(2026, 11, 1, 0, 0)));
     ASSERT_TRUE(records.Ok) << records.Error;

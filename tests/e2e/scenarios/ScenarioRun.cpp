@@ -168,11 +168,7 @@ bool ScenarioTest::StartHost(const std::string& scenarioText) {
     const bool running = WaitFor(
         [&] {
             if (!Alive(host_)) return true;
-            status.clear();
-            for (const std::string& line : Lines(Host({"status"}).Out)) {
-                const std::size_t colon = line.find(": ");
-                if (colon != std::string::npos) status[line.substr(0, colon)] = line.substr(colon + 2);
-            }
+            status = e2e::StatusFields(Host({"status"}).Out);
             return status["job running"] == "yes";
         },
         30s);
@@ -258,6 +254,19 @@ bool ScenarioTest::RunUntil(Seconds target, std::chrono::milliseconds timeout) {
     if (monitor_ == 0) ADD_FAILURE() << "the monitor ended before " << Iso(target);
     else if (!reached) ADD_FAILURE() << "the clock did not reach " << Iso(target) << " in time";
     return reached && monitor_ != 0;
+}
+
+bool ScenarioTest::WaitSaved(Seconds end, std::chrono::milliseconds timeout) {
+    // The first scan stamped after end saves the period (if none before did); the next one's
+    // line shows that save is over.
+    const bool saved = WaitFor(
+        [&] {
+            const std::vector<Seconds> stamps = ScanStamps();
+            return !Alive(monitor_) || std::count_if(stamps.begin(), stamps.end(), [&](Seconds s) { return s > end; }) >= 2;
+        },
+        timeout);
+    if (!saved || monitor_ == 0) ADD_FAILURE() << "no save of the period ending " << Iso(end) << " seen";
+    return saved && monitor_ != 0;
 }
 
 StoreRecords ScenarioTest::Records(const std::string& storeFileText) {

@@ -97,6 +97,10 @@ protected:
                 int scanSeconds, const std::string& moreSettings = "", const std::vector<std::string>& switches = {});
     // Until the clock reaches target while the monitor runs; false if it ended or time ran out.
     bool RunUntil(Seconds target, std::chrono::milliseconds timeout);
+    // Until the scan log shows the period ending at end saved. Reaching a clock time is not
+    // enough: under load the saving scan can come after it, and a host stopped first leaves
+    // the record empty (flag 0).
+    bool WaitSaved(Seconds end, std::chrono::milliseconds timeout);
     bool Alive(pid_t& pid);
     int WaitExit(pid_t& pid, std::chrono::milliseconds timeout) { return e2e::WaitExit(pid, timeout); }
     // The host's stop, and the monitor ends with it.

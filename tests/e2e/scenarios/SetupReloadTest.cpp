@@ -64,7 +64,7 @@ TEST_F(SetupReload, ChangedSetupFileIsReloadedByTheNextScanAndTheMonitorRunsOn) 
     EXPECT_NE(info.find("Incomer A"), std::string::npos) << info;
 
     // Two more saves: 10:30 (period 42, the reload in it) and 10:45 (period 43, wholly after it).
-    ASSERT_TRUE(RunUntil(At(2026, 11, 19, 10, 46), 30s));
+    ASSERT_TRUE(WaitSaved(At(2026, 11, 19, 10, 45), 30s));
     ASSERT_NO_FATAL_FAILURE(StopHost());
 
     const StoreRecords records = Records(store);

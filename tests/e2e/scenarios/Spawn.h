@@ -8,12 +8,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,6 +26,17 @@ namespace e2e {
 inline std::string ReadAll(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+// The "name: value" lines of telvane-host status ("name:" alone is an empty value).
+inline std::map<std::string, std::string> StatusFields(const std::string& text) {
+    std::map<std::string, std::string> fields;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) {
+        const size_t colon = line.find(':');
+        if (colon != std::string::npos) fields[line.substr(0, colon)] = line.substr(std::min(line.size(), colon + 2));
+    }
+    return fields;
 }
 
 inline pid_t Spawn(const std::string& program, const std::vector<std::string>& args, const std::string& outFile,

@@ -11,7 +11,11 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <gtest/gtest.h>
+
 #include "core/MonitorCommands.h"
+#include "ui/Twips.h"
+#include "ui/WindowPlacement.h"
 
 inline QApplication& UiApp() {
     static int argc = 1;
@@ -54,4 +58,13 @@ inline void WhenModalAppears(std::function<void(QWidget*)> act) {
         }
     });
     poll->start(10);
+}
+
+// Centred across the screen, and 1/down of the way down (0: not checked), within a pixel.
+inline void ExpectPlaced(const QWidget& w, int down) {
+    EXPECT_NEAR(PixelsToTwipsX(w.frameGeometry().left()), (ScreenWidthTwips() - WindowWidthTwips(w)) / 2, TwipsPerPixelX());
+    if (down) {
+        EXPECT_NEAR(PixelsToTwipsY(w.frameGeometry().top()), (ScreenHeightTwips() - WindowHeightTwips(w)) / down,
+                    TwipsPerPixelY());
+    }
 }

@@ -75,8 +75,7 @@ TEST_F(frmAboutTest, HelpAboutShowsTheBoxModalCentredOnTop) {
         shown = true;
         EXPECT_EQ(box->windowTitle(), "About Voltaris Monitor");
         EXPECT_TRUE(box->isModal() && box->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
-        EXPECT_NEAR(PixelsToTwipsX(box->frameGeometry().left()), (ScreenWidthTwips() - WindowWidthTwips(*box)) / 2,
-                    TwipsPerPixelX());
+        ExpectPlaced(*box, 0);
         const auto* about = dynamic_cast<frmAbout*>(box);
         const QString lines = QString("Version %1.%2.%3\n(Telvane Version = 4.1)\n")
                                   .arg(VT_VERSION_MAJOR).arg(VT_VERSION_MINOR).arg(VT_VERSION_PATCH);

@@ -84,10 +84,7 @@ TEST_F(frmMainTest, GridHasTheHeadingsTagRowsAndKeepsSetupTexts) {
 TEST_F(frmMainTest, StartsAtEightThousandByFourThousandTwipsCentredAndFollowsResizes) {
     EXPECT_NEAR(WindowWidthTwips(*window), 8000, TwipsPerPixelX());
     EXPECT_NEAR(WindowHeightTwips(*window), 4000, TwipsPerPixelY());
-    EXPECT_NEAR(PixelsToTwipsX(window->frameGeometry().left()), (ScreenWidthTwips() - WindowWidthTwips(*window)) / 2,
-                TwipsPerPixelX());
-    EXPECT_NEAR(PixelsToTwipsY(window->frameGeometry().top()), (ScreenHeightTwips() - WindowHeightTwips(*window)) / 2,
-                TwipsPerPixelY());
+    ExpectPlaced(*window, 2);
 
     window->LayoutFor(8000, 4000);
     EXPECT_EQ(window->Grid1()->geometry(), ToPixels({0, 0, 7880, 2675}).Value);
@@ -234,10 +231,7 @@ TEST_F(frmMainTest, PleasewaitIsShownAThirdDownWithTheLoadProgressUntilStageTwoO
     window->ShowWait("Get Setup File Data");
     ASSERT_TRUE(wait->isVisible());
     EXPECT_EQ(wait->windowTitle(), "Get Setup File Data");
-    EXPECT_NEAR(PixelsToTwipsY(wait->frameGeometry().top()), (ScreenHeightTwips() - WindowHeightTwips(*wait)) / 3,
-                TwipsPerPixelY());
-    EXPECT_NEAR(PixelsToTwipsX(wait->frameGeometry().left()), (ScreenWidthTwips() - WindowWidthTwips(*wait)) / 2,
-                TwipsPerPixelX());
+    ExpectPlaced(*wait, 3);
     window->ShowWaitMessage("Getting INI Data");
     EXPECT_EQ(wait->lblMessage()->text(), "Getting INI Data");
     window->SetWaitProgress("45%");
