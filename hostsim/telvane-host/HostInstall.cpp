@@ -66,7 +66,7 @@ std::string StoreFilePath(const HostLayout& layout, const std::string& name) {
 // job data folder (256-byte records, NUL-padded).
 bool WritePageFiles(const Scenario& scenario, const HostLayout& layout, std::string& error) {
     std::string record;
-    for (const PageSpec& page : scenario.Pages) {
+    for (const PageConfig& page : scenario.Pages) {
         for (const std::string& name : page.Files) {
             std::string path = StoreFilePath(layout, name);
             if (!FileExists(path) && !WriteText(path, "", error)) return false;
@@ -205,19 +205,19 @@ void SetUpHostState(HostState& state, const Scenario& scenario, const HostLayout
     state.SetJobText(HostJobText::JobIniFile, layout.JobIniFile);
     state.SetJobText(HostJobText::JobName, layout.JobName);
 
-    for (const PageSpec& page : scenario.Pages) {
+    for (const PageConfig& page : scenario.Pages) {
         state.SetPageActive(page.Page - 1, page.Active);
         state.SetPageLabel(page.Page - 1, page.Label);
     }
     HostTable table;
     int index = 0;
-    for (const MeterSpec& meter : scenario.Meters) {
+    for (const MeterConfig& meter : scenario.Meters) {
         if (!meter.HasPoint || !PointLocation(meter.Point, layout.Generation, table, index)) continue;
         state.SetName(table, index, meter.Name);
         state.SetFlag(table, index, HostFlag::Active, true);
     }
     // Explicit point sections come last, so they override what a meter gave the point.
-    for (const PointSpec& point : scenario.Points) {
+    for (const PointConfig& point : scenario.Points) {
         if (!PointLocation(point.Point, layout.Generation, table, index)) continue;
         if (!point.Name.empty()) state.SetName(table, index, point.Name);
         state.SetFlag(table, index, HostFlag::Active, point.Active);

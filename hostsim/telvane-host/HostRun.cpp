@@ -68,13 +68,13 @@ public:
 
     bool Start(std::string& error) {
         if (!dde_.Start(error)) return false;
-        for (const DdeItemSpec& item : scenario_.DdeItems) {
+        for (const DdeItemConfig& item : scenario_.DdeItems) {
             if (VbError e = dde_.SetItem(item.Topic, item.Item, item.Text)) {
                 error = "cannot serve DDE item " + item.Topic + " " + item.Item + ": " + e.Description;
                 return false;
             }
         }
-        for (const MeterSpec& entry : scenario_.Meters) meters_.emplace_back(entry);
+        for (const MeterConfig& entry : scenario_.Meters) meters_.emplace_back(entry);
         Simulate();
         if (!devices_.Start(error)) return false;
         std::string title = (layout_.Generation == 5 ? "Telvane V5 - " : "Telvane - ") + layout_.JobName;
@@ -120,7 +120,7 @@ private:
         DateTime now = ClockNow();
         for (MeterSim& meter : meters_) {
             meter.Advance(now);
-            const MeterSpec& entry = meter.Spec();
+            const MeterConfig& entry = meter.Config();
             HostTable table;
             int index = 0;
             if (entry.HasPoint && PointLocation(entry.Point, layout_.Generation, table, index)) {
@@ -184,7 +184,7 @@ int RunHost(int argc, char** argv, int generation, const std::string& scenarioPa
         return Fail((scenarioPath.empty() ? std::string("scenario") : scenarioPath) + ", " + error);
     }
     HostLayout layout = MakeLayout(scenario, generation);
-    for (const MeterSpec& meter : scenario.Meters) {
+    for (const MeterConfig& meter : scenario.Meters) {
         HostTable table;
         int index = 0;
         if (meter.HasPoint && !PointLocation(meter.Point, generation, table, index)) {

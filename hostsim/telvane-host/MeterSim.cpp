@@ -17,18 +17,18 @@ double Wrap(double value, double rollover) {
 }  // namespace
 
 double MeterSim::RateAt(DateTime now) const {
-    double middle = (spec_.RateLow + spec_.RateHigh) / 2;
-    double swing = (spec_.RateHigh - spec_.RateLow) / 2;
+    double middle = (config_.RateLow + config_.RateHigh) / 2;
+    double swing = (config_.RateHigh - config_.RateLow) / 2;
     if (swing == 0) return middle;
     double seconds = now * 86400.0;
-    return middle + swing * std::sin(2 * Pi * std::fmod(seconds, spec_.PeriodSeconds) / spec_.PeriodSeconds);
+    return middle + swing * std::sin(2 * Pi * std::fmod(seconds, config_.PeriodSeconds) / config_.PeriodSeconds);
 }
 
 void MeterSim::Advance(DateTime now) {
     if (!started_) {
         started_ = true;
         last_ = now;
-        units_ = spec_.Kind == MeterKind::Pulse ? spec_.Start * spec_.UnitsPerPulse : spec_.Start;
+        units_ = config_.Kind == MeterKind::Pulse ? config_.Start * config_.UnitsPerPulse : config_.Start;
         return;
     }
     double hours = (now - last_) * 24.0;
@@ -37,14 +37,14 @@ void MeterSim::Advance(DateTime now) {
 }
 
 double MeterSim::Value() const {
-    switch (spec_.Kind) {
+    switch (config_.Kind) {
     case MeterKind::Rate: return RateAt(last_);
-    case MeterKind::Total: return Wrap(units_, spec_.Rollover);
-    case MeterKind::Pulse: return Wrap(std::floor(units_ / spec_.UnitsPerPulse + 1e-9), spec_.Rollover);
+    case MeterKind::Total: return Wrap(units_, config_.Rollover);
+    case MeterKind::Pulse: return Wrap(std::floor(units_ / config_.UnitsPerPulse + 1e-9), config_.Rollover);
     case MeterKind::HourPulse: {
         // Counts full hours of the pulsing clock; never 0, so every change is a pulse.
-        double hours = std::floor((last_ + spec_.ClockOffsetSeconds / 86400.0) * 24.0 + 1e-7);
-        double cycle = spec_.Rollover > 0 ? spec_.Rollover : 1000;
+        double hours = std::floor((last_ + config_.ClockOffsetSeconds / 86400.0) * 24.0 + 1e-7);
+        double cycle = config_.Rollover > 0 ? config_.Rollover : 1000;
         return Wrap(hours, cycle) + 1;
     }
     }
@@ -52,7 +52,7 @@ double MeterSim::Value() const {
 }
 
 std::string MeterSim::Text() const {
-    std::string text = FormatFixed(Value(), spec_.Decimals);
-    if (!spec_.Unit.empty()) text += " " + spec_.Unit;
+    std::string text = FormatFixed(Value(), config_.Decimals);
+    if (!config_.Unit.empty()) text += " " + config_.Unit;
     return text;
 }

@@ -9,7 +9,7 @@
 
 class MeterSim {
 public:
-    explicit MeterSim(MeterSpec entry) : spec_(std::move(entry)) {}
+    explicit MeterSim(MeterConfig entry) : config_(std::move(entry)) {}
 
     // Units per hour at a clock time.
     double RateAt(DateTime now) const;
@@ -20,10 +20,10 @@ public:
     double Value() const;
     // The reading as a DDE item's text: fixed decimals and the unit after a blank.
     std::string Text() const;
-    const MeterSpec& Spec() const { return spec_; }
+    const MeterConfig& Config() const { return config_; }
 
 private:
-    MeterSpec spec_;
+    MeterConfig config_;
     bool started_ = false;
     DateTime last_ = 0;
     double units_ = 0;  // quantity since the start (the start value included)

@@ -38,37 +38,37 @@ std::string TableName(ModbusTable table) {
 }  // namespace
 
 ModbusDevice::ModbusDevice(const ModbusDeviceConfig& entry, HostState& state, int generation, HostLogger log)
-    : spec_(entry), log_(log), generation_(generation), health_("modbus " + entry.Name, DeviceWhere(entry), log) {
-    for (const ModbusValueFormat& map : spec_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
-    requests_ = GroupReads(spec_.Maps);
+    : config_(entry), log_(log), generation_(generation), health_("modbus " + entry.Name, DeviceWhere(entry), log) {
+    for (const ModbusValueFormat& map : config_.Maps) mapPoints_.push_back(LocateDevicePoint(state, generation, map.Point));
+    requests_ = GroupReads(config_.Maps);
     refused_.assign(requests_.size(), false);
-    badValueLogged_.assign(spec_.Maps.size(), false);
-    writeInFlight_.assign(spec_.Writes.size(), false);
-    writeFailLogged_.assign(spec_.Writes.size(), false);
-    if (spec_.Serial) {
+    badValueLogged_.assign(config_.Maps.size(), false);
+    writeInFlight_.assign(config_.Writes.size(), false);
+    writeFailLogged_.assign(config_.Writes.size(), false);
+    if (config_.Serial) {
         auto* rtu = new QModbusRtuSerialClient();
-        rtu->setConnectionParameter(QModbusDevice::SerialPortNameParameter, QString::fromStdString(spec_.SerialPort));
-        rtu->setConnectionParameter(QModbusDevice::SerialBaudRateParameter, spec_.Baud);
+        rtu->setConnectionParameter(QModbusDevice::SerialPortNameParameter, QString::fromStdString(config_.SerialPort));
+        rtu->setConnectionParameter(QModbusDevice::SerialBaudRateParameter, config_.Baud);
         rtu->setConnectionParameter(QModbusDevice::SerialDataBitsParameter, QSerialPort::Data8);
         rtu->setConnectionParameter(QModbusDevice::SerialParityParameter,
-                                    spec_.Parity == 'E'   ? QSerialPort::EvenParity
-                                    : spec_.Parity == 'O' ? QSerialPort::OddParity
+                                    config_.Parity == 'E'   ? QSerialPort::EvenParity
+                                    : config_.Parity == 'O' ? QSerialPort::OddParity
                                                           : QSerialPort::NoParity);
         rtu->setConnectionParameter(QModbusDevice::SerialStopBitsParameter,
-                                    spec_.StopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
+                                    config_.StopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
         client_.reset(rtu);
     } else {
         auto* tcp = new QModbusTcpClient();
-        tcp->setConnectionParameter(QModbusDevice::NetworkAddressParameter, QString::fromStdString(spec_.Host));
-        tcp->setConnectionParameter(QModbusDevice::NetworkPortParameter, spec_.Port);
+        tcp->setConnectionParameter(QModbusDevice::NetworkAddressParameter, QString::fromStdString(config_.Host));
+        tcp->setConnectionParameter(QModbusDevice::NetworkPortParameter, config_.Port);
         client_.reset(tcp);
     }
     // A request that times out counts at once: the next poll asks again anyway.
-    client_->setTimeout(static_cast<int>(spec_.TimeoutSeconds * 1000));
+    client_->setTimeout(static_cast<int>(config_.TimeoutSeconds * 1000));
     client_->setNumberOfRetries(0);
     QObject::connect(client_.get(), &QModbusDevice::stateChanged, &context_,
                      [this](QModbusDevice::State s) { OnStateChanged(static_cast<int>(s)); });
-    poll_.setInterval(static_cast<int>(spec_.PollSeconds * 1000));
+    poll_.setInterval(static_cast<int>(config_.PollSeconds * 1000));
     QObject::connect(&poll_, &QTimer::timeout, &context_, [this] { Poll(); });
 }
 
@@ -125,7 +125,7 @@ void ModbusDevice::Poll() {
     }
     if (state == QModbusDevice::ConnectingState) {
         // A connection attempt into silence would otherwise wait for the system's long timeout.
-        auto limit = std::chrono::milliseconds(static_cast<int>(std::max(spec_.TimeoutSeconds, 3.0) * 1000));
+        auto limit = std::chrono::milliseconds(static_cast<int>(std::max(config_.TimeoutSeconds, 3.0) * 1000));
         if (Clock::now() - connectStarted_ > limit) client_->disconnectDevice();
         return;
     }
@@ -145,7 +145,7 @@ void ModbusDevice::Poll() {
     for (size_t i = 0; i < requests_.size(); ++i) {
         const ModbusReadRequest& r = requests_[i];
         QModbusDataUnit unit(RegisterTypeOf(r.Table), r.Start, static_cast<quint16>(r.Count));
-        QModbusReply* reply = client_->sendReadRequest(unit, spec_.Unit);
+        QModbusReply* reply = client_->sendReadRequest(unit, config_.Unit);
         if (reply == nullptr) {
             OnRead(nullptr, static_cast<int>(i), epoch);
             continue;
@@ -169,7 +169,7 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
         const QModbusDataUnit unit = reply->result();
         uint16_t words[2];
         for (int m : r.Maps) {
-            const ModbusValueFormat& map = spec_.Maps[m];
+            const ModbusValueFormat& map = config_.Maps[m];
             int offset = map.Address - r.Start;
             int count = ModbusWordCount(map.Type);
             if (offset + count > static_cast<int>(unit.valueCount())) {
@@ -212,7 +212,7 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
         Lost(failure_);
         // A TCP connection that stopped answering may be half-open (a gateway that hung, a meter
         // that lost power): start afresh rather than wait on it.
-        if (timedOut_ && !spec_.Serial) client_->disconnectDevice();
+        if (timedOut_ && !config_.Serial) client_->disconnectDevice();
     } else {
         ++polls_;
         health_.Up();
@@ -221,7 +221,7 @@ void ModbusDevice::OnRead(QModbusReply* reply, int request, uint64_t epoch) {
 }
 
 void ModbusDevice::Write(int write, double value) {
-    if (write < 0 || write >= static_cast<int>(spec_.Writes.size())) return;
+    if (write < 0 || write >= static_cast<int>(config_.Writes.size())) return;
     pendingWrites_[write] = value;
     FlushWrites();
 }
@@ -236,7 +236,7 @@ void ModbusDevice::FlushWrites() {
         }
         double value = it->second;
         it = pendingWrites_.erase(it);
-        const ModbusValueFormat& entry = spec_.Writes[w];
+        const ModbusValueFormat& entry = config_.Writes[w];
         std::vector<uint16_t> words;
         if (!EncodeModbusValue(entry, value, words)) {
             if (writeFailLogged_[w]) continue;
@@ -246,7 +246,7 @@ void ModbusDevice::FlushWrites() {
             continue;
         }
         QModbusDataUnit unit(RegisterTypeOf(entry.Table), entry.Address, QList<quint16>(words.begin(), words.end()));
-        QModbusReply* reply = client_->sendWriteRequest(unit, spec_.Unit);
+        QModbusReply* reply = client_->sendWriteRequest(unit, config_.Unit);
         if (reply == nullptr) {
             pendingWrites_.emplace(w, value);
             return;
@@ -271,7 +271,7 @@ void ModbusDevice::OnWritten(QModbusReply* reply, int write, double value, uint6
         writeFailLogged_[write] = false;
     } else {
         if (!writeFailLogged_[write]) {
-            log_(health_.What() + ": writing " + PointRefText(spec_.Writes[write].Point, generation_) + " failed (" +
+            log_(health_.What() + ": writing " + PointRefText(config_.Writes[write].Point, generation_) + " failed (" +
                  reply->errorString().toStdString() + ")");
             writeFailLogged_[write] = true;
         }

@@ -30,7 +30,7 @@ public:
     void Start();
     // A followed point changed: send it as the device's `write`-th `write =` line says, now or once connected.
     void Write(int write, double value);
-    const ModbusDeviceConfig& Spec() const { return spec_; }
+    const ModbusDeviceConfig& Config() const { return config_; }
     // Successful polls, for tests and benchmarks.
     uint64_t Polls() const { return polls_; }
 
@@ -45,7 +45,7 @@ private:
     void AllInError();
     void Lost(const std::string& reason);
 
-    ModbusDeviceConfig spec_;
+    ModbusDeviceConfig config_;
     HostLogger log_;
     int generation_;
     std::vector<HostPoint*> mapPoints_;

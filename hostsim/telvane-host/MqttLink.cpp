@@ -26,18 +26,18 @@ std::string Excerpt(const void* data, int length) {
 }  // namespace
 
 MqttLink::MqttLink(const MqttSourceConfig& entry, HostState& state, int generation, HostLogger log)
-    : spec_(entry), log_(log), health_("mqtt " + entry.Name, entry.Host + ":" + std::to_string(entry.Port), log) {
+    : config_(entry), log_(log), health_("mqtt " + entry.Name, entry.Host + ":" + std::to_string(entry.Port), log) {
     std::call_once(libraryOnce, [] { mosquitto_lib_init(); });
-    for (size_t i = 0; i < spec_.Maps.size(); ++i) {
-        mapPoints_.push_back(LocateDevicePoint(state, generation, spec_.Maps[i].Point));
-        TopicMaps& topic = topicMaps_[spec_.Maps[i].Topic];
+    for (size_t i = 0; i < config_.Maps.size(); ++i) {
+        mapPoints_.push_back(LocateDevicePoint(state, generation, config_.Maps[i].Point));
+        TopicMaps& topic = topicMaps_[config_.Maps[i].Topic];
         topic.Maps.push_back(static_cast<int>(i));
-        topic.Json = topic.Json || !spec_.Maps[i].Field.empty();
+        topic.Json = topic.Json || !config_.Maps[i].Field.empty();
     }
-    incoming_.assign(spec_.Maps.size(), 0);
-    incomingOk_.assign(spec_.Maps.size(), 0);
-    latest_.assign(spec_.Maps.size(), 0);
-    fresh_.assign(spec_.Maps.size(), 0);
+    incoming_.assign(config_.Maps.size(), 0);
+    incomingOk_.assign(config_.Maps.size(), 0);
+    latest_.assign(config_.Maps.size(), 0);
+    fresh_.assign(config_.Maps.size(), 0);
     retry_.setSingleShot(true);
     QObject::connect(&retry_, &QTimer::timeout, &context_, [this] { TryConnect(); });
     firstContact_.setSingleShot(true);
@@ -53,9 +53,9 @@ MqttLink::~MqttLink() { Stop(); }
 
 bool MqttLink::Start(std::string& error) {
     AllInError();
-    mosq_ = mosquitto_new(spec_.ClientId.empty() ? nullptr : spec_.ClientId.c_str(), true, this);
+    mosq_ = mosquitto_new(config_.ClientId.empty() ? nullptr : config_.ClientId.c_str(), true, this);
     if (mosq_ == nullptr) {
-        error = "mqtt " + spec_.Name + ": cannot create a client";
+        error = "mqtt " + config_.Name + ": cannot create a client";
         return false;
     }
     mosquitto_int_option(mosq_, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V311);
@@ -63,17 +63,17 @@ bool MqttLink::Start(std::string& error) {
     mosquitto_disconnect_callback_set(mosq_, &MqttLink::OnDisconnect);
     mosquitto_message_callback_set(mosq_, &MqttLink::OnMessage);
     mosquitto_reconnect_delay_set(mosq_, 1, 10, true);
-    if (!spec_.Username.empty() &&
-        mosquitto_username_pw_set(mosq_, spec_.Username.c_str(), spec_.Password.empty() ? nullptr : spec_.Password.c_str()) !=
+    if (!config_.Username.empty() &&
+        mosquitto_username_pw_set(mosq_, config_.Username.c_str(), config_.Password.empty() ? nullptr : config_.Password.c_str()) !=
             MOSQ_ERR_SUCCESS) {
-        error = "mqtt " + spec_.Name + ": bad username or password";
+        error = "mqtt " + config_.Name + ": bad username or password";
         return false;
     }
-    if (spec_.Tls) {
-        int rc = mosquitto_tls_set(mosq_, spec_.CaFile.empty() ? nullptr : spec_.CaFile.c_str(),
-                                   spec_.CaFile.empty() ? "/etc/ssl/certs" : nullptr, nullptr, nullptr, nullptr);
+    if (config_.Tls) {
+        int rc = mosquitto_tls_set(mosq_, config_.CaFile.empty() ? nullptr : config_.CaFile.c_str(),
+                                   config_.CaFile.empty() ? "/etc/ssl/certs" : nullptr, nullptr, nullptr, nullptr);
         if (rc != MOSQ_ERR_SUCCESS) {
-            error = "mqtt " + spec_.Name + ": TLS: " + mosquitto_strerror(rc);
+            error = "mqtt " + config_.Name + ": TLS: " + mosquitto_strerror(rc);
             return false;
         }
     }
@@ -85,7 +85,7 @@ bool MqttLink::Start(std::string& error) {
 // Once a connection attempt is under way, the client's own thread reconnects with backoff; an
 // attempt refused at once (nobody listening) is repeated here until one gets that far.
 void MqttLink::TryConnect() {
-    int rc = mosquitto_connect_async(mosq_, spec_.Host.c_str(), spec_.Port, 30);
+    int rc = mosquitto_connect_async(mosq_, config_.Host.c_str(), config_.Port, 30);
     if (rc == MOSQ_ERR_SUCCESS) rc = mosquitto_loop_start(mosq_);
     if (rc == MOSQ_ERR_SUCCESS) {
         looping_ = true;
@@ -116,12 +116,12 @@ void MqttLink::AllInError() {
 }
 
 void MqttLink::Publish(int publish, double value) {
-    if (mosq_ == nullptr || publish < 0 || publish >= static_cast<int>(spec_.Publishes.size())) return;
+    if (mosq_ == nullptr || publish < 0 || publish >= static_cast<int>(config_.Publishes.size())) return;
     char text[32];
     auto result = std::to_chars(text, text + sizeof text, static_cast<float>(value));
     int length = static_cast<int>(result.ptr - text);
     // While disconnected, QoS 1 messages wait in the client and go out on reconnection.
-    mosquitto_publish(mosq_, nullptr, spec_.Publishes[publish].Topic.c_str(), length, text, 1, true);
+    mosquitto_publish(mosq_, nullptr, config_.Publishes[publish].Topic.c_str(), length, text, 1, true);
 }
 
 void MqttLink::OnConnect(mosquitto* mosq, void* self, int rc) {
@@ -153,7 +153,7 @@ void MqttLink::OnMessage(mosquitto*, void* self, const mosquitto_message* messag
     std::string line;
     for (int m : topic.Maps) {
         std::string fault;
-        const bool ok = payload.Value(link->spec_.Maps[m].Field, link->incoming_[m], fault);
+        const bool ok = payload.Value(link->config_.Maps[m].Field, link->incoming_[m], fault);
         link->incomingOk_[m] = ok;
         any = any || ok;
         if (!ok && !topic.BadLogged) {

@@ -34,7 +34,7 @@ public:
     void Publish(int publish, double value);
     // Called after a (re)connection with every published point's value, so the broker holds them.
     void SetRepublish(std::function<void()> republish) { republish_ = std::move(republish); }
-    const MqttSourceConfig& Spec() const { return spec_; }
+    const MqttSourceConfig& Config() const { return config_; }
     // Messages that gave a value, and messages refused, so far.
     uint64_t Taken() const { return taken_.load(); }
     uint64_t Refused() const { return refused_.load(); }
@@ -53,7 +53,7 @@ private:
         std::string Reason;
     };
 
-    MqttSourceConfig spec_;
+    MqttSourceConfig config_;
     HostLogger log_;
     DeviceHealth health_;
     std::vector<HostPoint*> mapPoints_;

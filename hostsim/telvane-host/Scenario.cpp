@@ -128,19 +128,19 @@ struct Parser {
         if (name.empty()) return Fail("section [" + kind + "] needs a name");
         if (kind == "meter") {
             section = SectionKind::Meter;
-            scenario.Meters.push_back(MeterSpec());
+            scenario.Meters.push_back(MeterConfig());
             scenario.Meters.back().Name = name;
             return true;
         }
         if (kind == "point") {
-            PointSpec point;
+            PointConfig point;
             if (!ParsePointRef(name, point.Point)) return Fail("not a point: " + name);
             section = SectionKind::Point;
             scenario.Points.push_back(point);
             return true;
         }
         if (kind == "page") {
-            PageSpec page;
+            PageConfig page;
             if (!ParseWhole(name, 1, HostMaxPages, page.Page)) {
                 return Fail("not a page number: " + name);
             }
@@ -205,7 +205,7 @@ struct Parser {
     }
 
     bool MeterKey(const std::string& key, std::string_view value) {
-        MeterSpec& m = scenario.Meters.back();
+        MeterConfig& m = scenario.Meters.back();
         bool ok = true;
         if (key == "point") {
             ok = ParsePointRef(value, m.Point);
@@ -241,7 +241,7 @@ struct Parser {
     }
 
     bool PointKey(const std::string& key, std::string_view value) {
-        PointSpec& p = scenario.Points.back();
+        PointConfig& p = scenario.Points.back();
         bool ok = true;
         if (key == "name") {
             p.Name = value;
@@ -256,7 +256,7 @@ struct Parser {
     }
 
     bool PageKey(const std::string& key, std::string_view value) {
-        PageSpec& p = scenario.Pages.back();
+        PageConfig& p = scenario.Pages.back();
         if (key == "label") {
             p.Label = value;
         } else if (key == "active") {
@@ -291,7 +291,7 @@ struct Parser {
         case SectionKind::Mqtt: return DeviceKey(key, value);
         case SectionKind::Dde:
             // Item names keep their spelling; the server compares them without case anyway.
-            scenario.DdeItems.push_back(DdeItemSpec{sectionName, std::string(rawKey), std::string(value)});
+            scenario.DdeItems.push_back(DdeItemConfig{sectionName, std::string(rawKey), std::string(value)});
             return true;
         }
         return true;
@@ -312,7 +312,7 @@ bool ParseScenario(std::string_view text, Scenario& scenario, std::string& error
         start = end + 1;
     }
     if (!parser.CloseDeviceSection()) return false;
-    for (const MeterSpec& m : scenario.Meters) {
+    for (const MeterConfig& m : scenario.Meters) {
         if (!m.HasPoint && m.DdeTopic.empty()) {
             error = "meter " + m.Name + " has neither a point nor a dde topic";
             return false;
@@ -327,7 +327,7 @@ bool ParseScenario(std::string_view text, Scenario& scenario, std::string& error
 
 Scenario DefaultScenario() {
     Scenario s;
-    MeterSpec gas;
+    MeterConfig gas;
     gas.Name = "Gas meter";
     gas.Kind = MeterKind::Pulse;
     gas.HasPoint = true;
@@ -336,7 +336,7 @@ Scenario DefaultScenario() {
     gas.RateHigh = 120;
     gas.Rollover = 10000;
     s.Meters.push_back(gas);
-    MeterSpec power;
+    MeterConfig power;
     power.Name = "Main incomer kW";
     power.Kind = MeterKind::Rate;
     power.HasPoint = true;
@@ -344,13 +344,13 @@ Scenario DefaultScenario() {
     power.RateLow = 200;
     power.RateHigh = 300;
     s.Meters.push_back(power);
-    MeterSpec hour;
+    MeterConfig hour;
     hour.Name = "Hour pulse";
     hour.Kind = MeterKind::HourPulse;
     hour.HasPoint = true;
     hour.Point = PointRef{PointKind::Tag, 100};
     s.Meters.push_back(hour);
-    PageSpec page;
+    PageConfig page;
     page.Page = 1;
     page.Label = "Incomers";
     page.Files = {"Page1.dat"};

@@ -10,7 +10,7 @@
 
 enum class MeterKind { Rate, Total, Pulse, HourPulse };
 
-struct MeterSpec {
+struct MeterConfig {
     std::string Name;            // the section's name; also the point's name when it has none of its own
     MeterKind Kind = MeterKind::Rate;
     bool HasPoint = false;
@@ -28,7 +28,7 @@ struct MeterSpec {
     std::string Unit;            // appended to the DDE text after a blank
 };
 
-struct PointSpec {
+struct PointConfig {
     PointRef Point;
     std::string Name;
     bool Active = true;
@@ -36,14 +36,14 @@ struct PointSpec {
     double Value = 0;
 };
 
-struct PageSpec {
+struct PageConfig {
     int Page = 0;                // page index: V4 (recorder - 1) * 10 + page on recorder, V5 the page
     std::string Label;
     bool Active = true;
     std::vector<std::string> Files;  // store file names in the job data folder
 };
 
-struct DdeItemSpec {
+struct DdeItemConfig {
     std::string Topic;           // "APP|TOPIC"
     std::string Item;
     std::string Text;
@@ -62,10 +62,10 @@ struct Scenario {
     bool HasLibraries = false;   // libraries listed: only those are installed
     std::vector<std::string> Libraries;
     std::vector<std::string> HiddenWindows;
-    std::vector<MeterSpec> Meters;
-    std::vector<PointSpec> Points;
-    std::vector<PageSpec> Pages;
-    std::vector<DdeItemSpec> DdeItems;
+    std::vector<MeterConfig> Meters;
+    std::vector<PointConfig> Points;
+    std::vector<PageConfig> Pages;
+    std::vector<DdeItemConfig> DdeItems;
     std::vector<ModbusDeviceConfig> ModbusDevices;
     std::vector<MqttSourceConfig> MqttSources;
 };

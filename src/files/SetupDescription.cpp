@@ -63,10 +63,10 @@ std::string Hex(const char* bytes, std::size_t count)
 }
 
 template <class R>
-void WriteFieldsText(std::ostringstream& out, const R& record, std::span<const FieldSpec<R>> fields)
+void WriteFieldsText(std::ostringstream& out, const R& record, std::span<const LayoutField<R>> fields)
 {
     const R blank{};
-    for (const FieldSpec<R>& f : fields) {
+    for (const LayoutField<R>& f : fields) {
         std::visit(
             [&](auto member) {
                 using T = std::remove_cv_t<std::remove_reference_t<decltype(record.*member)>>;
@@ -87,7 +87,7 @@ void WriteFieldsText(std::ostringstream& out, const R& record, std::span<const F
 }
 
 template <class R>
-std::string FieldsText(const R& record, std::span<const FieldSpec<R>> fields)
+std::string FieldsText(const R& record, std::span<const LayoutField<R>> fields)
 {
     std::ostringstream out;
     WriteFieldsText(out, record, fields);
@@ -290,9 +290,9 @@ std::string ParseHexBytes(const std::string& text, const std::string& what)
 
 // Sets field key of record from text; false when the record has no such field.
 template <class R>
-bool SetField(R& record, std::span<const FieldSpec<R>> fields, const std::string& key, const std::string& value)
+bool SetField(R& record, std::span<const LayoutField<R>> fields, const std::string& key, const std::string& value)
 {
-    for (const FieldSpec<R>& f : fields) {
+    for (const LayoutField<R>& f : fields) {
         if (key != f.Key)
             continue;
         std::visit(

@@ -5,22 +5,22 @@
 namespace {
 
 template <class R>
-FieldSpec<R> Text(const char* key, int length, std::string R::*m) { return {key, FieldKind::Text, length, m}; }
+LayoutField<R> Text(const char* key, int length, std::string R::*m) { return {key, FieldKind::Text, length, m}; }
 template <class R>
-FieldSpec<R> I16(const char* key, int16_t R::*m) { return {key, FieldKind::Int16, 2, m}; }
+LayoutField<R> I16(const char* key, int16_t R::*m) { return {key, FieldKind::Int16, 2, m}; }
 template <class R>
-FieldSpec<R> I32(const char* key, int32_t R::*m) { return {key, FieldKind::Int32, 4, m}; }
+LayoutField<R> I32(const char* key, int32_t R::*m) { return {key, FieldKind::Int32, 4, m}; }
 template <class R>
-FieldSpec<R> I64(const char* key, int64_t R::*m) { return {key, FieldKind::Int64, 8, m}; }
+LayoutField<R> I64(const char* key, int64_t R::*m) { return {key, FieldKind::Int64, 8, m}; }
 template <class R>
-FieldSpec<R> F32(const char* key, float R::*m) { return {key, FieldKind::Float32, 4, m}; }
+LayoutField<R> F32(const char* key, float R::*m) { return {key, FieldKind::Float32, 4, m}; }
 
 using TR = TariffRecord;
-const FieldSpec<TR> tariffHead[] = {
+const LayoutField<TR> tariffHead[] = {
     Text("Text1", 20, &TR::Text1), Text("Text2", 10, &TR::Text2), Text("Text3", 20, &TR::Text3),
     Text("Text4", 10, &TR::Text4), I16("Value1", &TR::Value1), I16("Value2", &TR::Value2),
 };
-const FieldSpec<TR> tariffTail[] = {
+const LayoutField<TR> tariffTail[] = {
     Text("Text5", 20, &TR::Text5), Text("Text6", 20, &TR::Text6), Text("Text7", 20, &TR::Text7),
     Text("Text8", 10, &TR::Text8), Text("Text9", 10, &TR::Text9),
     I32("Value3", &TR::Value3), I16("Value4", &TR::Value4), I16("Value5", &TR::Value5),
@@ -32,31 +32,31 @@ const FieldSpec<TR> tariffTail[] = {
 };
 
 using TE = TariffEntry;
-const FieldSpec<TE> entryFields[] = {
+const LayoutField<TE> entryFields[] = {
     Text("Name", 30, &TE::Name), I16("Value1", &TE::Value1), I16("Value2", &TE::Value2), I16("Value3", &TE::Value3),
     I16("Value4", &TE::Value4), I16("Value5", &TE::Value5), I16("Value6", &TE::Value6), I32("Value7", &TE::Value7),
     I32("Value8", &TE::Value8), I16("Value9", &TE::Value9), I16("Value10", &TE::Value10),
     I32("Value11", &TE::Value11), F32("Percentage", &TE::Percentage), I32("Value12", &TE::Value12),
 };
 
-const FieldSpec<Center> centerFields[] = {
+const LayoutField<Center> centerFields[] = {
     Text("Name", 20, &Center::Name), I16("Value1", &Center::Value1), I16("Value2", &Center::Value2),
     I16("Value3", &Center::Value3), I32("Value4", &Center::Value4), I64("Value5", &Center::Value5),
 };
 
 using FE = FixedEntry;
-const FieldSpec<FE> fixedFields[] = {
+const LayoutField<FE> fixedFields[] = {
     Text("Name", 12, &FE::Name), I16("Value1", &FE::Value1), I16("Value2", &FE::Value2), I16("Value3", &FE::Value3),
     I16("Value4", &FE::Value4), I16("Value5", &FE::Value5), I16("Value6", &FE::Value6), I16("Value7", &FE::Value7),
     I32("Value8", &FE::Value8),
 };
 
-const FieldSpec<PairTable> pairHead[] = {
+const LayoutField<PairTable> pairHead[] = {
     Text("Name", 20, &PairTable::Name), I16("Value", &PairTable::Value),
 };
 
 using TG = TagRecord;
-const FieldSpec<TG> tagHead[] = {
+const LayoutField<TG> tagHead[] = {
     Text("TagName", 24, &TG::TagName), I16("Online", &TG::Online), Text("SourceName", 24, &TG::SourceName),
     I16("TagType", &TG::TagType), I32("Setup1", &TG::Setup1), I16("Setup2", &TG::Setup2),
     I32("Setup3", &TG::Setup3), I32("Setup4", &TG::Setup4), I32("Setup5", &TG::Setup5), I32("Setup6", &TG::Setup6),
@@ -72,7 +72,7 @@ const FieldSpec<TG> tagHead[] = {
     Text("SourceItem", 24, &TG::SourceItem), Text("Setup23", 12, &TG::Setup23),
 };
 
-const FieldSpec<TG> tagTail[] = {
+const LayoutField<TG> tagTail[] = {
     I16("CenterNo", &TG::CenterNo), I16("Setup24", &TG::Setup24), I16("Setup25", &TG::Setup25),
     I16("Setup26", &TG::Setup26), I16("Setup27", &TG::Setup27), I16("Setup28", &TG::Setup28),
     I16("Setup29", &TG::Setup29),
@@ -82,14 +82,14 @@ int NonNegative(int count) { return count > 0 ? count : 0; }
 
 } // namespace
 
-std::span<const FieldSpec<TariffRecord>> TariffFieldsBeforeEntries() { return tariffHead; }
-std::span<const FieldSpec<TariffRecord>> TariffFieldsAfterEntries() { return tariffTail; }
-std::span<const FieldSpec<TariffEntry>> TariffEntryFields() { return entryFields; }
-std::span<const FieldSpec<Center>> CenterFields() { return centerFields; }
-std::span<const FieldSpec<FixedEntry>> FixedEntryFields() { return fixedFields; }
-std::span<const FieldSpec<PairTable>> PairTableNameFields() { return pairHead; }
-std::span<const FieldSpec<TagRecord>> TagFieldsBeforeTerms() { return tagHead; }
-std::span<const FieldSpec<TagRecord>> TagFieldsAfterAux() { return tagTail; }
+std::span<const LayoutField<TariffRecord>> TariffFieldsBeforeEntries() { return tariffHead; }
+std::span<const LayoutField<TariffRecord>> TariffFieldsAfterEntries() { return tariffTail; }
+std::span<const LayoutField<TariffEntry>> TariffEntryFields() { return entryFields; }
+std::span<const LayoutField<Center>> CenterFields() { return centerFields; }
+std::span<const LayoutField<FixedEntry>> FixedEntryFields() { return fixedFields; }
+std::span<const LayoutField<PairTable>> PairTableNameFields() { return pairHead; }
+std::span<const LayoutField<TagRecord>> TagFieldsBeforeTerms() { return tagHead; }
+std::span<const LayoutField<TagRecord>> TagFieldsAfterAux() { return tagTail; }
 
 int64_t TariffRecordSize(int entryCount) { return TariffRecordBaseSize + int64_t{TariffEntrySize} * NonNegative(entryCount); }
 int64_t TagRecordSize(int auxCount) { return TagRecordBaseSize + int64_t{AuxEntrySize} * NonNegative(auxCount); }

@@ -14,7 +14,7 @@
 enum class FieldKind { Text, Int16, Int32, Int64, Float32 };
 
 template <class R>
-struct FieldSpec {
+struct LayoutField {
     const char* Key;
     FieldKind Kind;
     int Length;  // bytes in the file
@@ -22,21 +22,21 @@ struct FieldSpec {
 };
 
 // Field tables, in file order.
-std::span<const FieldSpec<TariffRecord>> TariffFieldsBeforeEntries();
-std::span<const FieldSpec<TariffRecord>> TariffFieldsAfterEntries();
-std::span<const FieldSpec<TariffEntry>> TariffEntryFields();
-std::span<const FieldSpec<Center>> CenterFields();
-std::span<const FieldSpec<FixedEntry>> FixedEntryFields();
-std::span<const FieldSpec<PairTable>> PairTableNameFields();    // name and value; the pairs follow
-std::span<const FieldSpec<TagRecord>> TagFieldsBeforeTerms();   // TagName .. Setup23
-std::span<const FieldSpec<TagRecord>> TagFieldsAfterAux();      // CenterNo .. Setup29; Setup30 twice, Setup31, Setup32 follow
+std::span<const LayoutField<TariffRecord>> TariffFieldsBeforeEntries();
+std::span<const LayoutField<TariffRecord>> TariffFieldsAfterEntries();
+std::span<const LayoutField<TariffEntry>> TariffEntryFields();
+std::span<const LayoutField<Center>> CenterFields();
+std::span<const LayoutField<FixedEntry>> FixedEntryFields();
+std::span<const LayoutField<PairTable>> PairTableNameFields();    // name and value; the pairs follow
+std::span<const LayoutField<TagRecord>> TagFieldsBeforeTerms();   // TagName .. Setup23
+std::span<const LayoutField<TagRecord>> TagFieldsAfterAux();      // CenterNo .. Setup29; Setup30 twice, Setup31, Setup32 follow
 
 inline constexpr int StoredMathsTerms = 7;
 
 template <class R>
-void ReadFields(ByteReader& in, R& record, std::span<const FieldSpec<R>> fields)
+void ReadFields(ByteReader& in, R& record, std::span<const LayoutField<R>> fields)
 {
-    for (const FieldSpec<R>& f : fields) {
+    for (const LayoutField<R>& f : fields) {
         std::visit(
             [&](auto member) {
                 using T = std::remove_reference_t<decltype(record.*member)>;
@@ -51,9 +51,9 @@ void ReadFields(ByteReader& in, R& record, std::span<const FieldSpec<R>> fields)
 }
 
 template <class R>
-void WriteFields(ByteWriter& out, const R& record, std::span<const FieldSpec<R>> fields)
+void WriteFields(ByteWriter& out, const R& record, std::span<const LayoutField<R>> fields)
 {
-    for (const FieldSpec<R>& f : fields) {
+    for (const LayoutField<R>& f : fields) {
         std::visit(
             [&](auto member) {
                 using T = std::remove_cv_t<std::remove_reference_t<decltype(record.*member)>>;

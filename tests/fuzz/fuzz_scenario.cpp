@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     }
     Check(error.empty());
     Check(scenario.Generation == 0 || scenario.Generation == 4 || scenario.Generation == 5);
-    for (const MeterSpec& meter : scenario.Meters) {
+    for (const MeterConfig& meter : scenario.Meters) {
         Check(meter.HasPoint || (!meter.DdeTopic.empty() && !meter.DdeItem.empty()));
         if (!meter.HasPoint)
             continue;

@@ -13,8 +13,8 @@ namespace {
 
 DateTime At(int hour, int minute, int second) { return MakeDateTime(2026, 3, 2, hour, minute, second); }
 
-MeterSpec Meter(MeterKind kind, double low, double high) {
-    MeterSpec m;
+MeterConfig Meter(MeterKind kind, double low, double high) {
+    MeterConfig m;
     m.Kind = kind;
     m.RateLow = low;
     m.RateHigh = high;
@@ -137,11 +137,11 @@ TEST(HostScenario, ErrorsNameTheLine) {
 }
 
 TEST(HostMeterSim, PulsesCountTheIntegratedRateAndRollOver) {
-    MeterSpec spec = Meter(MeterKind::Pulse, 3600, 3600);
-    spec.UnitsPerPulse = 2;
-    spec.Start = 995;
-    spec.Rollover = 1000;
-    MeterSim meter(spec);
+    MeterConfig config = Meter(MeterKind::Pulse, 3600, 3600);
+    config.UnitsPerPulse = 2;
+    config.Start = 995;
+    config.Rollover = 1000;
+    MeterSim meter(config);
     meter.Advance(At(10, 0, 0));
     EXPECT_EQ(meter.Value(), 995);
     meter.Advance(At(10, 0, 9));  // 9 units = 4 whole pulses
@@ -156,9 +156,9 @@ TEST(HostMeterSim, PulsesCountTheIntegratedRateAndRollOver) {
 }
 
 TEST(HostMeterSim, TotalsIntegrateASwingingRate) {
-    MeterSpec spec = Meter(MeterKind::Total, 50, 150);
-    spec.PeriodSeconds = 600;
-    MeterSim meter(spec);
+    MeterConfig config = Meter(MeterKind::Total, 50, 150);
+    config.PeriodSeconds = 600;
+    MeterSim meter(config);
     // The swing stays within its bounds and averages out over whole periods.
     for (int s = 0; s < 600; s += 7) {
         double rate = meter.RateAt(At(10, 0, 0) + s / 86400.0);
@@ -185,7 +185,7 @@ TEST(HostMeterSim, HourPulseChangesOnTheHourOfItsOwnClock) {
     EXPECT_EQ(pulse.Value(), before + 1);
 
     // A pulsing clock 200 s ahead of the PC: the pulse comes at 09:56:40 PC time.
-    MeterSpec ahead = Meter(MeterKind::HourPulse, 0, 0);
+    MeterConfig ahead = Meter(MeterKind::HourPulse, 0, 0);
     ahead.ClockOffsetSeconds = 200;
     MeterSim early(ahead);
     early.Advance(At(9, 56, 39));
@@ -194,7 +194,7 @@ TEST(HostMeterSim, HourPulseChangesOnTheHourOfItsOwnClock) {
     EXPECT_EQ(early.Value(), first + 1);
 
     // Never 0, so a wrap is still a change the monitor sees as a pulse.
-    MeterSpec small = Meter(MeterKind::HourPulse, 0, 0);
+    MeterConfig small = Meter(MeterKind::HourPulse, 0, 0);
     small.Rollover = 3;
     MeterSim wrap(small);
     for (int h = 0; h < 24; ++h) {
