@@ -40,6 +40,7 @@
 #include <QTimer>
 
 #include "BenchSite.h"
+#include "common/FreePort.h"
 #include "core/MonitorTagAccess.h"
 #include "net/HostSocketServer.h"
 #include "net/SocketTrace.h"
@@ -338,21 +339,6 @@ LoadResult RunLoad(int port, int clients, bool echo) {
     result.p50Ms = percentile(0.50);
     result.p99Ms = percentile(0.99);
     return result;
-}
-
-// A free loopback port, found by binding port 0 and reading it back.
-int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    int port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) == 0)
-        port = ntohs(addr.sin_port);
-    ::close(fd);
-    return port;
 }
 
 // A temporary prefix and program folder for the whole run, removed at the end.

@@ -25,6 +25,8 @@
 
 #include <unistd.h>
 
+#include "../../common/FreePort.h"
+
 namespace {
 
 constexpr int TableSize = 2048;
@@ -47,12 +49,6 @@ public:
     }
     int taken = 0;
 };
-
-int FreePort() {
-    QTcpServer probe;
-    probe.listen(QHostAddress::LocalHost, 0);
-    return probe.serverPort();
-}
 
 }  // namespace
 

@@ -134,7 +134,7 @@ int ModbusServer::Connections() {
 }
 
 bool Broker::Start(int port) {
-    port_ = port == 0 ? e2e::FreePort() : port;
+    port_ = port == 0 ? ::FreePort() : port;
     std::filesystem::create_directories(folder_);
     std::filesystem::path config = folder_ / "mosquitto.conf";
     std::ofstream(config) << "listener " << port_ << " 127.0.0.1\n"

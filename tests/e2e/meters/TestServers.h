@@ -18,7 +18,6 @@ struct mosquitto;
 
 namespace meters {
 
-using e2e::FreePort;
 
 // A child process with its standard input and output on pipes.
 class Child {

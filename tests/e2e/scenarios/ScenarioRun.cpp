@@ -198,7 +198,7 @@ void ScenarioTest::WriteSettings(const std::string& text) {
     }
     WriteAll(SettingsFile(), crlf);
     // A request server port of its own: scenarios may run side by side (0 would mean the default).
-    const int port = e2e::FreePort();
+    const int port = ::FreePort();
     EXPECT_GT(port, 0);
     WriteAll(setupLocal_ / "WinSockets.ini", "[Sockets]\r\nVoltarisMonitorPortNo=" + std::to_string(port) + "\r\n");
 }

@@ -1,10 +1,7 @@
 #pragma once
 // Programs started from a test with their output in files (a chatty program never blocks), and
 // waiting for them or for a condition. Shared by the host, meter and scenario tests.
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -20,6 +17,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "../../common/FreePort.h"
 
 namespace e2e {
 
@@ -74,21 +73,6 @@ inline int WaitExit(pid_t& pid, std::chrono::milliseconds timeout) {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-}
-
-// A loopback port no one listens on now.
-inline int FreePort() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t length = sizeof address;
-    int port = 0;
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0)
-        port = ntohs(address.sin_port);
-    ::close(fd);
-    return port;
 }
 
 inline bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout) {

@@ -16,6 +16,7 @@
 
 #include "../host/HostFixture.h"
 #include "RecordingView.h"
+#include "common/FreePort.h"
 #include "common/TempPrefix.h"
 #include "core/Monitor.h"
 #include "net/HostSocketServer.h"
@@ -47,12 +48,6 @@ inline std::string DisplayTag(int n, const std::string& name, int isTag, int sou
 // A rate tag read from host tag 1, a display tag showing it, an off-line tag.
 inline const std::string DefaultTagSetup =
     TagSetupText(RateTag(1, "Flow", 1) + DisplayTag(2, "Shown", 1, 1) + RateTag(3, "Spare", 3, 0));
-
-// A port nobody listens on just now, so tests running side by side never share one.
-inline int FreePort() {
-    QTcpServer probe;
-    return probe.listen(QHostAddress::LocalHost, 0) ? probe.serverPort() : 0;
-}
 
 // The monitor lets events run and its socket server lives on the event loop.
 inline void EnsureCoreApplication() {

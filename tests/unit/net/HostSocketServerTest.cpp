@@ -16,6 +16,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "common/FreePort.h"
 #include "common/TempPrefix.h"
 #include "unit/net/NetFakes.h"
 
@@ -32,13 +33,6 @@ bool PumpUntil(const std::function<bool()>& pred, int timeoutMs = 3000) {
         usleep(500);
     }
     return true;
-}
-
-// A port nobody listens on right now.
-int FreePort() {
-    QTcpServer probe;
-    EXPECT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
-    return probe.serverPort();
 }
 
 // A loopback client that reads without blocking, so the test keeps the server's event loop running.
