@@ -54,5 +54,5 @@ bool RecordHoldsNothing(int16_t flag, std::span<const float> values)
 
 std::string StoreTagName(const StoreTagSummary& summary)
 {
-    return Trim(summary.TagName.substr(0, summary.TagName.find('\0')));
+    return Trim(CutAtNull(summary.TagName));
 }
