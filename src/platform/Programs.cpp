@@ -185,6 +185,16 @@ VbError Launch(const fs::path& program, const std::vector<std::string>& argument
     return VbErrorFromErrno(err);
 }
 
+std::string WithoutTrailingSeparators(std::string folder) {
+    while (folder.size() > 1 && (folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
+    return folder;
+}
+
+const char* GivenProgramFolder() {
+    const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
+    return given && *given ? given : nullptr;
+}
+
 bool HasDisplay() {
     const char* x = std::getenv("DISPLAY");
     const char* wayland = std::getenv("WAYLAND_DISPLAY");
@@ -227,20 +237,6 @@ std::string ProgramFilePath() {
     }();
     return path;
 }
-
-namespace {
-
-std::string WithoutTrailingSeparators(std::string folder) {
-    while (folder.size() > 1 && (folder.back() == '/' || folder.back() == '\\')) folder.pop_back();
-    return folder;
-}
-
-const char* GivenProgramFolder() {
-    const char* given = std::getenv("VOLTARIS_PROGRAM_DIR");
-    return given && *given ? given : nullptr;
-}
-
-}  // namespace
 
 std::string ProgramFolder() {
     if (const char* given = GivenProgramFolder()) return WithoutTrailingSeparators(given);
